@@ -1,0 +1,30 @@
+# Sourced by the test and benchmark scripts: a throwaway PostgreSQL cluster on 127.0.0.1,
+# started in a temporary folder and always stopped on exit.
+tempalia_pg_start() {
+  local bindir
+  bindir="$(ls -d /usr/lib/postgresql/*/bin | sort -V | tail -n 1)"
+  TEMPALIA_PG_DIR="$(mktemp -d /tmp/tempalia-pg.XXXXXX)"
+  TEMPALIA_PG_PORT="${TEMPALIA_PG_PORT:-$(( 20000 + RANDOM % 20000 ))}"
+  local run=()
+  if [ "$(id -u)" -eq 0 ]; then
+    chown postgres "$TEMPALIA_PG_DIR"
+    run=(runuser -u postgres --)
+    TEMPALIA_PG_USER=postgres
+  else
+    TEMPALIA_PG_USER="$(id -un)"
+  fi
+  "${run[@]}" "$bindir/initdb" -D "$TEMPALIA_PG_DIR/data" -A trust -U "$TEMPALIA_PG_USER" -E UTF8 >/dev/null
+  "${run[@]}" "$bindir/pg_ctl" -D "$TEMPALIA_PG_DIR/data" -l "$TEMPALIA_PG_DIR/log" -w \
+     -o "-p $TEMPALIA_PG_PORT -k $TEMPALIA_PG_DIR -c listen_addresses=127.0.0.1 -c fsync=off" start >/dev/null
+  TEMPALIA_PG_STOP=("${run[@]}" "$bindir/pg_ctl" -D "$TEMPALIA_PG_DIR/data" -m fast stop)
+  trap tempalia_pg_stop EXIT
+  export TEMPALIA_PG_HOST=127.0.0.1 TEMPALIA_PG_PORT TEMPALIA_PG_USER
+}
+
+tempalia_pg_stop() {
+  if [ -n "${TEMPALIA_PG_DIR:-}" ]; then
+    "${TEMPALIA_PG_STOP[@]}" >/dev/null 2>&1 || true
+    rm -rf "$TEMPALIA_PG_DIR"
+    TEMPALIA_PG_DIR=""
+  fi
+}

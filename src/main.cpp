@@ -1,0 +1,6 @@
+#include "session/modPrincipal.h"
+
+int main(int argc, char *argv[])
+{
+    return modPrincipal::run(argc, argv);
+}

@@ -1,0 +1,266 @@
+#include "store/Connection.h"
+
+#include "store/Dialect.h"
+#include "store/SchemaInfo.h"
+#include "store/StoreError.h"
+
+#include <QHash>
+#include <QSqlDriver>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QSqlRecord>
+#include <QUuid>
+#include <sql.h>
+#include <sqlext.h>
+
+namespace store {
+
+ConnectSpec ConnectSpec::parse(const QString &connectString)
+{
+    ConnectSpec spec;
+    const auto parts = connectString.split(QLatin1Char(';'), Qt::SkipEmptyParts);
+    for (const QString &part : parts) {
+        const int eq = part.indexOf(QLatin1Char('='));
+        const QString key = (eq < 0 ? part : part.left(eq)).trimmed().toLower();
+        const QString value = eq < 0 ? QString() : part.mid(eq + 1).trimmed();
+        if (key == QLatin1String("dsn") || key == QLatin1String("data source"))
+            spec.dataSource = value;
+        else if (key == QLatin1String("provider"))
+            spec.shaping = value.compare(QLatin1String("MSDataShape"), Qt::CaseInsensitive) == 0;
+        else if (key == QLatin1String("mode"))
+            spec.readOnly = value.compare(QLatin1String("Read"), Qt::CaseInsensitive) == 0;
+        else if (key == QLatin1String("user id") || key == QLatin1String("uid"))
+            spec.userId = value;
+    }
+    if (spec.dataSource.isEmpty() && !connectString.contains(QLatin1Char('=')))
+        spec.dataSource = connectString.trimmed();
+    return spec;
+}
+
+namespace {
+
+QHash<QString, std::weak_ptr<Connection>> &sharedConnections()
+{
+    static QHash<QString, std::weak_ptr<Connection>> map;
+    return map;
+}
+
+QString sharingKey(const ConnectSpec &spec)
+{
+    return spec.dataSource.toLower() + (spec.readOnly ? QStringLiteral("|ro") : QStringLiteral("|rw"));
+}
+
+void bindAll(QSqlQuery &q, const QVariantList &values)
+{
+    for (int i = 0; i < values.size(); ++i)
+        q.bindValue(i, values.at(i));
+}
+
+}  // namespace
+
+Connection::Connection(const ConnectSpec &spec) : m_spec(spec)
+{
+    if (m_spec.dataSource.isEmpty())
+        throw StoreError(StoreError::Kind::NotConnected, 0,
+                         QStringLiteral("La cadena de conexión no nombra un origen de datos."));
+    m_name = QStringLiteral("tempalia-") + QUuid::createUuid().toString(QUuid::WithoutBraces);
+    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QODBC"), m_name);
+    db.setDatabaseName(m_spec.dataSource);
+    db.setConnectOptions(QStringLiteral("SQL_ATTR_LOGIN_TIMEOUT=15;SQL_ATTR_CONNECTION_TIMEOUT=15"));
+    if (!db.open()) {
+        const QSqlError err = db.lastError();
+        db = QSqlDatabase();
+        QSqlDatabase::removeDatabase(m_name);
+        QString text = err.databaseText().trimmed();
+        if (text.isEmpty())
+            text = err.text();
+        throw StoreError(StoreError::Kind::NotConnected, err.nativeErrorCode().toInt(),
+                         QStringLiteral("No se pudo abrir el origen de datos %1: %2").arg(m_spec.dataSource, text));
+    }
+    detectBackend();
+    prepareSession();
+}
+
+Connection::~Connection()
+{
+    {
+        QSqlDatabase db = QSqlDatabase::database(m_name, false);
+        if (db.isOpen()) {
+            if (m_inTransaction)
+                db.rollback();
+            db.close();
+        }
+    }
+    QSqlDatabase::removeDatabase(m_name);
+}
+
+std::shared_ptr<Connection> Connection::shared(const QString &connectString)
+{
+    const ConnectSpec spec = ConnectSpec::parse(connectString);
+    const QString key = sharingKey(spec);
+    auto &map = sharedConnections();
+    if (auto existing = map.value(key).lock()) {
+        if (existing->database().isOpen())
+            return existing;
+    }
+    std::shared_ptr<Connection> conn(new Connection(spec));
+    map.insert(key, conn);
+    return conn;
+}
+
+std::shared_ptr<Connection> Connection::open(const QString &connectString)
+{
+    return std::shared_ptr<Connection>(new Connection(ConnectSpec::parse(connectString)));
+}
+
+QSqlDatabase Connection::database() const
+{
+    return QSqlDatabase::database(m_name, false);
+}
+
+void Connection::detectBackend()
+{
+    QString dbms;
+    QSqlDatabase db = database();
+    const QVariant handle = db.driver()->handle();
+    if (handle.isValid() && qstrcmp(handle.typeName(), "SQLHANDLE") == 0) {
+        SQLHANDLE hdbc = *static_cast<const SQLHANDLE *>(handle.data());
+        SQLCHAR buf[256] = {0};
+        SQLSMALLINT len = 0;
+        if (SQL_SUCCEEDED(SQLGetInfo(hdbc, SQL_DBMS_NAME, buf, sizeof buf, &len)))
+            dbms = QString::fromLatin1(reinterpret_cast<const char *>(buf));
+    }
+    if (dbms.isEmpty()) {
+        QSqlQuery q(db);
+        dbms = q.exec(QStringLiteral("SELECT sqlite_version()")) ? QStringLiteral("SQLite")
+                                                                 : QStringLiteral("PostgreSQL");
+    }
+    if (dbms.contains(QLatin1String("SQLite"), Qt::CaseInsensitive))
+        m_backend = Backend::SQLite;
+    else if (dbms.contains(QLatin1String("PostgreSQL"), Qt::CaseInsensitive))
+        m_backend = Backend::PostgreSQL;
+    else
+        throw StoreError(StoreError::Kind::NotConnected, 0,
+                         QStringLiteral("El origen de datos %1 usa un motor no soportado (%2).")
+                             .arg(m_spec.dataSource, dbms));
+}
+
+void Connection::prepareSession()
+{
+    QSqlQuery q(database());
+    if (m_backend == Backend::SQLite) {
+        // Several processes share the file: wait for a writer instead of failing at once.
+        q.exec(QStringLiteral("PRAGMA busy_timeout=10000"));
+    }
+}
+
+QString Connection::translate(const QString &statement) const
+{
+    return Dialect::translate(statement, m_backend);
+}
+
+ResultSet readAll(QSqlQuery &q, int maxRows, bool *more)
+{
+    ResultSet rs;
+    const QSqlRecord rec = q.record();
+    std::vector<std::optional<ColumnKind>> kinds;
+    for (int i = 0; i < rec.count(); ++i) {
+        rs.columns << rec.fieldName(i);
+        kinds.push_back(columnKind(rec.fieldName(i)));
+    }
+    if (more)
+        *more = false;
+    const int n = rec.count();
+    while (q.next()) {
+        if (maxRows >= 0 && int(rs.rows.size()) >= maxRows) {
+            if (more)
+                *more = true;
+            break;
+        }
+        Row row(n);
+        for (int i = 0; i < n; ++i) {
+            const QVariant v = q.value(i);
+            row[i] = kinds[i] ? normalize(*kinds[i], v) : (v.isNull() ? QVariant() : v);
+        }
+        rs.rows.push_back(std::move(row));
+    }
+    if (q.lastError().isValid() && q.lastError().type() != QSqlError::NoError)
+        throw StoreError::fromSql(q.lastError());
+    q.finish();
+    return rs;
+}
+
+ResultSet Connection::select(const QString &statement)
+{
+    return selectNative(translate(statement));
+}
+
+int Connection::execute(const QString &statement)
+{
+    return executeNative(translate(statement));
+}
+
+ResultSet Connection::selectNative(const QString &sql, const QVariantList &values, int maxRows)
+{
+    QSqlQuery q(database());
+    q.setForwardOnly(true);
+    bool ok;
+    if (values.isEmpty()) {
+        ok = q.exec(sql);
+    } else {
+        ok = q.prepare(sql);
+        if (ok) {
+            bindAll(q, values);
+            ok = q.exec();
+        }
+    }
+    if (!ok)
+        throw StoreError::fromSql(q.lastError(), sql);
+    return readAll(q, maxRows);
+}
+
+int Connection::executeNative(const QString &sql, const QVariantList &values)
+{
+    QSqlQuery q(database());
+    q.setForwardOnly(true);
+    bool ok;
+    if (values.isEmpty()) {
+        ok = q.exec(sql);
+    } else {
+        ok = q.prepare(sql);
+        if (ok) {
+            bindAll(q, values);
+            ok = q.exec();
+        }
+    }
+    if (!ok)
+        throw StoreError::fromSql(q.lastError(), sql);
+    const int affected = q.numRowsAffected();
+    q.finish();
+    return affected;
+}
+
+void Connection::beginTransaction()
+{
+    QSqlDatabase db = database();
+    if (!db.transaction())
+        throw StoreError::fromSql(db.lastError());
+    m_inTransaction = true;
+}
+
+void Connection::commit()
+{
+    QSqlDatabase db = database();
+    m_inTransaction = false;
+    if (!db.commit())
+        throw StoreError::fromSql(db.lastError());
+}
+
+void Connection::rollback()
+{
+    QSqlDatabase db = database();
+    m_inTransaction = false;
+    db.rollback();
+}
+
+}  // namespace store

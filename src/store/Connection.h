@@ -1,0 +1,72 @@
+#pragma once
+
+#include "store/Backend.h"
+#include "store/ResultSet.h"
+
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QString>
+#include <QVariantList>
+#include <memory>
+
+namespace store {
+
+// One of the three connect strings of the system, parsed. The data source is opened by its
+// bare name; no option of the string is handed to the driver as is.
+struct ConnectSpec {
+    QString dataSource;     // DSN / Data Source
+    bool shaping = false;   // PROVIDER=MSDataShape: SHAPE statements run in the client
+    bool readOnly = false;  // Mode=Read
+    QString userId;         // User ID / uid, informative only: the data source holds the account
+
+    static ConnectSpec parse(const QString &connectString);
+};
+
+inline constexpr const char *kDefaultConnectString = "DSN=RRHHODBC";
+
+// A physical connection to the store through QODBC. Statements are given in the system's
+// dialect and translated for the backend here; the "Native" calls take backend SQL and
+// bound values (used by the data control for its own writes).
+class Connection {
+public:
+    ~Connection();
+    Connection(const Connection &) = delete;
+    Connection &operator=(const Connection &) = delete;
+
+    // The process shares one physical connection per connect string among data controls.
+    static std::shared_ptr<Connection> shared(const QString &connectString = QLatin1String(kDefaultConnectString));
+    // A connection of its own, closed when the last reference goes (the month close).
+    static std::shared_ptr<Connection> open(const QString &connectString = QLatin1String(kDefaultConnectString));
+
+    Backend backend() const { return m_backend; }
+    const ConnectSpec &spec() const { return m_spec; }
+    QSqlDatabase database() const;
+
+    QString translate(const QString &statement) const;
+
+    ResultSet select(const QString &statement);
+    int execute(const QString &statement);  // rows affected
+    ResultSet selectNative(const QString &sql, const QVariantList &values = {}, int maxRows = -1);
+    int executeNative(const QString &sql, const QVariantList &values = {});
+
+    void beginTransaction();
+    void commit();
+    void rollback();
+    bool inTransaction() const { return m_inTransaction; }
+
+private:
+    explicit Connection(const ConnectSpec &spec);
+    void detectBackend();
+    void prepareSession();
+
+    ConnectSpec m_spec;
+    QString m_name;
+    Backend m_backend = Backend::SQLite;
+    bool m_inTransaction = false;
+};
+
+// Reads the rows of an executed query into a result set (at most maxRows, -1 for all),
+// normalising schema columns; *more tells whether rows were left unread.
+ResultSet readAll(QSqlQuery &query, int maxRows = -1, bool *more = nullptr);
+
+}  // namespace store

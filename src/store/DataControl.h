@@ -1,0 +1,147 @@
+#pragma once
+
+#include "store/ResultSet.h"
+#include "store/SchemaInfo.h"
+
+#include <QAbstractTableModel>
+#include <QObject>
+#include <QSet>
+#include <memory>
+
+namespace store {
+
+class Connection;
+class DataControlModel;
+
+// The stand-in for a data control (`adc...`): one statement, its rows, one current row.
+//
+// Rows are read lazily: a refresh reads only the first rows of the result; the rest are
+// read the first time something looks past them (a move, a grid scrolling, recordCount
+// counts with COUNT(*) instead). No cursor stays open between calls, so a data control
+// never holds a transaction open on a shared connection.
+//
+// Writes go to the "write table" of the statement: the table whose star is selected
+// (`CM.*`), else the first table after FROM. Only columns of that table are written,
+// through bound values. Updates are optimistic: the row is written only if the store
+// still holds it as it was read; otherwise StoreError Conflict (or RowGone) is thrown and
+// the row stays in edit with what was typed.
+class DataControl : public QObject {
+    Q_OBJECT
+public:
+    explicit DataControl(const QString &name, QObject *parent = nullptr,
+                         const QString &connectString = QStringLiteral("DSN=RRHHODBC"));
+    ~DataControl() override;
+
+    // Absolute positions off the ends of the rows.
+    static constexpr int PosBOF = -2;
+    static constexpr int PosEOF = -3;
+
+    void setRecordSource(const QString &statement);
+    const QString &recordSource() const { return m_source; }
+    void setConnectString(const QString &connectString);
+    Connection &connection();
+
+    void refresh();
+    bool isOpen() const { return m_open; }
+
+    // The result.
+    const QStringList &fields() const { return m_columns; }
+    int fieldIndex(const QString &name) const;  // case-insensitive, first match; -1 if absent
+    int recordCount();
+    int fetchedCount() const { return int(m_rows.size()); }
+    bool allFetched() const { return m_allFetched; }
+    void fetchAll();
+    QVariant valueAt(int row, int column);  // reads further rows as needed
+    QVariant valueAt(int row, const QString &field);
+
+    // The current row.
+    bool eof() const { return m_state == State::Eof || (m_state != State::New && m_state != State::Row && m_rows.empty()); }
+    bool bof() const { return m_state == State::Bof || (m_state != State::New && m_state != State::Row && m_rows.empty()); }
+    bool hasCurrentRow() const { return m_state == State::Row || m_state == State::New; }
+    int absolutePosition() const;  // 1-based, PosBOF / PosEOF off the ends
+    int currentIndex() const { return m_state == State::Row ? m_index : -1; }
+    void moveFirst();
+    void moveLast();
+    void moveNext();
+    void movePrevious();
+    void moveTo(int index);
+    void move0();  // bound controls hand over what was typed; the row stays current
+
+    QVariant value(const QString &field) const;
+    void setValue(const QString &field, const QVariant &value);
+    void setValueAt(int row, int column, const QVariant &value);  // in-place edit of a grid cell
+
+    void addNew();
+    void update();
+    void cancelUpdate();
+    void deleteCurrent();
+    bool isEditing() const { return m_editing; }
+    bool isNewRow() const { return m_state == State::New; }
+    // The key the store assigned to the last row this control inserted.
+    QVariant lastInsertedKey() const { return m_lastInsertedKey; }
+    QString writeTable() const;
+
+    QAbstractTableModel *model();
+
+signals:
+    void currentChanged();
+    void aboutToWrite();  // bound controls hand over what the user typed
+    void refreshed();
+    void rowsReset();
+    void rowChanged(int row);
+
+private:
+    enum class State { Closed, Bof, Row, Eof, New };
+    friend class DataControlModel;
+
+    void ensureConnection();
+    bool fetchUpTo(int index);  // true if the row exists afterwards
+    void commitPending();
+    void setCurrent(State state, int index);
+    void insertRow();
+    void updateRow();
+    const TableInfo *writeTableInfo() const;
+    QStringList writableColumns(const TableInfo &t) const;
+
+    QString m_name;
+    QString m_connectString;
+    std::shared_ptr<Connection> m_conn;
+    QString m_source;
+    QString m_translated;
+    bool m_open = false;
+    QStringList m_columns;
+    std::vector<Row> m_rows;
+    bool m_allFetched = true;
+    int m_countCache = -1;
+    State m_state = State::Closed;
+    int m_index = -1;
+    Row m_buffer;        // the current row as edited
+    bool m_editing = false;
+    QSet<int> m_changed;
+    QVariant m_lastInsertedKey;
+    std::unique_ptr<DataControlModel> m_model;
+    QString m_writeTable;
+    QString m_writeAlias;
+};
+
+// Item model over a data control, for grids and lists.
+class DataControlModel : public QAbstractTableModel {
+    Q_OBJECT
+public:
+    explicit DataControlModel(DataControl *control);
+    int rowCount(const QModelIndex &parent = {}) const override;
+    int columnCount(const QModelIndex &parent = {}) const override;
+    QVariant data(const QModelIndex &index, int role) const override;
+    bool setData(const QModelIndex &index, const QVariant &value, int role) override;
+    Qt::ItemFlags flags(const QModelIndex &index) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+    bool canFetchMore(const QModelIndex &parent) const override;
+    void fetchMore(const QModelIndex &parent) override;
+    DataControl *control() const { return m_control; }
+
+private:
+    friend class DataControl;
+    DataControl *m_control;
+};
+
+}  // namespace store

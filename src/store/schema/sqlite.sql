@@ -1,0 +1,32 @@
+-- Tempalia store, SQLite. Dates are ISO text (YYYY-MM-DD), times HH:MM:SS, yes/no columns
+-- 0/1 that never hold Null. Text limits are checks, so the store refuses what is too long.
+CREATE TABLE AREAS (AreId VARCHAR(4) NOT NULL PRIMARY KEY CHECK (length(AreId) BETWEEN 1 AND 4), AreDescripcion VARCHAR(30) CHECK (length(AreDescripcion) <= 30));
+CREATE TABLE INSTITUTOS (InsId VARCHAR(4) NOT NULL PRIMARY KEY CHECK (length(InsId) BETWEEN 1 AND 4), InsDescripcion VARCHAR(30) CHECK (length(InsDescripcion) <= 30));
+CREATE TABLE DESTINOS (DesId VARCHAR(4) NOT NULL PRIMARY KEY CHECK (length(DesId) BETWEEN 1 AND 4), DesDescripcion VARCHAR(30) CHECK (length(DesDescripcion) <= 30));
+CREATE TABLE MATERIAS (MatId VARCHAR(4) NOT NULL PRIMARY KEY CHECK (length(MatId) BETWEEN 1 AND 4), MatDescripcion VARCHAR(30) CHECK (length(MatDescripcion) <= 30));
+CREATE TABLE RUBROS (RubId VARCHAR(4) NOT NULL PRIMARY KEY CHECK (length(RubId) BETWEEN 1 AND 4), RubDescripcion VARCHAR(30) CHECK (length(RubDescripcion) <= 30));
+CREATE TABLE ACTIVIDADES (ActId VARCHAR(4) NOT NULL PRIMARY KEY CHECK (length(ActId) BETWEEN 1 AND 4), ActDescripcion VARCHAR(30) CHECK (length(ActDescripcion) <= 30), ActEsDocente BOOLEAN NOT NULL DEFAULT 0);
+CREATE TABLE TIPOHORAS (TipId VARCHAR(4) NOT NULL PRIMARY KEY CHECK (length(TipId) BETWEEN 1 AND 4), TipDescripcion VARCHAR(30) CHECK (length(TipDescripcion) <= 30), TipPorcentaje DOUBLE CHECK (TipPorcentaje IS NULL OR typeof(TipPorcentaje) IN ('real','integer')));
+CREATE TABLE PERMISOS (PerId INTEGER NOT NULL PRIMARY KEY, PerDescripcion VARCHAR(30));
+CREATE TABLE FUNCIONARIOS (FunCedula VARCHAR(12) NOT NULL PRIMARY KEY CHECK (length(FunCedula) BETWEEN 1 AND 12), FunNombres VARCHAR(30) CHECK (length(FunNombres) <= 30), FunApellidos VARCHAR(30) CHECK (length(FunApellidos) <= 30), FunTelefonos VARCHAR(30) CHECK (length(FunTelefonos) <= 30), FunDireccion VARCHAR(30) CHECK (length(FunDireccion) <= 30), FunFacturador BOOLEAN NOT NULL DEFAULT 0);
+CREATE TABLE FUNCIONARIOS_INSTITUTOS (FunInsId INTEGER PRIMARY KEY AUTOINCREMENT, FunCedula VARCHAR(12) CHECK (length(FunCedula) <= 12), InsId VARCHAR(4) CHECK (length(InsId) <= 4), AreId VARCHAR(4) CHECK (length(AreId) <= 4), FunInsCategoria VARCHAR(2) CHECK (length(FunInsCategoria) <= 2), FunInsHoras_Semanales DOUBLE, FunInsValor_Hora DOUBLE, FunInsMoneda VARCHAR(20) CHECK (length(FunInsMoneda) <= 20), FunInsHorarioEntrada TIME, FunInsHorarioSalida TIME, FunInsInicio DATE, FunInsFinal DATE, FunInsFinContrato BOOLEAN NOT NULL DEFAULT 0);
+CREATE INDEX IX_FUNINS_CEDULA ON FUNCIONARIOS_INSTITUTOS (FunCedula);
+CREATE INDEX IX_FUNINS_AREA ON FUNCIONARIOS_INSTITUTOS (AreId);
+CREATE TABLE USUARIOS (UsuLogin VARCHAR(12) NOT NULL PRIMARY KEY CHECK (length(UsuLogin) BETWEEN 1 AND 12), UsuPassword VARCHAR(12) CHECK (length(UsuPassword) <= 12), FunCedula VARCHAR(12) CHECK (length(FunCedula) <= 12), PerId INTEGER);
+CREATE TABLE HORAS (HorId INTEGER PRIMARY KEY AUTOINCREMENT, FunCedula VARCHAR(12) NOT NULL CHECK (length(FunCedula) <= 12), AreId VARCHAR(4) NOT NULL CHECK (length(AreId) <= 4), ActId VARCHAR(4) NOT NULL CHECK (length(ActId) <= 4), DesId VARCHAR(4) NOT NULL CHECK (length(DesId) <= 4), FunInsId INTEGER NOT NULL, HorFecha DATE NOT NULL, HorSemana INTEGER, HorValorhora DOUBLE CHECK (HorValorhora IS NULL OR typeof(HorValorhora) IN ('real','integer')), HorHoras DOUBLE CHECK (HorHoras IS NULL OR typeof(HorHoras) IN ('real','integer')), HorCategoria VARCHAR(2) CHECK (length(HorCategoria) <= 2), TipId VARCHAR(4) NOT NULL CHECK (length(TipId) <= 4), HorMoneda VARCHAR(20) CHECK (length(HorMoneda) <= 20), HorHorarioInicial TIME, HorHorarioFinal TIME);
+CREATE INDEX IX_HORAS_FUN_FECHA ON HORAS (FunCedula, HorFecha);
+CREATE INDEX IX_HORAS_AREA_FECHA ON HORAS (AreId, HorFecha);
+CREATE TABLE HHORAS (HorId INTEGER NOT NULL PRIMARY KEY, FunCedula VARCHAR(12) NOT NULL, AreId VARCHAR(4) NOT NULL, ActId VARCHAR(4) NOT NULL, DesId VARCHAR(4) NOT NULL, FunInsId INTEGER NOT NULL, HorFecha DATE NOT NULL, HorSemana INTEGER, HorValorhora DOUBLE, HorHoras DOUBLE, HorCategoria VARCHAR(2), TipId VARCHAR(4) NOT NULL, HorMoneda VARCHAR(20), HorHorarioInicial TIME, HorHorarioFinal TIME);
+CREATE INDEX IX_HHORAS_FUN_FECHA ON HHORAS (FunCedula, HorFecha);
+CREATE INDEX IX_HHORAS_AREA_FECHA ON HHORAS (AreId, HorFecha);
+CREATE TABLE HORAS_RUBROS_MATERIAS (HorId INTEGER NOT NULL PRIMARY KEY, RubId VARCHAR(4) CHECK (length(RubId) <= 4), MatId VARCHAR(4) CHECK (length(MatId) <= 4), HorRubMatTurno VARCHAR(10) CHECK (length(HorRubMatTurno) <= 10));
+CREATE TABLE AREAS_ACTIVIDADES (AreId VARCHAR(4) NOT NULL, ActId VARCHAR(4) NOT NULL, PRIMARY KEY (AreId, ActId));
+CREATE TABLE RUBROS_MATERIAS (RubId VARCHAR(4) NOT NULL, MatId VARCHAR(4) NOT NULL, PRIMARY KEY (RubId, MatId));
+CREATE INDEX IX_RUBMAT_MAT ON RUBROS_MATERIAS (MatId);
+CREATE TABLE DOCENTES_RUBROS_MATERIAS (ActId VARCHAR(4) NOT NULL, RubId VARCHAR(4) NOT NULL, MatId VARCHAR(4) NOT NULL, PRIMARY KEY (ActId, RubId, MatId));
+CREATE TABLE CIERREMESES (CieMesId INTEGER PRIMARY KEY AUTOINCREMENT, FunCedula VARCHAR(12) CHECK (length(FunCedula) <= 12), AreId VARCHAR(4) CHECK (length(AreId) <= 4), CieMesMesCierre INTEGER, CieMesAnioCierre INTEGER, CieMesFechaActual DATE, CieMesFechaCierre DATE, CieMesArchivoHoras VARCHAR(255) CHECK (length(CieMesArchivoHoras) <= 255), CieMesComentarioJefeArea TEXT, CieMesComentarioSuperUsuario TEXT, CieMesAprobado BOOLEAN NOT NULL DEFAULT 0, CieMesDesaprobado BOOLEAN NOT NULL DEFAULT 0, CieMesCerrado BOOLEAN NOT NULL DEFAULT 0);
+CREATE INDEX IX_CIERRE_AREA ON CIERREMESES (AreId, CieMesAnioCierre, CieMesMesCierre);
+INSERT INTO PERMISOS (PerId, PerDescripcion) VALUES (5, 'Usuario común');
+INSERT INTO PERMISOS (PerId, PerDescripcion) VALUES (6, 'Jefe de área');
+INSERT INTO PERMISOS (PerId, PerDescripcion) VALUES (7, 'Administrador');
+INSERT INTO PERMISOS (PerId, PerDescripcion) VALUES (8, 'Súper usuario');

@@ -1,0 +1,146 @@
+#include "TempStore.h"
+
+#include "StoreTool.h"
+#include "store/StoreSetup.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace tests {
+namespace {
+
+struct ProcessStore {
+    std::unique_ptr<QTemporaryDir> dir;
+    bool postgres = false;
+    QString pgDatabase;
+};
+
+ProcessStore &process()
+{
+    static ProcessStore p;
+    return p;
+}
+
+QString env(const char *name)
+{
+    return qEnvironmentVariable(name);
+}
+
+void writeFile(const QString &path, const QString &text)
+{
+    QFile f(path);
+    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        qFatal("cannot write %s", qPrintable(path));
+    f.write(text.toUtf8());
+}
+
+QString pgDsn(const QString &name, const QString &database)
+{
+    return QStringLiteral("[%1]\nDriver=PostgreSQL Unicode\nServername=%2\nPort=%3\nDatabase=%4\nUsername=%5\n"
+                          "Password=%6\nBoolsAsChar=0\nUseDeclareFetch=0\nTextAsLongVarchar=0\n"
+                          "UnknownsAsLongVarchar=0\nMaxVarcharSize=4000\n\n")
+        .arg(name, env("TEMPALIA_PG_HOST"), env("TEMPALIA_PG_PORT").isEmpty() ? QStringLiteral("5432") : env("TEMPALIA_PG_PORT"),
+             database, env("TEMPALIA_PG_USER"), env("TEMPALIA_PG_PASSWORD"));
+}
+
+}  // namespace
+
+void initTestProcess()
+{
+    ProcessStore &p = process();
+    p.dir = std::make_unique<QTemporaryDir>();
+    const QString dir = p.dir->path();
+    writeFile(dir + QStringLiteral("/odbcinst.ini"),
+              QStringLiteral("[SQLite3]\nDriver=/usr/lib/x86_64-linux-gnu/odbc/libsqlite3odbc.so\n\n"
+                             "[PostgreSQL Unicode]\nDriver=/usr/lib/x86_64-linux-gnu/odbc/psqlodbcw.so\n\n"));
+    p.postgres = !env("TEMPALIA_PG_HOST").isEmpty();
+    QString ini;
+    if (p.postgres) {
+        p.pgDatabase = QStringLiteral("tempalia_t%1").arg(QCoreApplication::applicationPid());
+        ini = pgDsn(QStringLiteral("TEMPALIA_MAINT"), env("TEMPALIA_PG_DB").isEmpty() ? QStringLiteral("postgres") : env("TEMPALIA_PG_DB")) +
+              pgDsn(QStringLiteral("RRHHODBC"), p.pgDatabase);
+    } else {
+        ini = QStringLiteral("[RRHHODBC]\nDriver=SQLite3\nDatabase=%1/rrhh.sqlite\nTimeout=10000\n"
+                             "JournalMode=WAL\nSyncPragma=NORMAL\n\n")
+                  .arg(dir);
+    }
+    writeFile(dir + QStringLiteral("/odbc.ini"), ini);
+    qputenv("ODBCSYSINI", dir.toUtf8());
+    qputenv("ODBCINI", (dir + QStringLiteral("/odbc.ini")).toUtf8());
+    if (p.postgres) {
+        auto maint = store::Connection::open(QStringLiteral("DSN=TEMPALIA_MAINT"));
+        maint->executeNative(QStringLiteral("DROP DATABASE IF EXISTS %1").arg(p.pgDatabase));
+        maint->executeNative(QStringLiteral("CREATE DATABASE %1").arg(p.pgDatabase));
+    }
+}
+
+void finishTestProcess()
+{
+    ProcessStore &p = process();
+    if (p.postgres) {
+        try {
+            auto maint = store::Connection::open(QStringLiteral("DSN=TEMPALIA_MAINT"));
+            maint->executeNative(QStringLiteral("DROP DATABASE IF EXISTS %1 WITH (FORCE)").arg(p.pgDatabase));
+        } catch (...) {
+            // The throwaway cluster goes with the test run anyway.
+        }
+    }
+    p.dir.reset();
+}
+
+store::Backend testBackend()
+{
+    return process().postgres ? store::Backend::PostgreSQL : store::Backend::SQLite;
+}
+
+QString testOdbcDir()
+{
+    return process().dir ? process().dir->path() : QString();
+}
+
+TempStore::TempStore(Content content, const QDate &today)
+{
+    m_conn = store::Connection::open();
+    store::setup::dropSchema(*m_conn);
+    if (content == Content::Empty)
+        return;
+    storetool::create(*m_conn);
+    if (content == Content::Demo)
+        storetool::demo(*m_conn, today);
+}
+
+TempStore::~TempStore() = default;
+
+store::ResultSet TempStore::select(const QString &statement)
+{
+    return m_conn->select(statement);
+}
+
+store::ResultSet TempStore::selectNative(const QString &sql, const QVariantList &values)
+{
+    return m_conn->selectNative(sql, values);
+}
+
+int TempStore::execNative(const QString &sql, const QVariantList &values)
+{
+    return m_conn->executeNative(sql, values);
+}
+
+QVariant TempStore::scalar(const QString &sql, const QVariantList &values)
+{
+    const store::ResultSet rs = m_conn->selectNative(sql, values);
+    return rs.rows.empty() ? QVariant() : rs.rows.front().value(0);
+}
+
+int TempStore::count(const QString &table, const QString &where, const QVariantList &values)
+{
+    return scalar(QStringLiteral("SELECT COUNT(*) FROM %1%2")
+                      .arg(table, where.isEmpty() ? QString() : QStringLiteral(" WHERE ") + where),
+                  values)
+        .toInt();
+}
+
+}  // namespace tests

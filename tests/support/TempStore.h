@@ -1,0 +1,60 @@
+#pragma once
+
+#include "store/Backend.h"
+#include "store/Connection.h"
+#include "store/ResultSet.h"
+
+#include <QDate>
+#include <QString>
+#include <QVariantList>
+#include <memory>
+
+namespace tests {
+
+// The test process's own data source RRHHODBC: an SQLite file in a temporary folder, or,
+// when TEMPALIA_PG_HOST / TEMPALIA_PG_PORT / TEMPALIA_PG_USER are set, a database of its
+// own on that PostgreSQL server. ODBCSYSINI and ODBCINI point unixODBC at files written
+// here, so no data source of the machine or the user is touched.
+void initTestProcess();
+void finishTestProcess();
+store::Backend testBackend();
+QString testOdbcDir();  // the folder holding odbc.ini / odbcinst.ini (for child processes)
+
+// A fresh store for one test function: every table dropped and created again, with the
+// demo rows unless asked otherwise. Checks go through a connection of the fixture's own.
+class TempStore {
+public:
+    enum class Content { Empty, Schema, Demo };
+    explicit TempStore(Content content = Content::Demo, const QDate &today = QDate::currentDate());
+    ~TempStore();
+
+    store::Connection &conn() { return *m_conn; }
+    store::Backend backend() const { return m_conn->backend(); }
+    // A statement in the system's dialect, fully read.
+    store::ResultSet select(const QString &statement);
+    store::ResultSet selectNative(const QString &sql, const QVariantList &values = {});
+    int execNative(const QString &sql, const QVariantList &values = {});
+    QVariant scalar(const QString &sql, const QVariantList &values = {});
+    int count(const QString &table, const QString &where = {}, const QVariantList &values = {});
+
+private:
+    std::shared_ptr<store::Connection> m_conn;
+};
+
+}  // namespace tests
+
+// main() for a test program: the application with the error boundary, the process's
+// store, and the scripted dialogs installed for the whole run.
+#define TEMPALIA_TEST_MAIN(TestClass)                                \
+    int main(int argc, char *argv[])                                 \
+    {                                                                \
+        ui::Application app(argc, argv);                             \
+        tests::initTestProcess();                                    \
+        int result;                                                  \
+        {                                                            \
+            TestClass tc;                                            \
+            result = QTest::qExec(&tc, argc, argv);                  \
+        }                                                            \
+        tests::finishTestProcess();                                  \
+        return result;                                               \
+    }
