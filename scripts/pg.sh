@@ -18,7 +18,8 @@ tempalia_pg_start() {
      -o "-p $TEMPALIA_PG_PORT -k $TEMPALIA_PG_DIR -c listen_addresses=127.0.0.1 -c fsync=off" start >/dev/null
   TEMPALIA_PG_STOP=("${run[@]}" "$bindir/pg_ctl" -D "$TEMPALIA_PG_DIR/data" -m fast stop)
   trap tempalia_pg_stop EXIT
-  export TEMPALIA_PG_HOST=127.0.0.1 TEMPALIA_PG_PORT TEMPALIA_PG_USER
+  TEMPALIA_PG_DB=postgres
+  export TEMPALIA_PG_HOST=127.0.0.1 TEMPALIA_PG_PORT TEMPALIA_PG_USER TEMPALIA_PG_DB
 }
 
 tempalia_pg_stop() {
