@@ -1,9 +1,15 @@
 #include "session/modPrincipal.h"
 
+#include "session/frmLogin.h"
+#include "session/frmPresentacion.h"
+#include "store/ErrorReporter.h"
 #include "store/StoreError.h"
+#include "ui/Application.h"
+#include "ui/Dialogs.h"
 
 #include <QApplication>
-#include <cstdio>
+#include <QPointer>
+#include <QWidget>
 
 namespace modPrincipal {
 
@@ -12,18 +18,96 @@ QString gFunCedula;
 QString gAreId;
 qint16 gPerId = 0;
 
-void ReportarError(const std::exception &error)
+namespace {
+
+MainWindowFactory &mainWindowFactory()
 {
-    std::fprintf(stderr, "%s\n", error.what());
+    static MainWindowFactory factory;
+    return factory;
 }
 
-void Main() {}
+constexpr int kNoCurrentRow = 3021;
+
+bool anyWindowOpen()
+{
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    for (const QWidget *w : windows) {
+        if (w->isVisible())
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+void ReportarError(const std::exception &error)
+{
+    ui::setBusy(false);
+    int number = 0;
+    QString description;
+    if (const auto *storeError = dynamic_cast<const store::StoreError *>(&error)) {
+        number = storeError->number();
+        description = storeError->description();
+    } else {
+        description = QString::fromUtf8(error.what());
+    }
+    if (number == kNoCurrentRow)
+        ui::msgBox(QStringLiteral("Seleccione primero una empresa"), QString(), ui::Icon::None);
+    else
+        ui::msgBox(description, ui::programTitle(), ui::Icon::Exclamation);
+}
+
+void setMainWindowFactory(MainWindowFactory factory)
+{
+    mainWindowFactory() = std::move(factory);
+}
+
+void Main()
+{
+    auto login = std::make_unique<frmLogin>();
+    login->exec();  // returns when the window hides itself
+    continueStartUp(std::move(login));
+}
+
+void continueStartUp(std::unique_ptr<frmLogin> login)
+{
+    if (!login->LoginSucceeded) {
+        ui::endProgram();
+        return;
+    }
+    login.reset();
+
+    // The presentation window stays up while the main window loads; a key may take it
+    // away earlier, and then there is nothing left to unload.
+    QPointer<frmPresentacion> presentacion = new frmPresentacion;
+    presentacion->show();
+    presentacion->raise();
+    presentacion->activateWindow();
+    QCoreApplication::processEvents();
+    if (presentacion)
+        presentacion->repaint();
+
+    if (gPerId >= 5 && gPerId <= 8 && mainWindowFactory()) {
+        if (QWidget *main = mainWindowFactory()(gPerId))
+            main->show();
+    }
+
+    delete presentacion.data();
+}
 
 int run(int argc, char *argv[])
 {
-    QApplication app(argc, argv);
-    Main();
-    return 0;
+    ui::Application app(argc, argv);
+    store::setErrorReporter([](const std::exception &error) { ui::showError(error); });
+    try {
+        Main();
+    } catch (const std::exception &error) {
+        ui::showError(error);
+    }
+    // A role without a main window leaves nothing open: the run ends without a word.
+    if (!anyWindowOpen())
+        return 0;
+    return app.exec();
 }
 
 }  // namespace modPrincipal

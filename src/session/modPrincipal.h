@@ -1,7 +1,13 @@
 #pragma once
 
 #include <QString>
+
 #include <exception>
+#include <functional>
+#include <memory>
+
+class QWidget;
+class frmLogin;
 
 // The program's entry and its only shared memory: the four session variables.
 namespace modPrincipal {
@@ -11,15 +17,30 @@ extern QString gFunCedula;  // the person the session works on; "cambio" overwri
 extern QString gAreId;      // area of the first contract row of the login
 extern qint16 gPerId;       // role: 5 common user, 6 area chief, 7 administrator, 8 super user
 
-// The login code's error reporter: hourglass off, then "Seleccione primero una empresa"
-// for a missing current row (3021) or the error's description with an exclamation icon.
+// The login code's error reporter: pointer back to the default, then "Seleccione primero
+// una empresa" (OK, no icon, default title) for a missing current row (3021), or the
+// error's description with an exclamation icon and the program's title for any other.
+// A store::StoreError gives its number and description; any other exception is reported
+// by its text.
 void ReportarError(const std::exception &error);
 
-// Login, presentation window, the role's main window.
+// Builds and loads the main window of a role (5 to 8) and hands it back not yet shown, or
+// nullptr for a role that has none. The windows live in folders that build on this one,
+// so main() registers the factory that knows them.
+using MainWindowFactory = std::function<QWidget *(qint16 perId)>;
+void setMainWindowFactory(MainWindowFactory factory);
+
+// The start-up: the login window shown modally, then continueStartUp.
 void Main();
 
-// Sets up the application (locale, the error boundary, the dialogs) and runs Main and the
-// event loop. Called by main().
+// What Main does once the login window has hidden itself: ends the program at once if the
+// login did not succeed; otherwise unloads the login window, puts up the presentation
+// window, shows the main window of gPerId (a role outside 5 to 8 has none), unloads the
+// presentation window and returns.
+void continueStartUp(std::unique_ptr<frmLogin> login);
+
+// Sets up the application (locale, the error boundary, the store's error reporter) and
+// runs Main and the event loop. Called by main().
 int run(int argc, char *argv[]);
 
 }  // namespace modPrincipal

@@ -1,0 +1,175 @@
+#include "session/frmLogin.h"
+
+#include "session/Usuario.h"
+#include "session/modPrincipal.h"
+#include "store/DataControl.h"
+#include "store/ErrorReporter.h"
+#include "store/SqlValue.h"
+#include "store/StoreError.h"
+#include "ui/Dialogs.h"
+
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include <limits>
+
+namespace {
+
+const QString kUsuarios = QStringLiteral(
+    "SELECT * FROM USUARIOS U, FUNCIONARIOS_INSTITUTOS FI WHERE U.FUNCEDULA=FI.FUNCEDULA");
+
+// Blanks at both ends go; other characters stay, as the login is typed.
+QString trimBlanks(const QString &text)
+{
+    qsizetype first = 0;
+    qsizetype last = text.size();
+    while (first < last && text.at(first) == QLatin1Char(' '))
+        ++first;
+    while (last > first && text.at(last - 1) == QLatin1Char(' '))
+        --last;
+    return text.mid(first, last - first);
+}
+
+// A text column into a text variable. A Null area (a contract without one) reads as
+// empty rather than stopping the login.
+QString textOf(const QVariant &value)
+{
+    return value.isNull() ? QString() : value.toString();
+}
+
+// The role number into its 16-bit variable: Null, a text that is not a number and a
+// number out of range are run-time errors, reported like any other of the login.
+qint16 roleOf(const QVariant &value)
+{
+    using store::StoreError;
+    if (value.isNull())
+        throw StoreError(StoreError::Kind::BadValue, 94, QStringLiteral("Uso no válido de Null"));
+    bool ok = false;
+    const qlonglong number = value.toLongLong(&ok);
+    if (!ok)
+        throw StoreError(StoreError::Kind::BadValue, 13, QStringLiteral("No coinciden los tipos"));
+    if (number < std::numeric_limits<qint16>::min() || number > std::numeric_limits<qint16>::max())
+        throw StoreError(StoreError::Kind::BadValue, 6, QStringLiteral("Desbordamiento"));
+    return qint16(number);
+}
+
+}  // namespace
+
+frmLogin::frmLogin(QWidget *parent) : QDialog(parent)
+{
+    setObjectName(QStringLiteral("frmLogin"));
+    setWindowTitle(QStringLiteral("Quronda - Login"));
+
+    lblLogin = new QLabel(QStringLiteral("&Login:"), this);
+    lblLogin->setObjectName(QStringLiteral("lblLogin"));
+    txtLogin = new QLineEdit(this);
+    txtLogin->setObjectName(QStringLiteral("txtLogin"));
+    lblLogin->setBuddy(txtLogin);
+
+    lblPassword = new QLabel(QStringLiteral("&Password:"), this);
+    lblPassword->setObjectName(QStringLiteral("lblPassword"));
+    txtPassword = new QLineEdit(this);
+    txtPassword->setObjectName(QStringLiteral("txtPassword"));
+    txtPassword->setEchoMode(QLineEdit::Password);
+    // One "*" per character, whatever the style's own mask character is.
+    txtPassword->setStyleSheet(QStringLiteral("lineedit-password-character: 42;"));
+    lblPassword->setBuddy(txtPassword);
+
+    cmdOK = new QPushButton(QStringLiteral("OK"), this);
+    cmdOK->setObjectName(QStringLiteral("cmdOK"));
+    cmdOK->setDefault(true);
+    cmdOK->setAutoDefault(true);
+    cmdCancel = new QPushButton(QStringLiteral("Cancel"), this);
+    cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
+    cmdCancel->setAutoDefault(false);
+
+    auto *fields = new QGridLayout;
+    fields->addWidget(lblLogin, 0, 0);
+    fields->addWidget(txtLogin, 0, 1);
+    fields->addWidget(lblPassword, 1, 0);
+    fields->addWidget(txtPassword, 1, 1);
+    fields->setColumnMinimumWidth(1, 180);
+    auto *buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(cmdOK);
+    buttons->addWidget(cmdCancel);
+    auto *layout = new QVBoxLayout(this);
+    layout->addLayout(fields);
+    layout->addSpacing(8);
+    layout->addLayout(buttons);
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+
+    setTabOrder(txtLogin, txtPassword);
+    setTabOrder(txtPassword, cmdOK);
+    setTabOrder(cmdOK, cmdCancel);
+    txtLogin->setFocus();
+
+    connect(cmdOK, &QPushButton::clicked, this, &frmLogin::cmdOK_Click);
+    connect(cmdCancel, &QPushButton::clicked, this, &frmLogin::reject);
+
+    // Opened at load with its design-time statement, like every data control that has one.
+    adcUsuarios = new store::DataControl(QStringLiteral("adcUsuarios"), this);
+    adcUsuarios->setRecordSource(kUsuarios);
+    try {
+        adcUsuarios->refresh();
+    } catch (const std::exception &error) {
+        store::reportError(error);
+    }
+}
+
+frmLogin::~frmLogin() = default;
+
+void frmLogin::selectWholeText(QLineEdit *edit)
+{
+    edit->setFocus();
+    edit->home(false);
+    edit->end(true);
+}
+
+void frmLogin::cmdOK_Click()
+{
+    try {
+        adcUsuarios->setRecordSource(kUsuarios + QStringLiteral(" AND U.USULOGIN=")
+                                     + store::sql::text(trimBlanks(txtLogin->text())));
+        adcUsuarios->refresh();
+        adcUsuarios->refresh();
+        if (adcUsuarios->recordCount() == 0) {
+            ui::msgBox(QStringLiteral("Código de empleado incorrecto!"), QStringLiteral("Login"),
+                       ui::Icon::None, this);
+            selectWholeText(txtLogin);
+            return;
+        }
+
+        // The password counts as typed, blanks and all; the encoder consumes its copy.
+        QString typed = txtPassword->text();
+        const QString encoded = Usuario::CodificarPassword(typed);
+        const QVariant stored = adcUsuarios->value(QStringLiteral("UsuPassword"));
+        if (stored.isNull() || encoded != stored.toString()) {
+            ui::msgBox(QStringLiteral("Password incorrecta!"), QStringLiteral("Login"), ui::Icon::None,
+                       this);
+            selectWholeText(txtPassword);
+            return;
+        }
+
+        // The first row decides: a person with several contracts gets the area of the
+        // row the store returns first.
+        LoginSucceeded = true;
+        modPrincipal::gUsuLogin = txtLogin->text();
+        modPrincipal::gFunCedula = textOf(adcUsuarios->value(QStringLiteral("FunCedula")));
+        modPrincipal::gAreId = textOf(adcUsuarios->value(QStringLiteral("AreId")));
+        modPrincipal::gPerId = roleOf(adcUsuarios->value(QStringLiteral("PerId")));
+        hide();
+    } catch (const std::exception &error) {
+        modPrincipal::ReportarError(error);
+    }
+}
+
+void frmLogin::reject()
+{
+    LoginSucceeded = false;
+    QDialog::reject();
+}

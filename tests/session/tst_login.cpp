@@ -1,0 +1,448 @@
+// The login window on a fresh store: what a login reads, the two messages with their
+// focus and selection, cancelling, the encoder and the login's error reporter.
+
+#include "ScriptedDialogs.h"
+#include "TempStore.h"
+#include "session/Usuario.h"
+#include "session/frmLogin.h"
+#include "session/modPrincipal.h"
+#include "store/ErrorReporter.h"
+#include "store/StoreError.h"
+#include "ui/Application.h"
+
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+const QString kWrongLogin = QStringLiteral("Código de empleado incorrecto!");
+const QString kWrongPassword = QStringLiteral("Password incorrecta!");
+
+struct Session {
+    QString usuLogin, funCedula, areId;
+    int perId;
+};
+
+void clearSession()
+{
+    modPrincipal::gUsuLogin = QStringLiteral("-");
+    modPrincipal::gFunCedula = QStringLiteral("-");
+    modPrincipal::gAreId = QStringLiteral("-");
+    modPrincipal::gPerId = 0;
+}
+
+Session currentSession()
+{
+    return {modPrincipal::gUsuLogin, modPrincipal::gFunCedula, modPrincipal::gAreId, modPrincipal::gPerId};
+}
+
+// Types into a box key by key; a character outside ASCII arrives as the text of a key
+// the keyboard has no code for, as an input method would send it.
+void typeInto(QLineEdit *edit, const QString &text)
+{
+    for (QChar c : text) {
+        if (c.unicode() < 128)
+            QTest::keyClick(edit, char(c.unicode()));
+        else
+            QTest::sendKeyEvent(QTest::Click, edit, Qt::Key_unknown, QString(c), Qt::NoModifier);
+    }
+}
+
+// The window as a user meets it: shown, typed into, clicked.
+class LoginWindow {
+public:
+    LoginWindow() : w(std::make_unique<frmLogin>())
+    {
+        w->show();
+        txtLogin = w->findChild<QLineEdit *>(QStringLiteral("txtLogin"));
+        txtPassword = w->findChild<QLineEdit *>(QStringLiteral("txtPassword"));
+        cmdOK = w->findChild<QPushButton *>(QStringLiteral("cmdOK"));
+        cmdCancel = w->findChild<QPushButton *>(QStringLiteral("cmdCancel"));
+        Q_ASSERT(txtLogin && txtPassword && cmdOK && cmdCancel);
+    }
+
+    void type(const QString &login, const QString &password)
+    {
+        txtLogin->selectAll();
+        typeInto(txtLogin, login);
+        txtPassword->selectAll();
+        typeInto(txtPassword, password);
+    }
+
+    void attempt(const QString &login, const QString &password)
+    {
+        type(login, password);
+        QTest::mouseClick(cmdOK, Qt::LeftButton);
+    }
+
+    std::unique_ptr<frmLogin> w;
+    QLineEdit *txtLogin;
+    QLineEdit *txtPassword;
+    QPushButton *cmdOK;
+    QPushButton *cmdCancel;
+};
+
+}  // namespace
+
+class TestLogin : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init() { clearSession(); }
+
+    void login_data();
+    void login();
+    void secondContract();
+    void roleNotANumber_data();
+    void roleNotANumber();
+    void retryAfterFailure();
+    void cancel_data();
+    void cancel();
+    void passwordEcho();
+    void storeRefuses();
+    void encoder_data();
+    void encoder();
+    void reportarError_data();
+    void reportarError();
+};
+
+void TestLogin::login_data()
+{
+    QTest::addColumn<QStringList>("setup");  // rows added to the demo store
+    QTest::addColumn<QString>("login");
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<QStringList>("boxes");  // texts of the boxes shown, in order
+    QTest::addColumn<bool>("succeeded");
+    QTest::addColumn<QString>("cedula");
+    QTest::addColumn<QString>("area");
+    QTest::addColumn<int>("perId");
+    QTest::addColumn<QString>("focused");  // after a refusal: the box that has the focus
+
+    const QStringList none;
+    const QString noUser = QStringLiteral(
+        "INSERT INTO USUARIOS (UsuLogin, UsuPassword, FunCedula, PerId) VALUES ('%1', %2, '%3', %4)");
+
+    QTest::newRow("common user") << none << "usuario" << "usuario" << none << true << "11111111" << "DOC" << 5 << "";
+    QTest::newRow("area chief") << none << "jefe" << "jefe" << none << true << "22222222" << "DOC" << 6 << "";
+    QTest::newRow("administrator") << none << "admin" << "admin" << none << true << "33333333" << "ADM" << 7 << "";
+    QTest::newRow("super user") << none << "super" << "super" << none << true << "44444444" << "ADM" << 8 << "";
+    QTest::newRow("blanks around the login") << none << "  usuario " << "usuario" << none << true << "11111111"
+                                             << "DOC" << 5 << "";
+
+    QTest::newRow("unknown login") << none << "nadie" << "nadie" << QStringList{kWrongLogin} << false << ""
+                                   << "" << 0 << "txtLogin";
+    QTest::newRow("empty login") << none << "" << "usuario" << QStringList{kWrongLogin} << false << "" << ""
+                                 << 0 << "txtLogin";
+    QTest::newRow("login with an apostrophe") << none << "o'brien" << "x" << QStringList{kWrongLogin} << false
+                                              << "" << "" << 0 << "txtLogin";
+    QTest::newRow("user without a contract")
+        << QStringList{QStringLiteral("INSERT INTO FUNCIONARIOS (FunCedula, FunNombres, FunApellidos) "
+                                      "VALUES ('12121212', 'Sin', 'Contrato')"),
+                       noUser.arg("nuevo", "'dmbwf'", "12121212", "5")}
+        << "nuevo" << "clave" << QStringList{kWrongLogin} << false << "" << "" << 0 << "txtLogin";
+
+    QTest::newRow("wrong password") << none << "usuario" << "usuarioX" << QStringList{kWrongPassword} << false
+                                    << "" << "" << 0 << "txtPassword";
+    QTest::newRow("password in another case") << none << "usuario" << "Usuario" << QStringList{kWrongPassword}
+                                              << false << "" << "" << 0 << "txtPassword";
+    QTest::newRow("blanks around the password") << none << "usuario" << " usuario " << QStringList{kWrongPassword}
+                                                << false << "" << "" << 0 << "txtPassword";
+    QTest::newRow("null password never matches")
+        << QStringList{noUser.arg("nulo", "NULL", "11111111", "5")} << "nulo" << ""
+        << QStringList{kWrongPassword} << false << "" << "" << 0 << "txtPassword";
+    QTest::newRow("empty stored password, empty typed")
+        << QStringList{noUser.arg("vacio", "''", "11111111", "5")} << "vacio" << "" << none << true << "11111111"
+        << "DOC" << 5 << "";
+
+    // A character the encoder cannot take: its error is reported, then the empty result
+    // is compared like any other.
+    const QString encoderError = QStringLiteral("La contraseña tiene un carácter que no se puede codificar.");
+    QTest::newRow("code 255 in the password")
+        << none << "usuario" << QStringLiteral("usuari\u00ff") << QStringList{encoderError, kWrongPassword} << false
+        << "" << "" << 0 << "txtPassword";
+    QTest::newRow("character outside the single-byte set")
+        << none << "usuario" << QStringLiteral("usuari\u20ac") << QStringList{encoderError, kWrongPassword}
+        << false << "" << "" << 0 << "txtPassword";
+    QTest::newRow("code 255 against an empty stored password")
+        << QStringList{noUser.arg("vacio", "''", "11111111", "5")} << "vacio" << QStringLiteral("\u00ff")
+        << QStringList{encoderError} << true << "11111111" << "DOC" << 5 << "";
+
+    QTest::newRow("role outside 5 to 8")
+        << QStringList{noUser.arg("otro", "'pusp'", "11111111", "9")} << "otro" << "otro" << none << true
+        << "11111111" << "DOC" << 9 << "";
+    QTest::newRow("Latin-1 password")
+        << QStringList{noUser.arg("nino", "'\u00f2j\u00f0p'", "11111111", "5")} << "nino"
+        << QStringLiteral("\u00f1i\u00efo") << none << true << "11111111" << "DOC" << 5 << "";
+}
+
+void TestLogin::login()
+{
+    QFETCH(QStringList, setup);
+    QFETCH(QString, login);
+    QFETCH(QString, password);
+    QFETCH(QStringList, boxes);
+    QFETCH(bool, succeeded);
+    QFETCH(QString, cedula);
+    QFETCH(QString, area);
+    QFETCH(int, perId);
+    QFETCH(QString, focused);
+
+    tests::TempStore store;
+    for (const QString &sql : setup)
+        store.execNative(sql);
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+
+    LoginWindow w;
+    w.attempt(login, password);
+
+    QCOMPARE(dialogs.texts(), boxes);
+    for (const ScriptedDialogs::Box &box : dialogs.shown()) {
+        QCOMPARE(box.buttons, ui::Buttons::Ok);
+        if (box.text == kWrongLogin || box.text == kWrongPassword) {
+            QCOMPARE(box.title, QStringLiteral("Login"));
+            QCOMPARE(box.icon, ui::Icon::None);
+        } else {
+            QCOMPARE(box.title, QStringLiteral("Quronda"));
+            QCOMPARE(box.icon, ui::Icon::Exclamation);
+        }
+    }
+    QCOMPARE(w.w->LoginSucceeded, succeeded);
+    QCOMPARE(w.w->isVisible(), !succeeded);
+
+    if (succeeded) {
+        const Session s = currentSession();
+        QCOMPARE(s.usuLogin, login);  // as typed, blanks and all
+        QCOMPARE(s.funCedula, cedula);
+        QCOMPARE(s.areId, area);
+        QCOMPARE(s.perId, perId);
+    } else {
+        // Nothing of the session is touched by a refusal.
+        QCOMPARE(modPrincipal::gUsuLogin, QStringLiteral("-"));
+        QCOMPARE(modPrincipal::gPerId, qint16(0));
+        // The refused text has the focus and is selected whole, so typing replaces it.
+        QLineEdit *edit = w.w->findChild<QLineEdit *>(focused);
+        QCOMPARE(w.w->focusWidget(), edit);
+        QCOMPARE(edit->selectedText(), edit->text());
+        QCOMPARE(edit->text(), focused == QLatin1String("txtLogin") ? login : password);
+    }
+}
+
+// A person with two contracts: the first row the login statement returns decides the area.
+void TestLogin::secondContract()
+{
+    tests::TempStore store;
+    store.execNative(QStringLiteral(
+        "INSERT INTO USUARIOS (UsuLogin, UsuPassword, FunCedula, PerId) VALUES ('lucia', 'mvdjb', '55555555', 6)"));
+    const store::ResultSet rows = store.select(QStringLiteral(
+        "SELECT * FROM USUARIOS U, FUNCIONARIOS_INSTITUTOS FI WHERE U.FUNCEDULA=FI.FUNCEDULA AND U.USULOGIN='lucia'"));
+    QCOMPARE(int(rows.rows.size()), 2);
+    const QString firstArea = rows.rows.front().value(rows.columnIndex(QStringLiteral("AreId"))).toString();
+
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+    LoginWindow w;
+    w.attempt(QStringLiteral("lucia"), QStringLiteral("lucia"));
+
+    QCOMPARE(dialogs.count(), 0);
+    QVERIFY(w.w->LoginSucceeded);
+    QCOMPARE(modPrincipal::gFunCedula, QStringLiteral("55555555"));
+    QCOMPARE(modPrincipal::gAreId, firstArea);
+    QVERIFY(firstArea == QLatin1String("DOC") || firstArea == QLatin1String("INV"));
+    QCOMPARE(modPrincipal::gPerId, qint16(6));
+}
+
+// A role that does not fit the 16-bit role variable is reported after the rest of the
+// session is set; the window stays open with LoginSucceeded already true.
+void TestLogin::roleNotANumber_data()
+{
+    QTest::addColumn<QString>("perId");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("too large") << "70000" << "Desbordamiento";
+    QTest::newRow("null") << "NULL" << "Uso no válido de Null";
+}
+
+void TestLogin::roleNotANumber()
+{
+    QFETCH(QString, perId);
+    QFETCH(QString, message);
+
+    tests::TempStore store;
+    store.execNative(QStringLiteral("INSERT INTO USUARIOS (UsuLogin, UsuPassword, FunCedula, PerId) "
+                                    "VALUES ('raro', 'sbsp', '11111111', %1)")
+                         .arg(perId));
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+    LoginWindow w;
+    w.attempt(QStringLiteral("raro"), QStringLiteral("raro"));
+
+    QCOMPARE(dialogs.texts(), QStringList{message});
+    QCOMPARE(dialogs.last().icon, ui::Icon::Exclamation);
+    QVERIFY(w.w->LoginSucceeded);
+    QVERIFY(w.w->isVisible());
+    QCOMPARE(modPrincipal::gUsuLogin, QStringLiteral("raro"));
+    QCOMPARE(modPrincipal::gFunCedula, QStringLiteral("11111111"));
+    QCOMPARE(modPrincipal::gAreId, QStringLiteral("DOC"));
+    QCOMPARE(modPrincipal::gPerId, qint16(0));
+}
+
+// No limit on attempts: after a wrong login and a wrong password, typing over the
+// selected text logs in.
+void TestLogin::retryAfterFailure()
+{
+    tests::TempStore store;
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+    LoginWindow w;
+
+    w.attempt(QStringLiteral("jefx"), QStringLiteral("mala"));
+    QTest::keyClicks(w.txtLogin, QStringLiteral("jefe"));  // replaces the selection
+    QCOMPARE(w.txtLogin->text(), QStringLiteral("jefe"));
+    QTest::mouseClick(w.cmdOK, Qt::LeftButton);
+    QTest::keyClicks(w.txtPassword, QStringLiteral("jefe"));
+    QCOMPARE(w.txtPassword->text(), QStringLiteral("jefe"));
+    QTest::keyClick(w.txtPassword, Qt::Key_Return);  // Enter is OK
+
+    QCOMPARE(dialogs.texts(), (QStringList{kWrongLogin, kWrongPassword}));
+    QVERIFY(w.w->LoginSucceeded);
+    QVERIFY(!w.w->isVisible());
+    QCOMPARE(modPrincipal::gPerId, qint16(6));
+}
+
+void TestLogin::cancel_data()
+{
+    QTest::addColumn<QString>("how");
+    QTest::newRow("cmdCancel") << "cmdCancel";
+    QTest::newRow("Esc") << "Esc";
+    QTest::newRow("close box") << "close";
+}
+
+void TestLogin::cancel()
+{
+    QFETCH(QString, how);
+    tests::TempStore store;
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+    LoginWindow w;
+    w.attempt(QStringLiteral("usuario"), QStringLiteral("mal"));
+    w.type(QStringLiteral("usuario"), QStringLiteral("usuario"));
+
+    if (how == QLatin1String("cmdCancel"))
+        QTest::mouseClick(w.cmdCancel, Qt::LeftButton);
+    else if (how == QLatin1String("Esc"))
+        QTest::keyClick(w.txtPassword, Qt::Key_Escape);
+    else
+        w.w->close();
+
+    QVERIFY(!w.w->LoginSucceeded);
+    QVERIFY(!w.w->isVisible());
+    QCOMPARE(modPrincipal::gUsuLogin, QStringLiteral("-"));
+    QCOMPARE(dialogs.texts(), QStringList{kWrongPassword});
+}
+
+void TestLogin::passwordEcho()
+{
+    tests::TempStore store;
+    LoginWindow w;
+    QCOMPARE(w.w->windowTitle(), QStringLiteral("Quronda - Login"));
+    QCOMPARE(w.w->focusWidget(), w.txtLogin);
+    QTest::keyClicks(w.txtPassword, QStringLiteral("clave"));
+    QCOMPARE(w.txtPassword->displayText(), QStringLiteral("*****"));
+    QCOMPARE(w.txtPassword->text(), QStringLiteral("clave"));
+}
+
+// A store that refuses the statement (here: it has no tables): the driver's message in
+// ReportarError's box, and the window stays open for another try. The error of the
+// window's load goes to the store's error reporter.
+void TestLogin::storeRefuses()
+{
+    tests::TempStore store(tests::TempStore::Content::Empty);
+    QStringList atLoad;
+    store::setErrorReporter([&atLoad](const std::exception &e) { atLoad << QString::fromUtf8(e.what()); });
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+    {
+        LoginWindow w;
+        QCOMPARE(atLoad.size(), 1);
+        w.attempt(QStringLiteral("usuario"), QStringLiteral("usuario"));
+        QCOMPARE(dialogs.count(), 1);
+        QCOMPARE(dialogs.last().icon, ui::Icon::Exclamation);
+        QCOMPARE(dialogs.last().title, QStringLiteral("Quronda"));
+        QVERIFY2(dialogs.last().text.contains(QLatin1String("usuarios"), Qt::CaseInsensitive),
+                 qPrintable(dialogs.last().text));
+        QVERIFY(!w.w->LoginSucceeded);
+        QVERIFY(w.w->isVisible());
+    }
+    store::setErrorReporter({});
+}
+
+// The encoder as the windows call it: each character moves one up the single-byte set, in
+// order; the caller's string is consumed; a character without a successor is reported and
+// gives an empty result.
+void TestLogin::encoder_data()
+{
+    QTest::addColumn<QString>("input");
+    QTest::addColumn<QString>("expected");
+    QTest::addColumn<bool>("reported");
+    QTest::newRow("abc") << "abc" << "bcd" << false;
+    QTest::newRow("empty") << "" << "" << false;
+    QTest::newRow("order and length kept") << "Zz09 ~" << "[{1:!\x7f" << false;
+    QTest::newRow("upper Latin-1") << QStringLiteral("\u00f1\u00fe") << QStringLiteral("\u00f2\u00ff") << false;
+    QTest::newRow("code 255") << QStringLiteral("ab\u00ffc") << "" << true;
+    QTest::newRow("non-Latin character") << QStringLiteral("\u0101") << "" << true;
+}
+
+void TestLogin::encoder()
+{
+    QFETCH(QString, input);
+    QFETCH(QString, expected);
+    QFETCH(bool, reported);
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+    QString argument = input;
+    QCOMPARE(Usuario::CodificarPassword(argument), expected);
+    QVERIFY(argument.isEmpty());
+    QCOMPARE(dialogs.count(), reported ? 1 : 0);
+    if (reported)
+        QCOMPARE(dialogs.last().icon, ui::Icon::Exclamation);
+}
+
+void TestLogin::reportarError_data()
+{
+    QTest::addColumn<int>("number");  // -1: not a store error
+    QTest::addColumn<QString>("description");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("icon");
+    QTest::newRow("no current row") << 3021 << "No hay un registro actual." << "Seleccione primero una empresa"
+                                    << int(ui::Icon::None);
+    QTest::newRow("store error") << -2147467259 << "no such table: USUARIOS" << "no such table: USUARIOS"
+                                 << int(ui::Icon::Exclamation);
+    QTest::newRow("other error") << -1 << "algo falló" << "algo falló" << int(ui::Icon::Exclamation);
+}
+
+void TestLogin::reportarError()
+{
+    QFETCH(int, number);
+    QFETCH(QString, description);
+    QFETCH(QString, text);
+    QFETCH(int, icon);
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+    ui::setBusy(true);
+    if (number == -1)
+        modPrincipal::ReportarError(std::runtime_error(description.toStdString()));
+    else
+        modPrincipal::ReportarError(store::StoreError(store::StoreError::Kind::Store, number, description));
+    QVERIFY(!ui::isBusy());
+    QCOMPARE(dialogs.texts(), QStringList{text});
+    QCOMPARE(int(dialogs.last().icon), icon);
+    QCOMPARE(dialogs.last().title, QStringLiteral("Quronda"));
+    QCOMPARE(dialogs.last().buttons, ui::Buttons::Ok);
+    QVERIFY(!dialogs.last().busy);
+}
+
+TEMPALIA_TEST_MAIN(TestLogin)
+#include "tst_login.moc"

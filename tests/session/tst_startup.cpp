@@ -1,0 +1,250 @@
+// The start-up after the login: the presentation window, the role's main window, and the
+// quiet ends (login cancelled, a role without a window).
+
+#include "ScriptedDialogs.h"
+#include "TempStore.h"
+#include "session/VersionRecord.h"
+#include "session/frmLogin.h"
+#include "session/frmPresentacion.h"
+#include "session/modPrincipal.h"
+#include "ui/Application.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QPointer>
+#include <QPushButton>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+// A real login on the store, the window then handed to the start-up as Main does.
+std::unique_ptr<frmLogin> loggedIn(const QString &login, const QString &password)
+{
+    auto w = std::make_unique<frmLogin>();
+    w->show();
+    QTest::keyClicks(w->findChild<QLineEdit *>(QStringLiteral("txtLogin")), login);
+    QTest::keyClicks(w->findChild<QLineEdit *>(QStringLiteral("txtPassword")), password);
+    QTest::mouseClick(w->findChild<QPushButton *>(QStringLiteral("cmdOK")), Qt::LeftButton);
+    return w;
+}
+
+QList<QWidget *> visibleWindows()
+{
+    QList<QWidget *> out;
+    for (QWidget *w : QApplication::topLevelWidgets()) {
+        if (w->isVisible())
+            out << w;
+    }
+    return out;
+}
+
+frmPresentacion *presentation()
+{
+    for (QWidget *w : QApplication::topLevelWidgets()) {
+        if (auto *p = qobject_cast<frmPresentacion *>(w))
+            return p;
+    }
+    return nullptr;
+}
+
+// What the main window factory saw when Main called it.
+struct FactoryCall {
+    qint16 perId = 0;
+    bool presentationVisible = false;
+    bool loginGone = false;
+};
+
+}  // namespace
+
+class TestStartup : public QObject {
+    Q_OBJECT
+
+private slots:
+    void cleanup();
+
+    void mainWindowOfEachRole_data();
+    void mainWindowOfEachRole();
+    void roleWithoutWindow();
+    void loginCancelled();
+    void keyTakesPresentationAway_data();
+    void keyTakesPresentationAway();
+    void presentationContents();
+
+private:
+    QList<QPointer<QWidget>> m_made;
+};
+
+void TestStartup::cleanup()
+{
+    modPrincipal::setMainWindowFactory({});
+    for (const QPointer<QWidget> &w : std::as_const(m_made))
+        delete w.data();
+    m_made.clear();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+void TestStartup::mainWindowOfEachRole_data()
+{
+    QTest::addColumn<QString>("login");
+    QTest::addColumn<int>("perId");
+    QTest::newRow("common user") << "usuario" << 5;
+    QTest::newRow("area chief") << "jefe" << 6;
+    QTest::newRow("administrator") << "admin" << 7;
+    QTest::newRow("super user") << "super" << 8;
+}
+
+void TestStartup::mainWindowOfEachRole()
+{
+    QFETCH(QString, login);
+    QFETCH(int, perId);
+    tests::TempStore store;
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+
+    std::unique_ptr<frmLogin> w = loggedIn(login, login);
+    QPointer<frmLogin> loginWindow = w.get();
+    QList<FactoryCall> calls;
+    QPointer<QWidget> mainWindow;
+    modPrincipal::setMainWindowFactory([&](qint16 role) -> QWidget * {
+        FactoryCall call;
+        call.perId = role;
+        call.presentationVisible = presentation() && presentation()->isVisible();
+        call.loginGone = loginWindow.isNull();
+        calls << call;
+        mainWindow = new QWidget;
+        m_made << mainWindow;
+        return mainWindow;
+    });
+
+    modPrincipal::continueStartUp(std::move(w));
+
+    QCOMPARE(calls.size(), 1);
+    QCOMPARE(int(calls.front().perId), perId);
+    QVERIFY2(calls.front().presentationVisible, "the presentation window is up while the main window loads");
+    QVERIFY2(calls.front().loginGone, "the login window is unloaded before");
+    QVERIFY(!presentation());
+    QCOMPARE(visibleWindows(), QList<QWidget *>{mainWindow.data()});
+    QVERIFY(!dialogs.endProgramCalled());
+    QCOMPARE(dialogs.count(), 0);
+}
+
+// A role outside 5 to 8 has no main window: the presentation window comes and goes and
+// nothing is left open, so the run ends without a word.
+void TestStartup::roleWithoutWindow()
+{
+    tests::TempStore store;
+    store.execNative(QStringLiteral("INSERT INTO USUARIOS (UsuLogin, UsuPassword, FunCedula, PerId) "
+                                    "VALUES ('otro', 'pusp', '11111111', 4)"));
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+    int factoryCalls = 0;
+    modPrincipal::setMainWindowFactory([&](qint16) -> QWidget * {
+        ++factoryCalls;
+        return nullptr;
+    });
+
+    std::unique_ptr<frmLogin> w = loggedIn(QStringLiteral("otro"), QStringLiteral("otro"));
+    QVERIFY(w->LoginSucceeded);
+    modPrincipal::continueStartUp(std::move(w));
+
+    QCOMPARE(factoryCalls, 0);
+    QVERIFY(!presentation());
+    QVERIFY(visibleWindows().isEmpty());
+    QCOMPARE(dialogs.count(), 0);
+    QVERIFY(!dialogs.endProgramCalled());
+}
+
+// Cancel after failed tries: the program ends at once, no other window is created.
+void TestStartup::loginCancelled()
+{
+    tests::TempStore store;
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+    bool factoryCalled = false;
+    modPrincipal::setMainWindowFactory([&](qint16) -> QWidget * {
+        factoryCalled = true;
+        return nullptr;
+    });
+
+    std::unique_ptr<frmLogin> w = loggedIn(QStringLiteral("usuario"), QStringLiteral("mal"));
+    QTest::mouseClick(w->findChild<QPushButton *>(QStringLiteral("cmdOK")), Qt::LeftButton);
+    QTest::mouseClick(w->findChild<QPushButton *>(QStringLiteral("cmdCancel")), Qt::LeftButton);
+    modPrincipal::continueStartUp(std::move(w));
+
+    QCOMPARE(dialogs.endProgramCount(), 1);
+    QVERIFY(!factoryCalled);
+    QVERIFY(!presentation());
+    QCOMPARE(dialogs.texts(), (QStringList{QStringLiteral("Password incorrecta!"),
+                                           QStringLiteral("Password incorrecta!")}));
+}
+
+// A key while the presentation window is up takes it away at once, wherever it lands;
+// the main window still opens and the later unload does no harm.
+void TestStartup::keyTakesPresentationAway_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::newRow("the window") << "frmPresentacion";
+    QTest::newRow("a label") << "lblVersion";
+    QTest::newRow("a picture") << "imgLogo";
+}
+
+void TestStartup::keyTakesPresentationAway()
+{
+    QFETCH(QString, target);
+    tests::TempStore store;
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+    bool goneAfterKey = false;
+    QPointer<QWidget> mainWindow;
+    modPrincipal::setMainWindowFactory([&](qint16) -> QWidget * {
+        frmPresentacion *p = presentation();
+        if (!p)
+            return nullptr;
+        QWidget *receiver = target == QLatin1String("frmPresentacion") ? p : p->findChild<QWidget *>(target);
+        if (!receiver)
+            return nullptr;
+        QTest::keyClick(receiver, Qt::Key_Space);
+        goneAfterKey = !p->isVisible();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        mainWindow = new QWidget;
+        m_made << mainWindow;
+        return mainWindow;
+    });
+
+    modPrincipal::continueStartUp(loggedIn(QStringLiteral("jefe"), QStringLiteral("jefe")));
+
+    QVERIFY(goneAfterKey);
+    QVERIFY(mainWindow);
+    QCOMPARE(visibleWindows(), QList<QWidget *>{mainWindow.data()});
+    QVERIFY(!presentation());
+}
+
+void TestStartup::presentationContents()
+{
+    frmPresentacion p;
+    auto text = [&p](const char *name) {
+        const QLabel *l = p.findChild<QLabel *>(QString::fromLatin1(name));
+        return l ? l->text() : QStringLiteral("<sin %1>").arg(QLatin1String(name));
+    };
+    const session::VersionRecord &record = session::versionRecord();
+    QCOMPARE(text("lblProductName"), QStringLiteral("Quronda"));
+    QCOMPARE(text("lblVersion"), QStringLiteral("Version 1.0.0"));
+    QCOMPARE(text("lblCompany"), record.companyName);
+    QCOMPARE(text("lblCopyright"), record.legalCopyright);
+    QCOMPARE(text("lblPropaganda"), QStringLiteral("Quronda para Institutos"));
+    QVERIFY(!text("lblWarning").isEmpty());
+    for (const char *picture : {"imgLogo", "imgNovadat"}) {
+        const QLabel *l = p.findChild<QLabel *>(QString::fromLatin1(picture));
+        QVERIFY2(l && !l->pixmap().isNull(), picture);
+    }
+    QVERIFY(p.windowTitle().isEmpty());
+    const Qt::WindowFlags flags = p.windowFlags();
+    QVERIFY(flags & (Qt::CustomizeWindowHint | Qt::FramelessWindowHint));
+    QVERIFY(!(flags & (Qt::WindowTitleHint | Qt::WindowCloseButtonHint | Qt::WindowMinMaxButtonsHint)));
+    QCOMPARE(record.comments, QStringLiteral("Quronda para Institutos de enseñanza"));
+}
+
+TEMPALIA_TEST_MAIN(TestStartup)
+#include "tst_startup.moc"
