@@ -1,0 +1,609 @@
+// The tabs "Cierre de mes" of the chief and of the super user, driven as their users do on a
+// fresh demo store: requests, denial, approval, the close and what it moves, and the ways a
+// close can be refused or fail.
+
+#include "ScriptedDialogs.h"
+#include "TempStore.h"
+#include "monthclose/CierreMesJefeArea.h"
+#include "monthclose/CierreMesSuperUsuario.h"
+#include "session/modPrincipal.h"
+#include "store/DataControl.h"
+#include "ui/Application.h"
+#include "ui/DataGrid.h"
+#include "ui/DataLists.h"
+#include "ui/DatePicker.h"
+
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+const QString kNotApproved = QStringLiteral("El mes debe ser aprobado por el Súper Usuario para poder cerrarse.");
+const QString kOtherArea = QStringLiteral("Solo puede cerrar o modificar los cierres de su área.");
+
+void loginAs(const QString &login, const QString &cedula, const QString &area, qint16 perId)
+{
+    modPrincipal::gUsuLogin = login;
+    modPrincipal::gFunCedula = cedula;
+    modPrincipal::gAreId = area;
+    modPrincipal::gPerId = perId;
+}
+void loginChief() { loginAs(QStringLiteral("jefe"), QStringLiteral("22222222"), QStringLiteral("DOC"), 6); }
+void loginSuper() { loginAs(QStringLiteral("super"), QStringLiteral("44444444"), QStringLiteral("ADM"), 8); }
+
+// The last day of the month before today's: the demo's hours of that month stand in HORAS.
+QDate lastMonthEnd()
+{
+    const QDate today = QDate::currentDate();
+    return QDate(today.year(), today.month(), 1).addDays(-1);
+}
+
+template <typename T>
+T *child(QWidget *w, const char *name)
+{
+    T *c = w->findChild<T *>(QString::fromUtf8(name));
+    if (!c)
+        qFatal("control %s not found", name);
+    return c;
+}
+
+void typeText(QLineEdit *edit, const QString &text)
+{
+    edit->setFocus();
+    edit->selectAll();
+    QTest::keyClick(edit, Qt::Key_Delete);
+    QTest::keyClicks(edit, text);
+}
+
+void typeText(QPlainTextEdit *edit, const QString &text)
+{
+    edit->selectAll();
+    QTest::keyClick(edit, Qt::Key_Delete);
+    QTest::keyClicks(edit, text);
+}
+
+void click(QWidget *w, const char *button)
+{
+    auto *b = child<QAbstractButton>(w, button);
+    QVERIFY2(b->isEnabled(), button);
+    b->click();
+}
+
+// Selects in a grid the row of the data control whose CieMesId is `id`, as a click does.
+bool selectRow(QWidget *tab, store::DataControl *adc, qlonglong id)
+{
+    auto *grid = child<ui::DataGrid>(tab, "dtgCierreMeses");
+    for (int r = 0; r < adc->recordCount(); ++r) {
+        if (adc->valueAt(r, QStringLiteral("CieMesId")).toLongLong() == id) {
+            grid->clickRow(r);
+            return adc->value(QStringLiteral("CieMesId")).toLongLong() == id;
+        }
+    }
+    return false;
+}
+
+bool chooseBound(ui::DataCombo *combo, const QString &bound)
+{
+    for (int i = 0; i < combo->count(); ++i) {
+        combo->choose(i);
+        if (combo->boundText() == bound)
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+class TestMonthClose : public QObject {
+    Q_OBJECT
+
+private:
+    std::unique_ptr<tests::TempStore> m_store;
+
+    tests::TempStore &db() { return *m_store; }
+
+    int count(const QString &table, const QString &where = {}, const QVariantList &values = {})
+    {
+        return db().count(table, where, values);
+    }
+
+    // Every hour row stands in exactly one of HORAS and HHORAS.
+    void checkNoRowInBoth()
+    {
+        QCOMPARE(db().scalar(QStringLiteral("SELECT COUNT(*) FROM HORAS H WHERE EXISTS (SELECT 1 FROM HHORAS A "
+                                            "WHERE A.HorId = H.HorId)"))
+                     .toInt(),
+                 0);
+    }
+
+    // A copy of a demo hour of the area, on another date; its key.
+    qlonglong addHour(const QString &area, const QDate &date, const QString &cedula = {})
+    {
+        const QString who = cedula.isEmpty() ? QStringLiteral("") : QStringLiteral(" AND FunCedula = ?");
+        QVariantList values{date, area};
+        if (!cedula.isEmpty())
+            values << cedula;
+        db().execNative(QStringLiteral("INSERT INTO HORAS (FunCedula, AreId, ActId, DesId, FunInsId, HorFecha, "
+                                       "HorSemana, HorValorhora, HorHoras, HorCategoria, TipId, HorMoneda) "
+                                       "SELECT FunCedula, AreId, ActId, DesId, FunInsId, ?, HorSemana, HorValorhora, "
+                                       "HorHoras, HorCategoria, TipId, HorMoneda FROM HORAS WHERE HorId = (SELECT "
+                                       "MIN(HorId) FROM HORAS WHERE AreId = ?") +
+                            who + QStringLiteral(")"),
+                        values);
+        return db().scalar(QStringLiteral("SELECT MAX(HorId) FROM HORAS")).toLongLong();
+    }
+
+    // A stored request, approved unless told otherwise; its key.
+    qlonglong addClose(const QString &area, const QDate &cutOff, bool approved = true)
+    {
+        db().execNative(QStringLiteral("INSERT INTO CIERREMESES (FunCedula, AreId, CieMesMesCierre, CieMesAnioCierre, "
+                                       "CieMesFechaActual, CieMesFechaCierre, CieMesAprobado, CieMesDesaprobado, "
+                                       "CieMesCerrado) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)"),
+                        {QStringLiteral("22222222"), area, cutOff.month(), cutOff.year(), QDate::currentDate(), cutOff,
+                         approved, false, false});
+        return db().scalar(QStringLiteral("SELECT MAX(CieMesId) FROM CIERREMESES")).toLongLong();
+    }
+
+    bool isClosed(qlonglong id)
+    {
+        return db().scalar(QStringLiteral("SELECT CieMesCerrado FROM CIERREMESES WHERE CieMesId = ?"), {id}).toBool();
+    }
+
+    // The chief closes the row `id` on a freshly loaded tab, answering Yes.
+    void closeAsChief(qlonglong id, ScriptedDialogs &dialogs)
+    {
+        loginChief();
+        CierreMesJefeArea tab;
+        QVERIFY(selectRow(&tab, tab.adcCierreMeses(), id));
+        dialogs.answerNext(ui::Answer::Yes);
+        click(&tab, "cmdCerrar");
+    }
+
+private slots:
+    void init() { m_store = std::make_unique<tests::TempStore>(); }
+    void cleanup() { m_store.reset(); }
+
+    // request -> deny -> request again -> approve -> close, checked in the store each time.
+    void fullCycle()
+    {
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        const QDate cutOff = lastMonthEnd();
+        const QDate today = QDate::currentDate();
+        const int closesBefore = count(QStringLiteral("CIERREMESES"));
+        const int hoursBefore = count(QStringLiteral("HORAS")) + count(QStringLiteral("HHORAS"));
+
+        // The chief asks.
+        loginChief();
+        auto chief = std::make_unique<CierreMesJefeArea>();
+        QCOMPARE(child<ui::DatePicker>(chief.get(), "dtpFechaCierre")->date(), today);
+        QVERIFY(!child<QLineEdit>(chief.get(), "txtMesCierre")->isEnabled());
+        click(chief.get(), "cmdSolicitarCierre");
+        QCOMPARE(child<QLineEdit>(chief.get(), "txtMesCierre")->text(), QString::number(today.month()));
+        QCOMPARE(child<QLineEdit>(chief.get(), "txtAnioCierre")->text(), QString::number(today.year()));
+        typeText(child<QLineEdit>(chief.get(), "txtMesCierre"), QString::number(cutOff.month()));
+        typeText(child<QLineEdit>(chief.get(), "txtAnioCierre"), QString::number(cutOff.year()));
+        child<ui::DatePicker>(chief.get(), "dtpFechaCierre")->chooseDate(cutOff);
+        typeText(child<QPlainTextEdit>(chief.get(), "txtComentariosJefeArea"), QStringLiteral("Primer pedido"));
+        QCOMPARE(count(QStringLiteral("CIERREMESES")), closesBefore);  // nothing stored before Guardar
+        click(chief.get(), "cmdGuardar");
+        QCOMPARE(count(QStringLiteral("CIERREMESES")), closesBefore + 1);
+        const qlonglong first = db().scalar(QStringLiteral("SELECT MAX(CieMesId) FROM CIERREMESES")).toLongLong();
+        QCOMPARE(count(QStringLiteral("CIERREMESES"),
+                       QStringLiteral("CieMesId = ? AND FunCedula = '22222222' AND AreId = 'DOC' AND "
+                                      "CieMesMesCierre = ? AND CieMesAnioCierre = ? AND CieMesFechaActual = ? AND "
+                                      "CieMesFechaCierre = ? AND CieMesComentarioJefeArea = 'Primer pedido' AND NOT "
+                                      "CieMesAprobado AND NOT CieMesDesaprobado AND NOT CieMesCerrado"),
+                       {first, cutOff.month(), cutOff.year(), today, cutOff}),
+                 1);
+
+        // The super user denies it.
+        loginSuper();
+        {
+            CierreMesSuperUsuario super;
+            QVERIFY(chooseBound(child<ui::DataCombo>(&super, "dtcAreas"), QStringLiteral("DOC")));
+            QVERIFY(selectRow(&super, super.adcCierres(), first));
+            child<QCheckBox>(&super, "chkCierreNegado")->click();
+            typeText(child<QPlainTextEdit>(&super, "txtComentarioSuperUsuario"), QStringLiteral("Faltan horas"));
+            click(&super, "cmdGuardar");
+        }
+        QCOMPARE(count(QStringLiteral("CIERREMESES"),
+                       QStringLiteral("CieMesId = ? AND CieMesDesaprobado AND NOT CieMesAprobado AND "
+                                      "CieMesComentarioSuperUsuario = 'Faltan horas'"),
+                       {first}),
+                 1);
+
+        // The chief asks again with a new row; the denied one stays.
+        loginChief();
+        click(chief.get(), "cmdSolicitarCierre");
+        child<ui::DatePicker>(chief.get(), "dtpFechaCierre")->chooseDate(cutOff);
+        click(chief.get(), "cmdGuardar");
+        const qlonglong second = db().scalar(QStringLiteral("SELECT MAX(CieMesId) FROM CIERREMESES")).toLongLong();
+        QVERIFY(second != first);
+        QCOMPARE(count(QStringLiteral("CIERREMESES")), closesBefore + 2);
+
+        // The close is refused while the chief's list says "not approved".
+        dialogs.clearShown();
+        click(chief.get(), "cmdCerrar");
+        QCOMPARE(dialogs.texts(), QStringList{kNotApproved});
+
+        // The super user approves the second request.
+        loginSuper();
+        {
+            CierreMesSuperUsuario super;
+            QVERIFY(chooseBound(child<ui::DataCombo>(&super, "dtcAreas"), QStringLiteral("DOC")));
+            QVERIFY(selectRow(&super, super.adcCierres(), second));
+            dialogs.clearShown();
+            dialogs.answerNext(ui::Answer::Yes);
+            child<QCheckBox>(&super, "chkCierreAutorizado")->click();
+            QCOMPARE(dialogs.count(), 1);
+            QCOMPARE(dialogs.last().text, QStringLiteral("Está seguro de autorizar el cierre de el mes %1/%2 del área "
+                                                         "DOC ?")
+                                              .arg(today.month())
+                                              .arg(today.year()));
+            QCOMPARE(dialogs.last().title, QStringLiteral("Confirme"));
+            click(&super, "cmdGuardar");
+            // Back on the approved row the boxes are locked and nothing is asked.
+            dialogs.clearShown();
+            QVERIFY(selectRow(&super, super.adcCierres(), second));
+            QVERIFY(!child<QCheckBox>(&super, "chkCierreAutorizado")->isEnabled());
+            QVERIFY(!child<QCheckBox>(&super, "chkCierreNegado")->isEnabled());
+            QVERIFY(child<QCheckBox>(&super, "chkCierreAutorizado")->isChecked());
+            QCOMPARE(dialogs.count(), 0);
+        }
+        QCOMPARE(count(QStringLiteral("CIERREMESES"), QStringLiteral("CieMesId = ? AND CieMesAprobado"), {second}), 1);
+        QVERIFY(!isClosed(second));
+        checkNoRowInBoth();
+
+        // The chief's list still holds its copy from before the approval; read anew, it closes.
+        chief.reset();
+        const int docUpToCut =
+            count(QStringLiteral("HORAS"), QStringLiteral("AreId = 'DOC' AND HorFecha <= ?"), {cutOff});
+        const int archivedBefore = count(QStringLiteral("HHORAS"));
+        const int othersBefore = count(QStringLiteral("HORAS"), QStringLiteral("AreId <> 'DOC'"));
+        QVERIFY(docUpToCut > 0);
+        loginChief();
+        chief = std::make_unique<CierreMesJefeArea>();
+        QVERIFY(selectRow(chief.get(), chief->adcCierreMeses(), second));
+        QVERIFY(child<QCheckBox>(chief.get(), "chkAprobadoSuperUsuario")->isChecked());
+        dialogs.clearShown();
+        dialogs.answerNext(ui::Answer::Yes);
+        click(chief.get(), "cmdCerrar");
+        QCOMPARE(dialogs.count(), 1);
+        QCOMPARE(dialogs.last().text,
+                 QStringLiteral("Está seguro que desea cerrar el mes %1/%2 ?").arg(today.month()).arg(today.year()));
+        QCOMPARE(dialogs.last().title, QStringLiteral("Confirme que desea hacer"));
+        QVERIFY(isClosed(second));
+        QCOMPARE(count(QStringLiteral("HORAS"), QStringLiteral("AreId = 'DOC' AND HorFecha <= ?"), {cutOff}), 0);
+        QCOMPARE(count(QStringLiteral("HHORAS")), archivedBefore + docUpToCut);
+        QCOMPARE(count(QStringLiteral("HORAS"), QStringLiteral("AreId <> 'DOC'")), othersBefore);
+        QCOMPARE(count(QStringLiteral("HORAS")) + count(QStringLiteral("HHORAS")), hoursBefore);
+        checkNoRowInBoth();
+        // The list was read anew and stands on its first row.
+        QCOMPARE(chief->adcCierreMeses()->absolutePosition(), 1);
+        QCOMPARE(child<ui::DataGrid>(chief.get(), "dtgCierreMeses")->rowCount(), closesBefore + 2);
+    }
+
+    // What the close moves: up to and including the cut-off day, every staff member of the
+    // chief's area, nothing of other areas; a later close moves only what is left.
+    void closeMovesTheAreaUpToTheCutOff()
+    {
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        const QDate cutOff = lastMonthEnd();
+        const qlonglong onCut = addHour(QStringLiteral("DOC"), cutOff);
+        const qlonglong dayAfter = addHour(QStringLiteral("DOC"), cutOff.addDays(1));
+        const qlonglong otherArea = addHour(QStringLiteral("ADM"), cutOff.addDays(-10));
+        const qlonglong old = addHour(QStringLiteral("DOC"), cutOff.addYears(-3));
+        const int staffUpToCut = db().scalar(QStringLiteral("SELECT COUNT(DISTINCT FunCedula) FROM HORAS WHERE "
+                                                            "AreId = 'DOC' AND HorFecha <= ?"),
+                                             {cutOff})
+                                     .toInt();
+        QVERIFY(staffUpToCut > 1);
+        const int total = count(QStringLiteral("HORAS")) + count(QStringLiteral("HHORAS"));
+
+        const qlonglong id = addClose(QStringLiteral("DOC"), cutOff);
+        closeAsChief(id, dialogs);
+        QCOMPARE(dialogs.texts().size(), 1);  // the question only
+        QVERIFY(isClosed(id));
+        for (qlonglong moved : {onCut, old})
+            QCOMPARE(count(QStringLiteral("HHORAS"), QStringLiteral("HorId = ?"), {moved}), 1);
+        for (qlonglong kept : {dayAfter, otherArea})
+            QCOMPARE(count(QStringLiteral("HORAS"), QStringLiteral("HorId = ?"), {kept}), 1);
+        QCOMPARE(db().scalar(QStringLiteral("SELECT COUNT(DISTINCT FunCedula) FROM HHORAS WHERE AreId = 'DOC' AND "
+                                            "HorFecha <= ? AND HorFecha > ?"),
+                             {cutOff, cutOff.addMonths(-1)})
+                     .toInt(),
+                 staffUpToCut);
+        QCOMPARE(count(QStringLiteral("HORAS"), QStringLiteral("AreId = 'DOC' AND HorFecha <= ?"), {cutOff}), 0);
+        checkNoRowInBoth();
+
+        // An hour recorded after the close with a date before its cut-off waits for the next
+        // close, which takes it and what is left up to its own cut-off, and nothing twice.
+        const qlonglong late = addHour(QStringLiteral("DOC"), cutOff.addDays(-5));
+        const int archived = count(QStringLiteral("HHORAS"));
+        const int next = count(QStringLiteral("HORAS"), QStringLiteral("AreId = 'DOC' AND HorFecha <= ?"),
+                               {cutOff.addDays(1)});
+        const qlonglong id2 = addClose(QStringLiteral("DOC"), cutOff.addDays(1));
+        closeAsChief(id2, dialogs);
+        QVERIFY(isClosed(id2));
+        QCOMPARE(count(QStringLiteral("HHORAS")), archived + next);
+        for (qlonglong moved : {late, dayAfter})
+            QCOMPARE(count(QStringLiteral("HHORAS"), QStringLiteral("HorId = ?"), {moved}), 1);
+        QCOMPARE(count(QStringLiteral("HORAS"), QStringLiteral("HorId = ?"), {otherArea}), 1);
+        QCOMPARE(count(QStringLiteral("HORAS")) + count(QStringLiteral("HHORAS")), total + 1);
+        checkNoRowInBoth();
+    }
+
+    void closingAnEmptyPeriodMarksTheRow()
+    {
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        const int current = count(QStringLiteral("HORAS"));
+        const int archived = count(QStringLiteral("HHORAS"));
+        const qlonglong id = addClose(QStringLiteral("DOC"), QDate(1995, 3, 31));
+        closeAsChief(id, dialogs);
+        QVERIFY(isClosed(id));
+        QCOMPARE(count(QStringLiteral("HORAS")), current);
+        QCOMPARE(count(QStringLiteral("HHORAS")), archived);
+        QVERIFY(dialogs.busyHistory().contains(true));  // the hourglass while it ran
+        QVERIFY(!dialogs.isBusy());
+    }
+
+    // With no request at all: no close, the export offered, cmdGuardar explains itself.
+    void emptyList()
+    {
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        db().execNative(QStringLiteral("DELETE FROM CIERREMESES"));
+        loginChief();
+        CierreMesJefeArea tab;
+        QVERIFY(!child<QPushButton>(&tab, "cmdCerrar")->isEnabled());
+        QVERIFY(child<QPushButton>(&tab, "cmdExportar")->isEnabled());
+        click(&tab, "cmdGuardar");
+        QCOMPARE(dialogs.count(), 1);
+        QCOMPARE(count(QStringLiteral("CIERREMESES")), 0);
+        // A request in an empty list is saved like any other.
+        click(&tab, "cmdSolicitarCierre");
+        click(&tab, "cmdGuardar");
+        QCOMPARE(count(QStringLiteral("CIERREMESES"), QStringLiteral("AreId = 'DOC' AND CieMesFechaCierre = ?"),
+                       {QDate::currentDate()}),
+                 1);
+    }
+
+    // A delete refused by the store after the copy went through: nothing moves at all.
+    void failureBetweenCopyAndDeleteMovesNothing()
+    {
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        if (db().backend() == store::Backend::PostgreSQL) {
+            db().execNative(QStringLiteral("CREATE OR REPLACE FUNCTION tst_no_delete() RETURNS trigger AS $$ BEGIN "
+                                           "RAISE EXCEPTION 'borrado impedido'; END $$ LANGUAGE plpgsql"));
+            db().execNative(QStringLiteral("CREATE TRIGGER tst_no_delete BEFORE DELETE ON HORAS FOR EACH ROW "
+                                           "EXECUTE FUNCTION tst_no_delete()"));
+        } else {
+            db().execNative(QStringLiteral("CREATE TRIGGER tst_no_delete BEFORE DELETE ON HORAS BEGIN SELECT "
+                                           "RAISE(ABORT, 'borrado impedido'); END"));
+        }
+        const int current = count(QStringLiteral("HORAS"));
+        const int archived = count(QStringLiteral("HHORAS"));
+        const qlonglong id = addClose(QStringLiteral("DOC"), lastMonthEnd());
+        closeAsChief(id, dialogs);
+        QCOMPARE(dialogs.count(), 2);
+        QVERIFY2(dialogs.last().text.startsWith(QStringLiteral("No se pudo cerrar el mes: ")),
+                 qPrintable(dialogs.last().text));
+        QVERIFY2(dialogs.last().text.contains(QStringLiteral("borrado impedido")), qPrintable(dialogs.last().text));
+        QVERIFY(!isClosed(id));
+        QCOMPARE(count(QStringLiteral("HORAS")), current);
+        QCOMPARE(count(QStringLiteral("HHORAS")), archived);
+        checkNoRowInBoth();
+
+        // Once the store lets it, the same row closes.
+        db().execNative(QStringLiteral("DROP TRIGGER tst_no_delete") +
+                        (db().backend() == store::Backend::PostgreSQL ? QStringLiteral(" ON HORAS") : QString()));
+        closeAsChief(id, dialogs);
+        QVERIFY(isClosed(id));
+        QVERIFY(count(QStringLiteral("HHORAS")) > archived);
+        checkNoRowInBoth();
+    }
+
+    // cmdCerrar refuses, changing nothing: a row not approved, a row of another area, a new
+    // row, the answer No.
+    void closeRefusals_data()
+    {
+        QTest::addColumn<QString>("row");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("not approved") << "requested" << kNotApproved;
+        QTest::newRow("other area") << "other" << kOtherArea;
+        QTest::newRow("new row") << "new" << kNotApproved;
+        QTest::newRow("answer no") << "approved" << QStringLiteral("Está seguro que desea cerrar el mes %1/%2 ?")
+                                                         .arg(lastMonthEnd().month())
+                                                         .arg(lastMonthEnd().year());
+    }
+    void closeRefusals()
+    {
+        QFETCH(QString, row);
+        QFETCH(QString, message);
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        const qlonglong id = row == QLatin1String("other") ? addClose(QStringLiteral("ADM"), lastMonthEnd())
+                                                           : addClose(QStringLiteral("DOC"), lastMonthEnd(),
+                                                                      row == QLatin1String("approved"));
+        const int current = count(QStringLiteral("HORAS"));
+        const int closes = count(QStringLiteral("CIERREMESES"));
+        loginChief();
+        CierreMesJefeArea tab;
+        QVERIFY(selectRow(&tab, tab.adcCierreMeses(), id));
+        if (row == QLatin1String("new"))
+            click(&tab, "cmdSolicitarCierre");
+        click(&tab, "cmdCerrar");  // No is the default answer
+        QCOMPARE(dialogs.texts(), QStringList{message});
+        QCOMPARE(count(QStringLiteral("HORAS")), current);
+        QCOMPARE(count(QStringLiteral("CIERREMESES")), closes);
+        QVERIFY(!isClosed(id));
+    }
+
+    // The buttons follow the current row: a closed month can't be closed or exported.
+    void buttonsFollowTheRow()
+    {
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        const qlonglong open = addClose(QStringLiteral("DOC"), lastMonthEnd(), false);
+        const qlonglong closed =
+            db().scalar(QStringLiteral("SELECT MIN(CieMesId) FROM CIERREMESES WHERE CieMesCerrado")).toLongLong();
+        loginChief();
+        CierreMesJefeArea tab;
+        auto *cerrar = child<QPushButton>(&tab, "cmdCerrar");
+        auto *exportar = child<QPushButton>(&tab, "cmdExportar");
+        QVERIFY(selectRow(&tab, tab.adcCierreMeses(), closed));
+        QVERIFY(!cerrar->isEnabled() && !exportar->isEnabled());
+        QVERIFY(child<QPushButton>(&tab, "cmdSolicitarCierre")->isEnabled());
+        QVERIFY(child<QPushButton>(&tab, "cmdGuardar")->isEnabled());
+        QVERIFY(selectRow(&tab, tab.adcCierreMeses(), open));
+        QVERIFY(cerrar->isEnabled() && exportar->isEnabled());
+        QVERIFY(selectRow(&tab, tab.adcCierreMeses(), closed));
+        click(&tab, "cmdSolicitarCierre");  // a new row counts as not closed
+        QVERIFY(cerrar->isEnabled() && exportar->isEnabled());
+        // The grid reads the flags as "Si"/"No".
+        auto *grid = child<ui::DataGrid>(&tab, "dtgCierreMeses");
+        QCOMPARE(grid->heading(6), QStringLiteral("Mes Cerrado"));
+        QCOMPARE(grid->cellText(0, 6), QStringLiteral("Si"));
+    }
+
+    // cmdGuardar on a stored row writes the location and the comment only; a row of another
+    // area is not written at all; a request left unsaved is dropped.
+    void savingStoredAndUnsavedRows()
+    {
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        const QDate cutOff = lastMonthEnd();
+        const qlonglong own = addClose(QStringLiteral("DOC"), cutOff, false);
+        const qlonglong other = addClose(QStringLiteral("ADM"), cutOff, false);
+        const int closes = count(QStringLiteral("CIERREMESES"));
+        loginAs(QStringLiteral("jefe"), QStringLiteral("11111111"), QStringLiteral("DOC"), 6);  // after a "cambio"
+        {
+            CierreMesJefeArea tab;
+            click(&tab, "cmdSolicitarCierre");  // makes the month box and the date editable
+            child<ui::DatePicker>(&tab, "dtpFechaCierre")->chooseDate(cutOff.addDays(-3));
+            QVERIFY(selectRow(&tab, tab.adcCierreMeses(), own));
+            QCOMPARE(count(QStringLiteral("CIERREMESES")), closes);  // the unsaved request is gone
+            typeText(child<QLineEdit>(&tab, "txtMesCierre"), QStringLiteral("1"));
+            typeText(child<QLineEdit>(&tab, "txtUbicacionArchivoHoras"), QStringLiteral("C:\\horas\\doc.xls"));
+            typeText(child<QPlainTextEdit>(&tab, "txtComentariosJefeArea"), QStringLiteral("Adjunto planilla"));
+            click(&tab, "cmdGuardar");
+            QCOMPARE(count(QStringLiteral("CIERREMESES"),
+                           QStringLiteral("CieMesId = ? AND CieMesArchivoHoras = 'C:\\horas\\doc.xls' AND "
+                                          "CieMesComentarioJefeArea = 'Adjunto planilla' AND CieMesMesCierre = ? "
+                                          "AND CieMesFechaCierre = ? AND FunCedula = '22222222'"),
+                           {own, cutOff.month(), cutOff}),
+                     1);
+            QCOMPARE(child<QPlainTextEdit>(&tab, "txtComentariosJefeArea")->toPlainText(),
+                     QStringLiteral("Adjunto planilla"));
+
+            QVERIFY(selectRow(&tab, tab.adcCierreMeses(), other));
+            typeText(child<QPlainTextEdit>(&tab, "txtComentariosJefeArea"), QStringLiteral("Ajeno"));
+            dialogs.clearShown();
+            click(&tab, "cmdGuardar");
+            QCOMPARE(dialogs.texts(), QStringList{kOtherArea});
+            QVERIFY(selectRow(&tab, tab.adcCierreMeses(), own));  // leaving it writes nothing either
+            QCOMPARE(count(QStringLiteral("CIERREMESES"), QStringLiteral("CieMesComentarioJefeArea = 'Ajeno'")), 0);
+
+            click(&tab, "cmdSolicitarCierre");
+            typeText(child<QPlainTextEdit>(&tab, "txtComentariosJefeArea"), QStringLiteral("Sin guardar"));
+        }
+        QCOMPARE(count(QStringLiteral("CIERREMESES")), closes);  // nor when the window goes
+    }
+
+    // Approving: Yes or No, and unticking again before cmdGuardar.
+    void approval_data()
+    {
+        QTest::addColumn<bool>("yes");
+        QTest::addColumn<bool>("untick");
+        QTest::addColumn<bool>("stored");
+        QTest::newRow("yes") << true << false << true;
+        QTest::newRow("yes then untick") << true << true << false;
+        QTest::newRow("no") << false << false << false;
+    }
+    void approval()
+    {
+        QFETCH(bool, yes);
+        QFETCH(bool, untick);
+        QFETCH(bool, stored);
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        const qlonglong id = addClose(QStringLiteral("DOC"), lastMonthEnd(), false);
+        loginSuper();
+        CierreMesSuperUsuario tab;
+        // Before an area is chosen, every area is listed, named "apellidos,nombres".
+        QVERIFY(selectRow(&tab, tab.adcCierres(), id));
+        auto *box = child<QCheckBox>(&tab, "chkCierreAutorizado");
+        QVERIFY(box->isEnabled());
+        dialogs.answerNext(yes ? ui::Answer::Yes : ui::Answer::No);
+        box->click();
+        QCOMPARE(dialogs.count(), 1);
+        QCOMPARE(box->isChecked(), yes);
+        if (untick)
+            box->click();
+        QCOMPARE(dialogs.count(), 1);
+        click(&tab, "cmdGuardar");
+        QCOMPARE(db().scalar(QStringLiteral("SELECT CieMesAprobado FROM CIERREMESES WHERE CieMesId = ?"), {id}).toBool(),
+                 stored);
+    }
+
+    // The list of all areas, then an area, then a month and year; an approved row locks
+    // both boxes without a question.
+    void superUserListAndBoxes()
+    {
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        loginSuper();
+        CierreMesSuperUsuario tab;
+        auto *grid = child<ui::DataGrid>(&tab, "dtgCierreMeses");
+        QCOMPARE(grid->rowCount(), count(QStringLiteral("CIERREMESES")));
+        QCOMPARE(grid->heading(2), QStringLiteral("Funcionario"));
+        QVERIFY(!grid->cellText(0, 2).contains(QStringLiteral(", ")));
+        QVERIFY(grid->cellText(0, 2).contains(QLatin1Char(',')));
+        QVERIFY(!child<ui::DataCombo>(&tab, "dtcAños")->isEnabled());
+
+        QVERIFY(chooseBound(child<ui::DataCombo>(&tab, "dtcAreas"), QStringLiteral("INV")));
+        QCOMPARE(grid->rowCount(), count(QStringLiteral("CIERREMESES"), QStringLiteral("AreId = 'INV'")));
+        QVERIFY(grid->cellText(0, 2).contains(QStringLiteral(", ")));
+        auto *years = child<ui::DataCombo>(&tab, "dtcAños");
+        auto *months = child<ui::DataCombo>(&tab, "dtcMeses");
+        QVERIFY(years->isEnabled() && months->isEnabled());
+
+        // A year with no month: a message, the list stays.
+        const int listed = grid->rowCount();
+        years->choose(0);
+        QCOMPARE(dialogs.count(), 1);
+        QCOMPARE(grid->rowCount(), listed);
+
+        // The demo's INV request of last month is approved and not closed.
+        const QDate month = lastMonthEnd();
+        QVERIFY(chooseBound(months, QString::number(month.month())));
+        dialogs.clearShown();
+        QVERIFY(chooseBound(years, QString::number(month.year())));
+        QCOMPARE(dialogs.count(), 0);
+        QCOMPARE(grid->rowCount(), 1);
+        QVERIFY(child<QCheckBox>(&tab, "chkCierreAutorizado")->isChecked());
+        QVERIFY(!child<QCheckBox>(&tab, "chkCierreAutorizado")->isEnabled());
+        QVERIFY(!child<QCheckBox>(&tab, "chkCierreNegado")->isEnabled());
+        QCOMPARE(grid->cellText(0, 3), QStringLiteral("No"));
+        QCOMPARE(dialogs.count(), 0);
+
+        // The comment stays editable on an approved row.
+        typeText(child<QPlainTextEdit>(&tab, "txtComentarioSuperUsuario"), QStringLiteral("Listo"));
+        click(&tab, "cmdGuardar");
+        QCOMPARE(count(QStringLiteral("CIERREMESES"),
+                       QStringLiteral("AreId = 'INV' AND CieMesComentarioSuperUsuario = 'Listo' AND CieMesAprobado")),
+                 1);
+    }
+};
+
+TEMPALIA_TEST_MAIN(TestMonthClose)
+#include "tst_monthclose.moc"
