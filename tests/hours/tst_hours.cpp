@@ -1,0 +1,626 @@
+// The hours entry and hours change windows driven as a user would, on a fresh store: what
+// lands in HORAS and HORAS_RUBROS_MATERIAS column by column, the chain of lists, the value
+// and category taken from the contract, and what happens when a save is refused.
+#include "ScriptedDialogs.h"
+#include "TempStore.h"
+#include "hours/frmModificoHoras.h"
+#include "hours/frmRegistroHoras.h"
+#include "session/modPrincipal.h"
+#include "ui/Application.h"
+#include "ui/DataLists.h"
+#include "ui/DatePicker.h"
+#include "ui/MonthView.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+const QString kPesos = QStringLiteral("Pesos Uruguayos");
+
+template <typename T>
+T *control(QWidget *window, const char *name)
+{
+    T *found = window->findChild<T *>(QString::fromLatin1(name));
+    if (!found)
+        qFatal("control %s not found", name);
+    return found;
+}
+
+ui::DataCombo *combo(QWidget *w, const char *name)
+{
+    return control<ui::DataCombo>(w, name);
+}
+
+void choose(QWidget *w, const char *name, const QString &text)
+{
+    ui::DataCombo *c = combo(w, name);
+    if (!c->isEnabled() || !c->chooseText(text))
+        qFatal("cannot choose %s in %s", qPrintable(text), name);
+}
+
+void chooseFixed(QWidget *w, const char *name, const QString &text)
+{
+    auto *c = control<QComboBox>(w, name);
+    const int i = c->findText(text);
+    if (i < 0 || !c->isEnabled())
+        qFatal("cannot choose %s in %s", qPrintable(text), name);
+    c->setCurrentIndex(i);
+}
+
+void type(QWidget *w, const char *name, const QString &text)
+{
+    auto *edit = control<QLineEdit>(w, name);
+    edit->setFocus();
+    edit->selectAll();
+    QTest::keyClick(edit, Qt::Key_Delete);
+    QTest::keyClicks(edit, text);
+}
+
+void clickSave(QWidget *w)
+{
+    QTest::mouseClick(control<QPushButton>(w, "cmdGuardar"), Qt::LeftButton);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+QStringList items(QComboBox *c)
+{
+    QStringList out;
+    for (int i = 0; i < c->count(); ++i)
+        out << c->itemText(i);
+    return out;
+}
+
+void login(const QString &cedula)
+{
+    modPrincipal::gUsuLogin = QStringLiteral("usuario");
+    modPrincipal::gFunCedula = cedula;
+    modPrincipal::gAreId = QStringLiteral("DOC");
+    modPrincipal::gPerId = 5;
+}
+
+}  // namespace
+
+class TestHours : public QObject {
+    Q_OBJECT
+private slots:
+    void init();
+    void cleanup();
+
+    void entryStoresEveryColumn_data();
+    void entryStoresEveryColumn();
+    void chainRefillsOnlyTheNextList();
+    void valueAndCategoryFromFirstContract_data();
+    void valueAndCategoryFromFirstContract();
+    void changeKeepsLinkInStep_data();
+    void changeKeepsLinkInStep();
+    void changeWorksOutWeekOnlyWhenDateChanges_data();
+    void changeWorksOutWeekOnlyWhenDateChanges();
+    void refusedSaveKeepsWindowAndTyping_data();
+    void refusedSaveKeepsWindowAndTyping();
+    void failedLinkIsRepairedByNextSave();
+    void missingPiecesGiveMessages();
+    void oneWindowOfEachKind();
+
+private:
+    qlonglong maxHorId();
+    store::ResultSet links(qlonglong horId);
+    store::ResultSet horas(qlonglong horId);
+
+    std::unique_ptr<tests::TempStore> m_store;
+    std::unique_ptr<ScriptedDialogs> m_dialogs;
+    std::unique_ptr<ScriptedDialogs::Install> m_installed;
+};
+
+void TestHours::init()
+{
+    m_store = std::make_unique<tests::TempStore>();
+    m_dialogs = std::make_unique<ScriptedDialogs>();
+    m_installed = std::make_unique<ScriptedDialogs::Install>(*m_dialogs);
+    login(QStringLiteral("11111111"));
+}
+
+void TestHours::cleanup()
+{
+    if (auto *w = frmRegistroHoras::instance())
+        w->close();
+    if (auto *w = frmModificoHoras::instance())
+        w->close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    m_installed.reset();
+    m_dialogs.reset();
+    m_store.reset();
+}
+
+qlonglong TestHours::maxHorId()
+{
+    return m_store->scalar(QStringLiteral("SELECT MAX(HorId) FROM HORAS")).toLongLong();
+}
+
+store::ResultSet TestHours::horas(qlonglong horId)
+{
+    return m_store->select(QStringLiteral("SELECT * FROM HORAS WHERE HORID=%1").arg(horId));
+}
+
+store::ResultSet TestHours::links(qlonglong horId)
+{
+    return m_store->select(QStringLiteral("SELECT * FROM HORAS_RUBROS_MATERIAS WHERE HORID=%1").arg(horId));
+}
+
+// ---------------------------------------------------------------------------------------
+
+void TestHours::entryStoresEveryColumn_data()
+{
+    QTest::addColumn<bool>("teaching");
+    QTest::addColumn<QDate>("date");  // null: left as the window put it (today)
+    QTest::newRow("plain, date untouched") << false << QDate();
+    QTest::newRow("teaching, date chosen") << true << QDate(2024, 3, 13);
+}
+
+void TestHours::entryStoresEveryColumn()
+{
+    QFETCH(bool, teaching);
+    QFETCH(QDate, date);
+    const qlonglong before = maxHorId();
+
+    frmRegistroHoras *w = frmRegistroHoras::open();
+    QVERIFY(w && w->isVisible());
+    QCOMPARE(w->windowTitle(), QStringLiteral("Registro de Horas"));
+    const QDate expectedDate = date.isValid() ? date : QDate::currentDate();
+    if (date.isValid())
+        control<ui::DatePicker>(w, "dtpFechas_0")->chooseDate(date);
+    const int week = ui::MonthView::weekOfYear(expectedDate) - 1;
+    QCOMPARE(control<QLineEdit>(w, "txtSemana")->text(), QString::number(week));
+
+    choose(w, "dtcAreas", QStringLiteral("Docencia"));
+    choose(w, "dtcActividades", teaching ? QStringLiteral("Clases") : QStringLiteral("Reuniones"));
+    choose(w, "dtcDestinos", QStringLiteral("Cursos regulares"));
+    choose(w, "dtcTipoHoras", QStringLiteral("Horas extra"));
+    type(w, "txtHoras", QStringLiteral("3,5"));
+    chooseFixed(w, "cboMoneda", QStringLiteral("Dolares"));
+    if (teaching) {
+        choose(w, "dtcRubros", QStringLiteral("Ciencias"));
+        choose(w, "dtcMaterias", QStringLiteral("Física"));
+        chooseFixed(w, "cboTurno", QStringLiteral("Tarde"));
+        type(w, "txtHorarioInicial", QStringLiteral("8:00"));
+        type(w, "txtHorarioFinal", QStringLiteral("11:30"));
+    }
+    const QString funInsId = m_store->scalar(QStringLiteral(
+        "SELECT FunInsId FROM FUNCIONARIOS_INSTITUTOS WHERE FunCedula='11111111'")).toString();
+
+    clickSave(w);
+    QCOMPARE(m_dialogs->texts(), QStringList());
+    QVERIFY(!frmRegistroHoras::instance());
+
+    const store::ResultSet rs = m_store->select(QStringLiteral("SELECT * FROM HORAS WHERE HORID>%1").arg(before));
+    QCOMPARE(int(rs.rows.size()), 1);
+    const qlonglong horId = rs.value(0, QStringLiteral("HorId")).toLongLong();
+    QCOMPARE(rs.value(0, QStringLiteral("FunCedula")).toString(), QStringLiteral("11111111"));
+    QCOMPARE(rs.value(0, QStringLiteral("AreId")).toString(), QStringLiteral("DOC"));
+    QCOMPARE(rs.value(0, QStringLiteral("ActId")).toString(), teaching ? QStringLiteral("CLA") : QStringLiteral("REU"));
+    QCOMPARE(rs.value(0, QStringLiteral("DesId")).toString(), QStringLiteral("CUR"));
+    QCOMPARE(rs.value(0, QStringLiteral("FunInsId")).toString(), funInsId);
+    QCOMPARE(rs.value(0, QStringLiteral("HorFecha")).toDate(), expectedDate);
+    QCOMPARE(rs.value(0, QStringLiteral("HorSemana")).toInt(), week);
+    QCOMPARE(rs.value(0, QStringLiteral("HorValorhora")).toDouble(), 350.0);
+    QCOMPARE(rs.value(0, QStringLiteral("HorHoras")).toDouble(), 3.5);
+    QCOMPARE(rs.value(0, QStringLiteral("HorCategoria")).toString(), QStringLiteral("A"));
+    QCOMPARE(rs.value(0, QStringLiteral("TipId")).toString(), QStringLiteral("EXT"));
+    QCOMPARE(rs.value(0, QStringLiteral("HorMoneda")).toString(), QStringLiteral("Dolares"));
+    QCOMPARE(rs.value(0, QStringLiteral("HorHorarioInicial")).toTime(), teaching ? QTime(8, 0) : QTime());
+    QCOMPARE(rs.value(0, QStringLiteral("HorHorarioFinal")).toTime(), teaching ? QTime(11, 30) : QTime());
+
+    const store::ResultSet link = links(horId);
+    QCOMPARE(int(link.rows.size()), teaching ? 1 : 0);
+    if (teaching) {
+        QCOMPARE(link.value(0, QStringLiteral("RubId")).toString(), QStringLiteral("CIE"));
+        QCOMPARE(link.value(0, QStringLiteral("MatId")).toString(), QStringLiteral("FIS"));
+        QCOMPARE(link.value(0, QStringLiteral("HorRubMatTurno")).toString(), QStringLiteral("Tarde"));
+    }
+}
+
+void TestHours::chainRefillsOnlyTheNextList()
+{
+    frmRegistroHoras *w = frmRegistroHoras::open();
+    // States at creation.
+    QVERIFY(!combo(w, "dtcActividades")->isEnabled());
+    for (const char *name : {"dtcRubros", "dtcMaterias", "cboTurno", "txtHorarioInicial", "txtHorarioFinal",
+                             "txtSemana", "txtCategoria"})
+        QVERIFY2(!control<QWidget>(w, name)->isEnabled(), name);
+    QCOMPARE(control<QComboBox>(w, "cboMoneda")->currentIndex(), -1);
+
+    choose(w, "dtcAreas", QStringLiteral("Docencia"));
+    QVERIFY(combo(w, "dtcActividades")->isEnabled());
+    QCOMPARE(items(combo(w, "dtcActividades")).size(), 3);
+    choose(w, "dtcActividades", QStringLiteral("Clases"));
+    for (const char *name : {"dtcRubros", "cboTurno", "txtHorarioInicial", "txtHorarioFinal"})
+        QVERIFY2(control<QWidget>(w, name)->isEnabled(), name);
+    // A group stands once per subject of the activity.
+    QCOMPARE(items(combo(w, "dtcRubros")),
+             QStringList({"Ciencias", "Ciencias", "Ciencias", "Humanidades", "Humanidades"}));
+    choose(w, "dtcRubros", QStringLiteral("Humanidades"));
+    choose(w, "dtcMaterias", QStringLiteral("Lengua"));
+    QCOMPARE(items(combo(w, "dtcMaterias")), QStringList({"Historia", "Lengua"}));
+
+    // Another activity refills the groups; the subjects keep their list and choice.
+    choose(w, "dtcActividades", QStringLiteral("Tutorías"));
+    QCOMPARE(items(combo(w, "dtcRubros")), QStringList({"Ciencias", "Humanidades", "Humanidades"}));
+    QCOMPARE(items(combo(w, "dtcMaterias")), QStringList({"Historia", "Lengua"}));
+    QCOMPARE(combo(w, "dtcMaterias")->currentText(), QStringLiteral("Lengua"));
+
+    // Another area refills the activities only.
+    choose(w, "dtcAreas", QStringLiteral("Administración"));
+    QCOMPARE(items(combo(w, "dtcActividades")), QStringList({"Tareas administrativas", "Reuniones"}));
+    QCOMPARE(items(combo(w, "dtcRubros")), QStringList({"Ciencias", "Humanidades", "Humanidades"}));
+
+    // A non-teaching activity shuts the teaching fields but the schedule.
+    choose(w, "dtcActividades", QStringLiteral("Reuniones"));
+    QVERIFY(!combo(w, "dtcRubros")->isEnabled());
+    QVERIFY(!combo(w, "dtcMaterias")->isEnabled());
+    QVERIFY(!control<QComboBox>(w, "cboTurno")->isEnabled());
+    QVERIFY(control<QLineEdit>(w, "txtHorarioInicial")->isEnabled());
+    QVERIFY(control<QLineEdit>(w, "txtHorarioFinal")->isEnabled());
+}
+
+void TestHours::valueAndCategoryFromFirstContract_data()
+{
+    QTest::addColumn<QString>("cedula");
+    QTest::addColumn<int>("contract");      // the item chosen in dtcContratos
+    QTest::addColumn<bool>("billing");
+    QTest::addColumn<QString>("typedValue");  // typed over by a billing person
+    QTest::newRow("does not bill") << "11111111" << 0 << false << QString();
+    QTest::newRow("second contract") << "55555555" << 1 << false << QString();
+    QTest::newRow("bills and types over") << "66666666" << 0 << true << QStringLiteral("455");
+}
+
+void TestHours::valueAndCategoryFromFirstContract()
+{
+    QFETCH(QString, cedula);
+    QFETCH(int, contract);
+    QFETCH(bool, billing);
+    QFETCH(QString, typedValue);
+    login(cedula);
+    const qlonglong before = maxHorId();
+
+    frmRegistroHoras *w = frmRegistroHoras::open();
+    auto *valor = control<QLineEdit>(w, "txtValorHora");
+    auto *categoria = control<QLineEdit>(w, "txtCategoria");
+    ui::DataCombo *contratos = combo(w, "dtcContratos");
+    QVERIFY(valor->isEnabled());
+    QCOMPARE(categoria->isEnabled(), billing);
+    const QString firstId = contratos->itemText(0);
+    const store::ResultSet first = m_store->select(
+        QStringLiteral("SELECT * FROM FUNCIONARIOS_INSTITUTOS WHERE FUNINSID=%1").arg(firstId));
+    const double firstValue = first.value(0, QStringLiteral("FunInsValor_Hora")).toDouble();
+    const QString firstCategory = first.value(0, QStringLiteral("FunInsCategoria")).toString();
+    QCOMPARE(valor->text().toDouble(), firstValue);
+    QCOMPARE(categoria->text(), firstCategory);
+    QCOMPARE(control<ui::DatePicker>(w, "dtpFechas_1")->date(),
+             first.value(0, QStringLiteral("FunInsInicio")).toDate());
+
+    contratos->choose(contract);
+    const QString chosenId = contratos->itemText(contract);
+    QCOMPARE(control<QLineEdit>(w, "txtCedula")->text(), cedula);
+    QCOMPARE(valor->isEnabled(), billing);
+    QCOMPARE(categoria->isEnabled(), billing);
+    QCOMPARE(valor->text().toDouble(), firstValue);  // not read again
+    if (!typedValue.isEmpty()) {
+        type(w, "txtValorHora", typedValue);
+        type(w, "txtCategoria", QStringLiteral("Z"));
+    }
+
+    choose(w, "dtcAreas", QStringLiteral("Docencia"));
+    choose(w, "dtcActividades", QStringLiteral("Reuniones"));
+    choose(w, "dtcDestinos", QStringLiteral("Gestión"));
+    choose(w, "dtcTipoHoras", QStringLiteral("Horas comunes"));
+    type(w, "txtHoras", QStringLiteral("2"));
+    clickSave(w);
+    QCOMPARE(m_dialogs->texts(), QStringList());
+
+    const store::ResultSet rs = m_store->select(QStringLiteral("SELECT * FROM HORAS WHERE HORID>%1").arg(before));
+    QCOMPARE(int(rs.rows.size()), 1);
+    QCOMPARE(rs.value(0, QStringLiteral("FunInsId")).toString(), chosenId);
+    QCOMPARE(rs.value(0, QStringLiteral("HorValorhora")).toDouble(),
+             typedValue.isEmpty() ? firstValue : typedValue.toDouble());
+    QCOMPARE(rs.value(0, QStringLiteral("HorCategoria")).toString(),
+             typedValue.isEmpty() ? firstCategory : QStringLiteral("Z"));
+    QCOMPARE(rs.value(0, QStringLiteral("HorMoneda")).toString(), QString());
+}
+
+// ---------------------------------------------------------------------------------------
+
+void TestHours::changeKeepsLinkInStep_data()
+{
+    QTest::addColumn<QString>("storedActivity");
+    QTest::addColumn<QString>("newActivity");  // empty: left as it is
+    QTest::addColumn<QString>("rubro");
+    QTest::addColumn<QString>("materia");
+    QTest::addColumn<QString>("turno");
+    // What the link row holds afterwards; empty rubro: no row.
+    QTest::addColumn<QString>("expectRub");
+    QTest::addColumn<QString>("expectMat");
+    QTest::newRow("teaching to plain deletes the link")
+        << "CLA" << "Reuniones" << QString() << QString() << QString() << QString() << QString();
+    QTest::newRow("plain to teaching creates it")
+        << "REU" << "Clases" << "Humanidades" << "Lengua" << "Noche" << "HUM" << "LEN";
+    QTest::newRow("teaching stays, subject changes")
+        << "CLA" << QString() << "Ciencias" << "Química" << "Mañana" << "CIE" << "QUI";
+}
+
+void TestHours::changeKeepsLinkInStep()
+{
+    QFETCH(QString, storedActivity);
+    QFETCH(QString, newActivity);
+    QFETCH(QString, rubro);
+    QFETCH(QString, materia);
+    QFETCH(QString, turno);
+    QFETCH(QString, expectRub);
+    QFETCH(QString, expectMat);
+
+    const qlonglong horId = m_store
+                                ->scalar(QStringLiteral("SELECT MIN(HorId) FROM HORAS WHERE FunCedula='11111111' "
+                                                        "AND ActId=?"),
+                                         {storedActivity})
+                                .toLongLong();
+    QVERIFY(horId > 0);
+    const store::ResultSet stored = horas(horId);
+    const store::ResultSet storedLink = links(horId);
+    const bool wasTeaching = storedActivity == QLatin1String("CLA");
+    QCOMPARE(int(storedLink.rows.size()), wasTeaching ? 1 : 0);
+
+    frmModificoHoras *w = frmModificoHoras::open(int(horId));
+    QVERIFY(w);
+    QCOMPARE(w->horid, qint32(horId));
+    QCOMPARE(w->windowTitle(), QStringLiteral("Modificación de Horas"));
+    // The stored entry is shown, the teaching fields enabled for a teaching one.
+    QCOMPARE(combo(w, "dtcAreas")->boundText(), QStringLiteral("DOC"));
+    QCOMPARE(combo(w, "dtcActividades")->boundText(), storedActivity);
+    QCOMPARE(combo(w, "dtcContratos")->boundText(), stored.value(0, QStringLiteral("FunInsId")).toString());
+    QCOMPARE(control<ui::DatePicker>(w, "dtpFechas_0")->date(), stored.value(0, QStringLiteral("HorFecha")).toDate());
+    QCOMPARE(control<QLineEdit>(w, "txtSemana")->text(), stored.value(0, QStringLiteral("HorSemana")).toString());
+    for (const char *name : {"dtcRubros", "dtcMaterias", "cboTurno", "txtHorarioInicial", "txtHorarioFinal"})
+        QVERIFY2(control<QWidget>(w, name)->isEnabled() == wasTeaching, name);
+    if (wasTeaching) {
+        QCOMPARE(combo(w, "dtcRubros")->boundText(), storedLink.value(0, QStringLiteral("RubId")).toString());
+        QCOMPARE(combo(w, "dtcMaterias")->boundText(), storedLink.value(0, QStringLiteral("MatId")).toString());
+        QCOMPARE(control<QComboBox>(w, "cboTurno")->currentText(),
+                 storedLink.value(0, QStringLiteral("HorRubMatTurno")).toString());
+    }
+
+    if (!newActivity.isEmpty())
+        choose(w, "dtcActividades", newActivity);
+    if (!rubro.isEmpty()) {
+        choose(w, "dtcRubros", rubro);
+        choose(w, "dtcMaterias", materia);
+        chooseFixed(w, "cboTurno", turno);
+    }
+    clickSave(w);
+    QCOMPARE(m_dialogs->texts(), QStringList());
+    QVERIFY(!frmModificoHoras::instance());
+
+    const store::ResultSet after = horas(horId);
+    QCOMPARE(int(after.rows.size()), 1);
+    const QString expectAct = newActivity.isEmpty()                     ? storedActivity
+                              : newActivity == QLatin1String("Clases") ? QStringLiteral("CLA")
+                                                                       : QStringLiteral("REU");
+    QCOMPARE(after.value(0, QStringLiteral("ActId")).toString(), expectAct);
+    // Columns nobody touched keep what was stored.
+    for (const char *column : {"FunCedula", "AreId", "DesId", "FunInsId", "HorFecha", "HorSemana", "HorValorhora",
+                               "HorHoras", "HorCategoria", "TipId", "HorHorarioInicial", "HorHorarioFinal"})
+        QVERIFY2(after.value(0, QString::fromLatin1(column)) == stored.value(0, QString::fromLatin1(column)), column);
+
+    const store::ResultSet link = links(horId);
+    QCOMPARE(int(link.rows.size()), expectRub.isEmpty() ? 0 : 1);
+    if (!expectRub.isEmpty()) {
+        QCOMPARE(link.value(0, QStringLiteral("HorId")).toLongLong(), horId);
+        QCOMPARE(link.value(0, QStringLiteral("RubId")).toString(), expectRub);
+        QCOMPARE(link.value(0, QStringLiteral("MatId")).toString(), expectMat);
+        QCOMPARE(link.value(0, QStringLiteral("HorRubMatTurno")).toString(), turno);
+    }
+}
+
+void TestHours::changeWorksOutWeekOnlyWhenDateChanges_data()
+{
+    QTest::addColumn<QDate>("newDate");  // null: the date is left alone
+    QTest::addColumn<QString>("storedCurrency");
+    QTest::addColumn<QString>("expectCurrency");
+    QTest::newRow("date untouched, pesos") << QDate() << kPesos << kPesos;
+    QTest::newRow("date changed, no currency") << QDate(2024, 1, 10) << QString() << QStringLiteral("Dolares");
+}
+
+void TestHours::changeWorksOutWeekOnlyWhenDateChanges()
+{
+    QFETCH(QDate, newDate);
+    QFETCH(QString, storedCurrency);
+    QFETCH(QString, expectCurrency);
+    const qlonglong horId = m_store
+                                ->scalar(QStringLiteral("SELECT MIN(HorId) FROM HORAS WHERE FunCedula='11111111' "
+                                                        "AND ActId='REU'"))
+                                .toLongLong();
+    // A week number the calendar would never give, and the currency under test.
+    m_store->execNative(QStringLiteral("UPDATE HORAS SET HorSemana=77, HorMoneda=? WHERE HorId=?"),
+                        {storedCurrency, horId});
+    const QDate storedDate = horas(horId).value(0, QStringLiteral("HorFecha")).toDate();
+
+    frmModificoHoras *w = frmModificoHoras::open(int(horId));
+    QVERIFY(w);
+    QCOMPARE(control<QComboBox>(w, "cboMoneda")->currentText(), expectCurrency);
+    QCOMPARE(control<QLineEdit>(w, "txtSemana")->text(), QStringLiteral("77"));
+    if (newDate.isValid())
+        control<ui::DatePicker>(w, "dtpFechas_0")->chooseDate(newDate);
+    type(w, "txtHoras", QStringLiteral("7,25"));
+    clickSave(w);
+    QCOMPARE(m_dialogs->texts(), QStringList());
+
+    const store::ResultSet after = horas(horId);
+    QCOMPARE(after.value(0, QStringLiteral("HorFecha")).toDate(), newDate.isValid() ? newDate : storedDate);
+    QCOMPARE(after.value(0, QStringLiteral("HorSemana")).toInt(), newDate.isValid() ? 1 : 77);
+    QCOMPARE(after.value(0, QStringLiteral("HorHoras")).toDouble(), 7.25);
+    QCOMPARE(after.value(0, QStringLiteral("HorMoneda")).toString(), expectCurrency);
+}
+
+// ---------------------------------------------------------------------------------------
+
+void TestHours::refusedSaveKeepsWindowAndTyping_data()
+{
+    QTest::addColumn<bool>("change");
+    QTest::newRow("entry without an area") << false;
+    QTest::newRow("change of a row changed meanwhile") << true;
+}
+
+void TestHours::refusedSaveKeepsWindowAndTyping()
+{
+    QFETCH(bool, change);
+    const qlonglong before = maxHorId();
+    const qlonglong horId = m_store
+                                ->scalar(QStringLiteral("SELECT MIN(HorId) FROM HORAS WHERE FunCedula='11111111' "
+                                                        "AND ActId='REU'"))
+                                .toLongLong();
+    HoursForm *w = change ? static_cast<HoursForm *>(frmModificoHoras::open(int(horId)))
+                          : static_cast<HoursForm *>(frmRegistroHoras::open());
+    QVERIFY(w);
+    type(w, "txtHoras", QStringLiteral("4,5"));
+    if (change)  // another user changes the same row first
+        m_store->execNative(QStringLiteral("UPDATE HORAS SET HorHoras=9 WHERE HorId=?"), {horId});
+
+    clickSave(w);
+    QCOMPARE(m_dialogs->count(), 1);
+    if (change) {
+        QVERIFY(!m_dialogs->last().text.isEmpty());
+        QVERIFY(!m_dialogs->last().text.contains(QRegularExpression(QStringLiteral("^-?\\d+$"))));
+        QVERIFY(frmModificoHoras::instance());
+        QCOMPARE(horas(horId).value(0, QStringLiteral("HorHoras")).toDouble(), 9.0);
+    } else {
+        // The entry window shows the store's error number alone.
+        QVERIFY2(QRegularExpression(QStringLiteral("^-?\\d+$")).match(m_dialogs->last().text).hasMatch(),
+                 qPrintable(m_dialogs->last().text));
+        QVERIFY(frmRegistroHoras::instance());
+        QCOMPARE(maxHorId(), before);
+    }
+    QVERIFY(w->isVisible());
+    QCOMPARE(control<QLineEdit>(w, "txtHoras")->text(), QStringLiteral("4,5"));
+
+    if (!change) {
+        // What was typed is still there: completing the entry stores it.
+        choose(w, "dtcAreas", QStringLiteral("Docencia"));
+        choose(w, "dtcActividades", QStringLiteral("Reuniones"));
+        choose(w, "dtcDestinos", QStringLiteral("Cursos regulares"));
+        choose(w, "dtcTipoHoras", QStringLiteral("Horas comunes"));
+        clickSave(w);
+        QCOMPARE(m_dialogs->count(), 1);
+        const store::ResultSet rs = m_store->select(QStringLiteral("SELECT * FROM HORAS WHERE HORID>%1").arg(before));
+        QCOMPARE(int(rs.rows.size()), 1);
+        QCOMPARE(rs.value(0, QStringLiteral("HorHoras")).toDouble(), 4.5);
+    }
+}
+
+void TestHours::failedLinkIsRepairedByNextSave()
+{
+    const qlonglong before = maxHorId();
+    frmRegistroHoras *w = frmRegistroHoras::open();
+    choose(w, "dtcAreas", QStringLiteral("Docencia"));
+    choose(w, "dtcActividades", QStringLiteral("Clases"));
+    choose(w, "dtcDestinos", QStringLiteral("Cursos regulares"));
+    choose(w, "dtcTipoHoras", QStringLiteral("Horas comunes"));
+    choose(w, "dtcRubros", QStringLiteral("Humanidades"));
+    choose(w, "dtcMaterias", QStringLiteral("Historia"));
+    chooseFixed(w, "cboTurno", QStringLiteral("Noche"));
+    type(w, "txtHoras", QStringLiteral("2"));
+
+    // The second write fails: its table is out of reach for a moment.
+    m_store->execNative(QStringLiteral("ALTER TABLE HORAS_RUBROS_MATERIAS RENAME TO HRM_APARTE"));
+    clickSave(w);
+    QCOMPARE(m_dialogs->count(), 2);
+    QVERIFY(QRegularExpression(QStringLiteral("^-?\\d+$")).match(m_dialogs->shown().at(0).text).hasMatch());
+    QVERIFY(m_dialogs->shown().at(1).text.contains(QStringLiteral("Guardar")));
+    QVERIFY(frmRegistroHoras::instance());
+    QCOMPARE(maxHorId(), before + 1);
+    const qlonglong horId = before + 1;
+    QCOMPARE(w->storedHorId().toLongLong(), horId);
+    m_store->execNative(QStringLiteral("ALTER TABLE HRM_APARTE RENAME TO HORAS_RUBROS_MATERIAS"));
+
+    // The next save completes the same entry instead of entering it twice.
+    type(w, "txtHoras", QStringLiteral("2,5"));
+    clickSave(w);
+    QCOMPARE(m_dialogs->count(), 2);
+    QVERIFY(!frmRegistroHoras::instance());
+    QCOMPARE(maxHorId(), horId);
+    QCOMPARE(horas(horId).value(0, QStringLiteral("HorHoras")).toDouble(), 2.5);
+    const store::ResultSet link = links(horId);
+    QCOMPARE(int(link.rows.size()), 1);
+    QCOMPARE(link.value(0, QStringLiteral("RubId")).toString(), QStringLiteral("HUM"));
+    QCOMPARE(link.value(0, QStringLiteral("MatId")).toString(), QStringLiteral("HIS"));
+    QCOMPARE(link.value(0, QStringLiteral("HorRubMatTurno")).toString(), QStringLiteral("Noche"));
+}
+
+void TestHours::missingPiecesGiveMessages()
+{
+    // A contract without dates: blank pickers.
+    m_store->execNative(QStringLiteral("UPDATE FUNCIONARIOS_INSTITUTOS SET FunInsInicio=NULL WHERE FunCedula='11111111'"));
+    frmRegistroHoras *w = frmRegistroHoras::open();
+    QVERIFY(control<ui::DatePicker>(w, "dtpFechas_1")->isBlank());
+    QVERIFY(!control<ui::DatePicker>(w, "dtpFechas_2")->isBlank());
+    w->close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+
+    // A person without contracts: the window opens, the save says why it can't go on.
+    const qlonglong before = maxHorId();
+    login(QStringLiteral("12121212"));
+    w = frmRegistroHoras::open();
+    QVERIFY(w);
+    QCOMPARE(combo(w, "dtcContratos")->count(), 0);
+    clickSave(w);
+    QCOMPARE(m_dialogs->count(), 1);
+    QVERIFY(m_dialogs->last().text.contains(QStringLiteral("contratos")));
+    QVERIFY(frmRegistroHoras::instance());
+    w->close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+
+    // An area without activities.
+    login(QStringLiteral("11111111"));
+    m_store->execNative(QStringLiteral("INSERT INTO AREAS (AreId, AreDescripcion) VALUES ('VAC', 'Vacía')"));
+    w = frmRegistroHoras::open();
+    choose(w, "dtcAreas", QStringLiteral("Vacía"));
+    QVERIFY(combo(w, "dtcActividades")->isEnabled());
+    QCOMPARE(combo(w, "dtcActividades")->count(), 0);
+    QVERIFY(!combo(w, "dtcRubros")->isEnabled());
+    clickSave(w);
+    QCOMPARE(m_dialogs->count(), 2);
+    QVERIFY(m_dialogs->last().text.contains(QStringLiteral("actividades")));
+    QCOMPARE(maxHorId(), before);
+    w->close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+
+    // A change window on a row that has gone.
+    QVERIFY(!frmModificoHoras::open(int(before + 1000)));
+    QCOMPARE(m_dialogs->last().text, QStringLiteral("El registro de horas ya no existe."));
+    QVERIFY(!frmModificoHoras::instance());
+}
+
+void TestHours::oneWindowOfEachKind()
+{
+    frmRegistroHoras *w = frmRegistroHoras::open();
+    type(w, "txtHoras", QStringLiteral("6"));
+    QCOMPARE(frmRegistroHoras::open(), w);
+    QCOMPARE(control<QLineEdit>(w, "txtHoras")->text(), QStringLiteral("6"));
+    QTest::mouseClick(control<QPushButton>(w, "cmdCerrar"), Qt::LeftButton);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(!frmRegistroHoras::instance());
+    w = frmRegistroHoras::open();
+    QCOMPARE(control<QLineEdit>(w, "txtHoras")->text(), QString());
+
+    const qlonglong horId = m_store->scalar(QStringLiteral("SELECT MIN(HorId) FROM HORAS")).toLongLong();
+    frmModificoHoras *m = frmModificoHoras::open(int(horId));
+    QVERIFY(m);
+    QCOMPARE(frmModificoHoras::open(int(horId + 1)), m);
+    QCOMPARE(m->horid, qint32(horId));
+}
+
+TEMPALIA_TEST_MAIN(TestHours)
+#include "tst_hours.moc"
