@@ -1,4 +1,8 @@
+#include "admin/frmAdministrador.h"
 #include "session/modPrincipal.h"
+#include "workspaces/frmJefeArea.h"
+#include "workspaces/frmSuperUsuario.h"
+#include "workspaces/frmUsuarioComun.h"
 
 #include <QWidget>
 
@@ -9,10 +13,14 @@ namespace {
 QWidget *mainWindowFor(qint16 perId)
 {
     switch (perId) {
-    case 5:  // common user: frmUsuarioComun
-    case 6:  // area chief: frmJefeArea
-    case 7:  // administrator: frmAdministrador
-    case 8:  // super user: frmSuperUsuario
+    case 5:  // common user
+        return new frmUsuarioComun;
+    case 6:  // area chief
+        return new frmJefeArea;
+    case 8:  // super user
+        return new frmSuperUsuario;
+    case 7:  // administrator
+        return new frmAdministrador;
     default:
         return nullptr;
     }

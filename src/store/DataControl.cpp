@@ -79,6 +79,7 @@ void DataControl::refresh()
         m_model->beginResetModel();
     m_rows.clear();
     m_columns.clear();
+    m_newRowShown = false;
     m_editing = false;
     m_changed.clear();
     m_countCache = -1;
@@ -280,6 +281,8 @@ void DataControl::moveTo(int index)
 {
     if (m_state == State::Row && index == m_index)
         return;
+    if (m_state == State::New && m_newRowShown && index == int(m_rows.size()))
+        return;  // the pending new row, as a grid shows it
     commitPending();
     if (index < 0 || !fetchUpTo(index))
         throw StoreError::noCurrentRow();
@@ -319,11 +322,16 @@ void DataControl::setValue(const QString &field, const QVariant &value)
     m_editing = true;
     if (m_model && m_state == State::Row && m_index >= 0)
         emit m_model->dataChanged(m_model->index(m_index, i), m_model->index(m_index, i));
+    else if (m_model && m_state == State::New && m_newRowShown) {
+        const int r = int(m_rows.size());
+        emit m_model->dataChanged(m_model->index(r, i), m_model->index(r, i));
+    }
 }
 
 void DataControl::setValueAt(int row, int column, const QVariant &value)
 {
-    moveTo(row);
+    if (!(m_state == State::New && m_newRowShown && row == int(m_rows.size())))
+        moveTo(row);
     setValue(m_columns.value(column), value);
 }
 
@@ -333,17 +341,33 @@ void DataControl::addNew()
         throw StoreError(StoreError::Kind::Store, 3704,
                          QStringLiteral("La operación no se permite si el objeto está cerrado."));
     commitPending();
+    // A grid shows the new row after the others, where the user types it, as long as the
+    // whole list has been read (otherwise it would sit among rows not read yet).
+    const bool show = m_model && m_allFetched;
+    if (show)
+        m_model->beginInsertRows({}, int(m_rows.size()), int(m_rows.size()));
     m_state = State::New;
     m_index = -1;
     m_buffer = Row(m_columns.size());
     m_changed.clear();
     m_editing = true;  // a new row is written by the next update even if nothing was typed
+    m_newRowShown = show;
+    if (show)
+        m_model->endInsertRows();
     emit currentChanged();
 }
 
 void DataControl::cancelUpdate()
 {
     if (m_state == State::New) {
+        if (m_newRowShown && m_model) {
+            const int r = int(m_rows.size());
+            m_model->beginRemoveRows({}, r, r);
+            m_state = State::Eof;
+            m_newRowShown = false;
+            m_model->endRemoveRows();
+        }
+        m_newRowShown = false;
         if (m_rows.empty())
             setCurrent(State::Eof, -1);
         else
@@ -441,11 +465,16 @@ void DataControl::insertRow()
         ++m_countCache;
     if (m_allFetched) {
         const int at = int(m_rows.size());
-        if (m_model)
+        const bool shown = m_newRowShown;
+        m_newRowShown = false;
+        if (m_model && !shown)
             m_model->beginInsertRows({}, at, at);
         m_rows.push_back(row);
-        if (m_model)
+        if (m_model && !shown)
             m_model->endInsertRows();
+        if (m_model && shown)
+            emit m_model->dataChanged(m_model->index(at, 0),
+                                      m_model->index(at, std::max(0, int(m_columns.size()) - 1)));
         m_state = State::Row;
         m_index = at;
     } else {
@@ -585,7 +614,10 @@ DataControlModel::DataControlModel(DataControl *control) : m_control(control) {}
 
 int DataControlModel::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : int(m_control->m_rows.size());
+    if (parent.isValid())
+        return 0;
+    const bool pending = m_control->m_state == DataControl::State::New && m_control->m_newRowShown;
+    return int(m_control->m_rows.size()) + (pending ? 1 : 0);
 }
 
 int DataControlModel::columnCount(const QModelIndex &parent) const
@@ -598,6 +630,9 @@ QVariant DataControlModel::data(const QModelIndex &index, int role) const
     if (!index.isValid() || (role != Qt::DisplayRole && role != Qt::EditRole))
         return {};
     const int r = index.row();
+    if (r == int(m_control->m_rows.size()) && m_control->m_state == DataControl::State::New &&
+        m_control->m_newRowShown)
+        return m_control->m_buffer.value(index.column());
     if (r >= int(m_control->m_rows.size()))
         return {};
     if (r == m_control->m_index && m_control->m_state == DataControl::State::Row)

@@ -119,6 +119,7 @@ private:
     bool m_editing = false;
     QSet<int> m_changed;
     QVariant m_lastInsertedKey;
+    bool m_newRowShown = false;  // the pending new row is the model's last row
     std::unique_ptr<DataControlModel> m_model;
     QString m_writeTable;
     QString m_writeAlias;

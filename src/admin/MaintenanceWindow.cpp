@@ -1,0 +1,161 @@
+#include "admin/MaintenanceWindow.h"
+
+#include "store/DataControl.h"
+#include "store/StoreError.h"
+#include "ui/Dialogs.h"
+#include "ui/FieldBinding.h"
+
+#include <QFormLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace admin {
+
+ui::GridColumn column(const QString &heading, const QString &field, const QString &mask)
+{
+    ui::GridColumn c;
+    c.heading = heading;
+    c.field = field;
+    c.mask = mask;
+    return c;
+}
+
+MaintenanceWindow::MaintenanceWindow(const MaintenanceSpec &spec, QWidget *parent)
+    : QWidget(parent, Qt::Window), m_spec(spec)
+{
+    setObjectName(spec.windowName);
+    setWindowTitle(spec.title);
+    setAttribute(Qt::WA_DeleteOnClose);
+
+    m_adc = new store::DataControl(spec.controlName, this);
+    m_adc->setRecordSource(spec.statement);
+
+    m_grid = new ui::DataGrid(this);
+    m_grid->setObjectName(spec.gridName);
+    m_grid->setCaption(spec.gridCaption);
+    m_grid->setColumns(spec.columns);
+    m_grid->setEditable(true);
+
+    m_form = new QFormLayout;
+    m_extra = new QVBoxLayout;
+
+    cmdNuevo = new QPushButton(QStringLiteral("Nuevo"), this);
+    cmdNuevo->setObjectName(QStringLiteral("cmdNuevo"));
+    cmdGuardar = new QPushButton(QStringLiteral("Guardar"), this);
+    cmdGuardar->setObjectName(QStringLiteral("cmdGuardar"));
+    cmdGuardar->setToolTip(QStringLiteral("Guardar los cambios"));
+    cmdAyuda = new QPushButton(QStringLiteral("Ayuda"), this);
+    cmdAyuda->setObjectName(QStringLiteral("cmdAyuda"));
+    cmdAyuda->setToolTip(QStringLiteral("Obtener ayuda"));
+    cmdCerrar = new QPushButton(QStringLiteral("Cerrar"), this);
+    cmdCerrar->setObjectName(QStringLiteral("cmdCerrar"));
+    cmdCerrar->setToolTip(QStringLiteral("Cerrar esta ventana"));
+
+    auto *buttons = new QHBoxLayout;
+    buttons->addStretch(1);
+    for (QPushButton *b : {cmdNuevo, cmdGuardar, cmdAyuda, cmdCerrar})
+        buttons->addWidget(b);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->addWidget(m_grid, 1);
+    layout->addLayout(m_form);
+    layout->addLayout(m_extra);
+    layout->addLayout(buttons);
+
+    if (!spec.keyField.isEmpty()) {
+        txtCodigo = addTextBox(QStringLiteral("txtCodigo"), QStringLiteral("Código:"), spec.keyField, 4);
+        txtDescripcion =
+            addTextBox(QStringLiteral("txtDescripcion"), QStringLiteral("Descripción:"), spec.descriptionField, 30);
+    }
+
+    if (spec.newHasAction)
+        connect(cmdNuevo, &QPushButton::clicked, this, &MaintenanceWindow::cmdNuevo_Click);
+    connect(cmdGuardar, &QPushButton::clicked, this, &MaintenanceWindow::cmdGuardar_Click);
+    connect(cmdCerrar, &QPushButton::clicked, this, &QWidget::close);
+    connect(m_adc, &store::DataControl::currentChanged, this, &MaintenanceWindow::rowChanged);
+    resize(560, 480);
+}
+
+MaintenanceWindow::~MaintenanceWindow() = default;
+
+void MaintenanceWindow::open()
+{
+    m_adc->refresh();
+    m_grid->setDataSource(m_adc);
+}
+
+QLineEdit *MaintenanceWindow::addTextBox(const QString &name, const QString &label, const QString &field,
+                                         int maxLength, const QString &mask)
+{
+    auto *edit = new QLineEdit(this);
+    edit->setObjectName(name);
+    edit->setMaxLength(maxLength);
+    auto *caption = new QLabel(label, this);
+    caption->setBuddy(edit);
+    m_form->addRow(caption, edit);
+    ui::FieldBinding::bind(edit, m_adc, field, mask);
+    addRowControl(edit);
+    return edit;
+}
+
+void MaintenanceWindow::addRowControl(QWidget *control)
+{
+    m_rowControls << control;
+    control->setEnabled(onRow());
+}
+
+bool MaintenanceWindow::onRow() const
+{
+    const int position = m_adc->absolutePosition();
+    return position != store::DataControl::PosBOF && position != store::DataControl::PosEOF && position > 0;
+}
+
+void MaintenanceWindow::rowChanged()
+{
+    const bool on = onRow();
+    for (QWidget *w : std::as_const(m_rowControls))
+        w->setEnabled(on);
+    currentRowChanged(on);
+}
+
+void MaintenanceWindow::currentRowChanged(bool) {}
+
+void MaintenanceWindow::showRefusal(const std::exception &error)
+{
+    const auto *storeError = dynamic_cast<const store::StoreError *>(&error);
+    ui::msgBox(storeError ? storeError->description() : QString::fromUtf8(error.what()), {},
+               ui::Icon::Exclamation, this);
+}
+
+void MaintenanceWindow::cmdNuevo_Click()
+{
+    try {
+        m_adc->addNew();
+    } catch (const store::StoreError &e) {
+        // A pending change that the store refused when the new row pushed it out.
+        showRefusal(e);
+        return;
+    }
+    cmdNuevo->setEnabled(false);
+    cmdGuardar->setEnabled(true);
+}
+
+void MaintenanceWindow::cmdGuardar_Click()
+{
+    try {
+        if (m_adc->hasCurrentRow())
+            m_adc->update();
+    } catch (const store::StoreError &e) {
+        showRefusal(e);
+        return;
+    }
+    m_adc->refresh();
+    m_adc->refresh();
+    m_grid->refresh();
+    cmdNuevo->setEnabled(true);
+}
+
+}  // namespace admin

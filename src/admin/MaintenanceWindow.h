@@ -1,0 +1,102 @@
+#pragma once
+
+#include "ui/DataGrid.h"
+
+#include <QList>
+#include <QString>
+#include <QWidget>
+
+class QFormLayout;
+class QLineEdit;
+class QPushButton;
+class QVBoxLayout;
+
+namespace store {
+class DataControl;
+}
+
+namespace admin {
+
+// A grid column over a field, with an optional display mask.
+ui::GridColumn column(const QString &heading, const QString &field, const QString &mask = {});
+
+// What tells one maintenance window from another: its names, its data control and
+// statement, its grid, and (for the catalogues) the key and description columns that
+// txtCodigo and txtDescripcion are bound to.
+struct MaintenanceSpec {
+    QString windowName;  // objectName, e.g. "frmMantAreas"
+    QString title;
+    QString controlName;  // "adcAreas"
+    QString statement;
+    QString gridName;  // "dtgAreas"
+    QString gridCaption;
+    QList<ui::GridColumn> columns;
+    QString keyField;          // empty: the window has no txtCodigo / txtDescripcion
+    QString descriptionField;
+    bool newHasAction = true;  // frmMantDestinos: cmdNuevo is there but does nothing
+};
+
+// The maintenance window every administration window is built on: a grid over one data
+// control whose cells can be typed in place, entry boxes bound to the current row, and the
+// buttons Nuevo / Guardar / Ayuda / Cerrar.
+//
+// Two states: browsing (cmdNuevo enabled) and a new row pending (cmdNuevo disabled), from
+// cmdNuevo to the next cmdGuardar that the store accepts. Moving to another row writes what
+// is pending, as the data control does by itself on a move. A write the store refuses is
+// shown with the store's message and the window keeps the pending row and what was typed.
+//
+// A derived window adds its controls in its constructor and calls open() at its end, so
+// that the first load already runs its own row-change step.
+class MaintenanceWindow : public QWidget {
+    Q_OBJECT
+public:
+    explicit MaintenanceWindow(const MaintenanceSpec &spec, QWidget *parent = nullptr);
+    ~MaintenanceWindow() override;
+
+    store::DataControl *dataControl() const { return m_adc; }
+    ui::DataGrid *grid() const { return m_grid; }
+    // Whether the data control stands on a row (new or stored), not before the first or
+    // after the last.
+    bool onRow() const;
+
+protected:
+    // Runs the statement: the grid fills and the first row becomes current.
+    void open();
+
+    // A text box bound to `field`, added to the form with its label and enabled only
+    // while the data control stands on a row.
+    QLineEdit *addTextBox(const QString &name, const QString &label, const QString &field, int maxLength,
+                          const QString &mask = {});
+    // A control enabled only while the data control stands on a row.
+    void addRowControl(QWidget *control);
+    QFormLayout *form() const { return m_form; }
+    // The area below the entry boxes, for what a window adds (contracts, links).
+    QVBoxLayout *extraArea() const { return m_extra; }
+
+    // The window's own step when the current row changes, after the row controls have
+    // been enabled or disabled.
+    virtual void currentRowChanged(bool onRow);
+    // Shows the store's refusal in a box; the window stays as it was.
+    void showRefusal(const std::exception &error);
+
+    QPushButton *cmdNuevo;
+    QPushButton *cmdGuardar;
+    QPushButton *cmdAyuda;
+    QPushButton *cmdCerrar;
+    QLineEdit *txtCodigo = nullptr;
+    QLineEdit *txtDescripcion = nullptr;
+
+private:
+    void rowChanged();
+    void cmdNuevo_Click();
+    void cmdGuardar_Click();
+
+    MaintenanceSpec m_spec;
+    store::DataControl *m_adc;
+    ui::DataGrid *m_grid;
+    QFormLayout *m_form;
+    QVBoxLayout *m_extra;
+    QList<QWidget *> m_rowControls;
+};
+
+}  // namespace admin

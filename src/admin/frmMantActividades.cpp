@@ -1,0 +1,327 @@
+#include "admin/frmMantActividades.h"
+
+#include "store/DataControl.h"
+#include "store/SqlValue.h"
+#include "store/StoreError.h"
+#include "ui/DataLists.h"
+#include "ui/Dialogs.h"
+#include "ui/FieldBinding.h"
+
+#include <QCheckBox>
+#include <QFormLayout>
+#include <QGridLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+using admin::column;
+using store::sql::text;
+
+namespace {
+
+admin::MaintenanceSpec spec()
+{
+    admin::MaintenanceSpec s;
+    s.windowName = QStringLiteral("frmMantActividades");
+    s.title = QStringLiteral("Mantenimiento de actividades");
+    s.controlName = QStringLiteral("adcActividades");
+    s.statement = QStringLiteral("SELECT * FROM ACTIVIDADES ORDER BY ACTDESCRIPCION ASC");
+    s.gridName = QStringLiteral("dtgActividades");
+    s.gridCaption = QStringLiteral("LISTA DE ACTIVIDADES");
+    s.columns = {column(QStringLiteral("Código"), QStringLiteral("ActId")),
+                 column(QStringLiteral("Descripción de la Actividad"), QStringLiteral("ActDescripcion"))};
+    s.keyField = QStringLiteral("ActId");
+    s.descriptionField = QStringLiteral("ActDescripcion");
+    return s;
+}
+
+const QString kDrmList = QStringLiteral(
+    "SELECT *, R.RUBID+' '+M.MATDESCRIPCION FROM DOCENTES_RUBROS_MATERIAS DRM, ACTIVIDADES A, RUBROS R, "
+    "MATERIAS M WHERE DRM.ACTID=A.ACTID AND DRM.RUBID=R.RUBID AND DRM.MATID=M.MATID");
+
+QPushButton *button(QWidget *parent, const char *name, const QString &caption)
+{
+    auto *b = new QPushButton(caption, parent);
+    b->setObjectName(QString::fromLatin1(name));
+    return b;
+}
+
+// The current row's column, or an empty text when there is no row to read.
+QString current(store::DataControl *adc, const QString &field)
+{
+    return adc->hasCurrentRow() && adc->fieldIndex(field) >= 0 ? adc->value(field).toString() : QString();
+}
+
+}  // namespace
+
+frmMantActividades::frmMantActividades(QWidget *parent) : MaintenanceWindow(spec(), parent)
+{
+    chkDocente = new QCheckBox(QStringLiteral("Es una actividad docente ?"), this);
+    chkDocente->setObjectName(QStringLiteral("chkDocente"));
+    form()->addRow(QString(), chkDocente);
+    ui::FieldBinding::bind(chkDocente, dataControl(), QStringLiteral("ActEsDocente"));
+
+    adcAreas = new store::DataControl(QStringLiteral("adcAreas"), this);
+    adcAreas->setRecordSource(QStringLiteral("SELECT * FROM AREAS ORDER BY AREDESCRIPCION ASC"));
+    adcAreasActividades2 = new store::DataControl(QStringLiteral("adcAreasActividades2"), this);
+    adcAreasActividades2->setRecordSource(
+        QStringLiteral("SELECT * FROM AREAS_ACTIVIDADES AA, AREAS A WHERE AA.AREID=A.AREID"));
+    adcAreasActividades = new store::DataControl(QStringLiteral("adcAreasActividades"), this);
+    adcAreasActividades->setRecordSource(QStringLiteral("SELECT * FROM AREAS_ACTIVIDADES"));
+    adcMaterias = new store::DataControl(QStringLiteral("adcMaterias"), this);
+    adcMaterias->setRecordSource(QStringLiteral("SELECT * FROM MATERIAS ORDER BY MATDESCRIPCION ASC"));
+    adcRubros = new store::DataControl(QStringLiteral("adcRubros"), this);
+    adcRubros->setRecordSource(QStringLiteral(
+        "SELECT * FROM RUBROS R, RUBROS_MATERIAS RM WHERE R.RUBID=RM.RUBID ORDER BY RUBDESCRIPCION ASC"));
+    adcDocentesRubrosMaterias2 = new store::DataControl(QStringLiteral("adcDocentesRubrosMaterias2"), this);
+    adcDocentesRubrosMaterias2->setRecordSource(kDrmList);
+    adcDocentesRubrosMaterias = new store::DataControl(QStringLiteral("adcDocentesRubrosMaterias"), this);
+    adcDocentesRubrosMaterias->setRecordSource(QStringLiteral("SELECT * FROM DOCENTES_RUBROS_MATERIAS"));
+    for (store::DataControl *adc : {adcAreas, adcAreasActividades2, adcAreasActividades, adcMaterias, adcRubros,
+                                    adcDocentesRubrosMaterias2, adcDocentesRubrosMaterias})
+        adc->refresh();
+
+    dtlAreasActividades = new ui::DataList(this);
+    dtlAreasActividades->setObjectName(QStringLiteral("dtlAreasActividades"));
+    dtlAreasActividades->setRowSource(adcAreasActividades2, QStringLiteral("AreDescripcion"), QStringLiteral("AreId"));
+    dtcAreas = new ui::DataCombo(this);
+    dtcAreas->setObjectName(QStringLiteral("dtcAreas"));
+    dtcAreas->setRowSource(adcAreas, QStringLiteral("AreDescripcion"), QStringLiteral("AreId"));
+    cmdAgregar = button(this, "cmdAgregar", QStringLiteral("Agregar"));
+    cmdQuitar = button(this, "cmdQuitar", QStringLiteral("Quitar"));
+
+    dtlMaterias = new ui::DataList(this);
+    dtlMaterias->setObjectName(QStringLiteral("dtlMaterias"));
+    dtlMaterias->setRowSource(adcDocentesRubrosMaterias2, QStringLiteral("Expr1000"), QStringLiteral("Expr1000"));
+    dtcMaterias = new ui::DataCombo(this);
+    dtcMaterias->setObjectName(QStringLiteral("dtcMaterias"));
+    dtcMaterias->setRowSource(adcMaterias, QStringLiteral("MatDescripcion"), QStringLiteral("MatId"));
+    dtcRubros = new ui::DataCombo(this);
+    dtcRubros->setObjectName(QStringLiteral("dtcRubros"));
+    dtcRubros->setRowSource(adcRubros, QStringLiteral("RubDescripcion"), QStringLiteral("RubId"));
+    cmdAgregarMateria = button(this, "cmdAgregarMateria", QStringLiteral("Agregar"));
+    cmdQuitarMateria = button(this, "cmdQuitarMateria", QStringLiteral("Quitar"));
+    for (QWidget *w : std::initializer_list<QWidget *>{dtlMaterias, dtcMaterias, dtcRubros, cmdAgregarMateria,
+                                                       cmdQuitarMateria})
+        w->setEnabled(false);
+
+    auto *links = new QGridLayout;
+    links->addWidget(new QLabel(QStringLiteral("Areas en las que se realiza esta actividad:"), this), 0, 0, 1, 2);
+    links->addWidget(dtcAreas, 1, 0, 1, 2);
+    links->addWidget(cmdAgregar, 2, 0);
+    links->addWidget(cmdQuitar, 2, 1);
+    links->addWidget(dtlAreasActividades, 3, 0, 1, 2);
+    links->addWidget(new QLabel(QStringLiteral("Materias en las que se realiza esta actividad:"), this), 0, 2, 1, 2);
+    links->addWidget(dtcMaterias, 1, 2, 1, 2);
+    links->addWidget(new QLabel(QStringLiteral("Rubros en las que se realiza esta actividad:"), this), 2, 2, 1, 2);
+    links->addWidget(dtcRubros, 3, 2, 1, 2);
+    links->addWidget(cmdAgregarMateria, 4, 2);
+    links->addWidget(cmdQuitarMateria, 4, 3);
+    links->addWidget(dtlMaterias, 5, 2, 1, 2);
+    extraArea()->addLayout(links);
+
+    connect(chkDocente, &QCheckBox::toggled, this, &frmMantActividades::chkDocente_Click);
+    connect(dtcMaterias, &ui::DataCombo::changed, this, &frmMantActividades::dtcMaterias_Change);
+    connect(cmdAgregar, &QPushButton::clicked, this, &frmMantActividades::cmdAgregar_Click);
+    connect(cmdQuitar, &QPushButton::clicked, this, &frmMantActividades::cmdQuitar_Click);
+    connect(cmdAgregarMateria, &QPushButton::clicked, this, &frmMantActividades::cmdAgregarMateria_Click);
+    connect(cmdQuitarMateria, &QPushButton::clicked, this, &frmMantActividades::cmdQuitarMateria_Click);
+    resize(760, 720);
+    open();
+}
+
+QString frmMantActividades::actividad(const QString &field) const
+{
+    return current(dataControl(), field);
+}
+
+void frmMantActividades::currentRowChanged(bool onRow)
+{
+    // The check box shows the new row's value; only a ticked box opens the subject links.
+    chkDocente_Click();
+    if (!onRow)
+        return;
+    refreshAreaLinks();
+    refreshSubjectLinks();
+}
+
+void frmMantActividades::refreshAreaLinks()
+{
+    adcAreasActividades2->setRecordSource(
+        QStringLiteral("SELECT * FROM AREAS_ACTIVIDADES AA, AREAS A WHERE AA.AREID=A.AREID AND AA.ACTID=") +
+        text(actividad(QStringLiteral("ActId"))));
+    adcAreasActividades2->refresh();
+    adcAreasActividades2->refresh();
+    dtlAreasActividades->refill();
+}
+
+void frmMantActividades::refreshSubjectLinks()
+{
+    adcDocentesRubrosMaterias2->setRecordSource(kDrmList + QStringLiteral(" AND DRM.ACTID=") +
+                                                text(actividad(QStringLiteral("ActId"))));
+    adcDocentesRubrosMaterias2->refresh();
+    adcDocentesRubrosMaterias2->refresh();
+    dtlMaterias->refill();
+}
+
+void frmMantActividades::chkDocente_Click()
+{
+    const bool open = chkDocente->isChecked();
+    for (QWidget *w : std::initializer_list<QWidget *>{dtcMaterias, dtcRubros, dtlMaterias, cmdAgregarMateria,
+                                                       cmdQuitarMateria})
+        w->setEnabled(open);
+}
+
+void frmMantActividades::dtcMaterias_Change()
+{
+    // Only the groups that hold the chosen subject can be paired with it.
+    adcRubros->setRecordSource(QStringLiteral("SELECT * FROM RUBROS R, RUBROS_MATERIAS RM WHERE R.RUBID=RM.RUBID "
+                                              "AND MATID=") +
+                               text(dtcMaterias->boundText()) + QStringLiteral(" ORDER BY RUBDESCRIPCION ASC"));
+    adcRubros->refresh();
+    adcRubros->refresh();
+    dtcRubros->refill();
+}
+
+bool frmMantActividades::newActivityPending()
+{
+    if (!dataControl()->isNewRow())
+        return false;
+    ui::msgBox(QStringLiteral("Guarde primero el registro nuevo."), {}, ui::Icon::Exclamation, this);
+    return true;
+}
+
+void frmMantActividades::cmdAgregar_Click()
+{
+    if (newActivityPending())
+        return;
+    const QString areid = dtcAreas->boundText();
+    if (areid.isEmpty()) {
+        ui::msgBox(QStringLiteral("Seleccione primero un elemento de la lista."), {}, ui::Icon::Exclamation, this);
+        return;
+    }
+    const QString actid = actividad(QStringLiteral("ActId"));
+    adcAreasActividades->setRecordSource(QStringLiteral("SELECT * FROM AREAS_ACTIVIDADES WHERE ACTID=") +
+                                         text(actid) + QStringLiteral(" AND AREID=") + text(areid));
+    adcAreasActividades->refresh();
+    adcAreasActividades->refresh();
+    if (adcAreasActividades->recordCount() != 0) {
+        ui::msgBox(QStringLiteral("El área %1 ya realiza la actividad %2")
+                       .arg(current(adcAreas, QStringLiteral("AreDescripcion")),
+                            actividad(QStringLiteral("ActDescripcion"))));
+        return;
+    }
+    try {
+        adcAreasActividades->addNew();
+        adcAreasActividades->setValue(QStringLiteral("ActId"), actid);
+        adcAreasActividades->setValue(QStringLiteral("AreId"), areid);
+        adcAreasActividades->update();
+    } catch (const store::StoreError &e) {
+        adcAreasActividades->cancelUpdate();
+        showRefusal(e);
+        return;
+    }
+    adcAreasActividades->refresh();
+    adcAreasActividades->refresh();
+    refreshAreaLinks();
+}
+
+void frmMantActividades::cmdQuitar_Click()
+{
+    const QString areid = dtlAreasActividades->boundText();
+    const QString actid = actividad(QStringLiteral("ActId"));
+    adcAreasActividades->setRecordSource(QStringLiteral("SELECT * FROM AREAS_ACTIVIDADES WHERE ACTID=") +
+                                         text(actid) + QStringLiteral(" AND AREID=") + text(areid));
+    adcAreasActividades->refresh();
+    adcAreasActividades->refresh();
+    if (adcAreasActividades->recordCount() != 1) {
+        ui::msgBox(QStringLiteral("El área %1 no realiza la actividad %2")
+                       .arg(current(adcAreas, QStringLiteral("AreDescripcion")),
+                            actividad(QStringLiteral("ActDescripcion"))));
+        return;
+    }
+    if (!ui::ask(QStringLiteral("Esta seguro que desea quitar %1 ?").arg(areid), QStringLiteral("Confirmación"),
+                 ui::Icon::Question, this))
+        return;
+    try {
+        adcAreasActividades->deleteCurrent();
+    } catch (const store::StoreError &e) {
+        showRefusal(e);
+    }
+    adcAreasActividades->refresh();
+    adcAreasActividades->refresh();
+    refreshAreaLinks();
+}
+
+void frmMantActividades::cmdAgregarMateria_Click()
+{
+    if (newActivityPending())
+        return;
+    const QString matid = dtcMaterias->boundText();
+    const QString rubid = dtcRubros->boundText();
+    if (matid.isEmpty() || rubid.isEmpty()) {
+        ui::msgBox(QStringLiteral("Seleccione primero un elemento de la lista."), {}, ui::Icon::Exclamation, this);
+        return;
+    }
+    const QString actid = actividad(QStringLiteral("ActId"));
+    adcDocentesRubrosMaterias->setRecordSource(QStringLiteral("SELECT * FROM DOCENTES_RUBROS_MATERIAS WHERE ACTID=") +
+                                               text(actid) + QStringLiteral(" AND RUBID=") + text(rubid) +
+                                               QStringLiteral(" AND MATID=") + text(matid));
+    adcDocentesRubrosMaterias->refresh();
+    adcDocentesRubrosMaterias->refresh();
+    if (adcDocentesRubrosMaterias->recordCount() != 0) {
+        ui::msgBox(QStringLiteral("La materia %1 ya realiza la actividad %2 en el rubro %3")
+                       .arg(current(adcMaterias, QStringLiteral("MatDescripcion")),
+                            actividad(QStringLiteral("ActDescripcion")),
+                            current(adcRubros, QStringLiteral("RubDescripcion"))));
+        return;
+    }
+    try {
+        adcDocentesRubrosMaterias->addNew();
+        adcDocentesRubrosMaterias->setValue(QStringLiteral("ActId"), actid);
+        adcDocentesRubrosMaterias->setValue(QStringLiteral("MatId"), matid);
+        adcDocentesRubrosMaterias->setValue(QStringLiteral("RubId"), rubid);
+        adcDocentesRubrosMaterias->update();
+    } catch (const store::StoreError &e) {
+        adcDocentesRubrosMaterias->cancelUpdate();
+        showRefusal(e);
+        return;
+    }
+    adcDocentesRubrosMaterias->refresh();
+    adcDocentesRubrosMaterias->refresh();
+    refreshSubjectLinks();
+}
+
+void frmMantActividades::cmdQuitarMateria_Click()
+{
+    const QString matid = dtcMaterias->boundText();
+    const QString rubid = dtcRubros->boundText();
+    if (matid.isEmpty() || rubid.isEmpty()) {
+        ui::msgBox(QStringLiteral("Debe seleccionar la materia y el rubro que desea quitar a esta actividad"));
+        return;
+    }
+    const QString actid = actividad(QStringLiteral("ActId"));
+    adcDocentesRubrosMaterias->setRecordSource(QStringLiteral("SELECT * FROM DOCENTES_RUBROS_MATERIAS WHERE ACTID=") +
+                                               text(actid) + QStringLiteral(" AND RUBID=") + text(rubid) +
+                                               QStringLiteral(" AND MATID=") + text(matid));
+    adcDocentesRubrosMaterias->refresh();
+    adcDocentesRubrosMaterias->refresh();
+    const QString activity = actividad(QStringLiteral("ActDescripcion"));
+    if (adcDocentesRubrosMaterias->recordCount() != 1) {
+        ui::msgBox(QStringLiteral("Verifique que la materia %1 sea realizada por la actividad %2 en el rubro %3")
+                       .arg(current(adcMaterias, QStringLiteral("MatDescripcion")), activity,
+                            current(adcRubros, QStringLiteral("RubDescripcion"))));
+        return;
+    }
+    if (!ui::ask(QStringLiteral("Esta seguro que desea quitar esta materia y rubro de la actividad %1 ?").arg(activity),
+                 QStringLiteral("Confirmación"), ui::Icon::Question, this))
+        return;
+    try {
+        adcDocentesRubrosMaterias->deleteCurrent();
+    } catch (const store::StoreError &e) {
+        showRefusal(e);
+    }
+    adcDocentesRubrosMaterias->refresh();
+    adcDocentesRubrosMaterias->refresh();
+    refreshSubjectLinks();
+}
