@@ -1,0 +1,167 @@
+#include "analysis/ChartGrid.h"
+
+#include "store/Shape.h"
+#include "store/StoreError.h"
+
+#include <stdexcept>
+
+namespace analysis {
+
+void ChartGrid::clear()
+{
+    m_rowLabels.clear();
+    m_columnLabels.clear();
+    m_cells.clear();
+    m_rowLabelLevels = 0;
+    m_columnLabelLevels = 0;
+}
+
+void ChartGrid::insertRow(int at)
+{
+    if (rowCount() >= kMaxCount)
+        throw std::overflow_error("Desbordamiento: la gráfica admite como máximo 32767 filas.");
+    if (at < 1 || at > rowCount() + 1)
+        throw std::out_of_range("Fila fuera de la gráfica.");
+    m_rowLabels.insert(at - 1, QString());
+    m_cells.insert(m_cells.begin() + (at - 1), std::vector<std::optional<double>>(m_columnLabels.size()));
+}
+
+void ChartGrid::insertColumn(int at)
+{
+    if (columnCount() >= kMaxCount)
+        throw std::overflow_error("Desbordamiento: la gráfica admite como máximo 32767 series.");
+    if (at < 1 || at > columnCount() + 1)
+        throw std::out_of_range("Serie fuera de la gráfica.");
+    m_columnLabels.insert(at - 1, QString());
+    for (auto &row : m_cells)
+        row.insert(row.begin() + (at - 1), std::nullopt);
+}
+
+void ChartGrid::check(int row, int column) const
+{
+    if (row < 1 || row > rowCount() || column < 1 || column > columnCount())
+        throw std::out_of_range("Celda fuera de la gráfica.");
+}
+
+QString ChartGrid::rowLabel(int row) const
+{
+    return row >= 1 && row <= rowCount() ? m_rowLabels.at(row - 1) : QString();
+}
+
+QString ChartGrid::columnLabel(int column) const
+{
+    return column >= 1 && column <= columnCount() ? m_columnLabels.at(column - 1) : QString();
+}
+
+void ChartGrid::setRowLabel(int row, const QString &label)
+{
+    if (row < 1 || row > rowCount())
+        throw std::out_of_range("Fila fuera de la gráfica.");
+    m_rowLabels[row - 1] = label;
+}
+
+void ChartGrid::setColumnLabel(int column, const QString &label)
+{
+    if (column < 1 || column > columnCount())
+        throw std::out_of_range("Serie fuera de la gráfica.");
+    m_columnLabels[column - 1] = label;
+}
+
+std::optional<double> ChartGrid::cell(int row, int column) const
+{
+    check(row, column);
+    return m_cells[row - 1][column - 1];
+}
+
+void ChartGrid::setData(int row, int column, double value, int nullFlag)
+{
+    check(row, column);
+    m_cells[row - 1][column - 1] = nullFlag ? std::nullopt : std::optional<double>(value);
+}
+
+void ChartGrid::addData(int row, int column, double value)
+{
+    check(row, column);
+    auto &c = m_cells[row - 1][column - 1];
+    c = c.value_or(0.0) + value;
+}
+
+void KeyedCollection::add(int item, const QString &key)
+{
+    m_items.insert(key.toCaseFolded(), item);
+}
+
+int KeyedCollection::item(const QString &key) const
+{
+    const auto it = m_items.constFind(key.toCaseFolded());
+    if (it == m_items.constEnd())
+        throw std::out_of_range("Invalid procedure call or argument");
+    return *it;
+}
+
+bool ExisteClave(const KeyedCollection &collection, const QString &key)
+{
+    try {
+        collection.item(key);
+        return true;
+    } catch (const std::out_of_range &) {
+        return false;
+    }
+}
+
+QVariant ValorSinNulo(const QVariant &value, bool esNumero)
+{
+    if (!value.isValid() || value.isNull())
+        return esNumero ? QVariant(0.0) : QVariant(QString());
+    return value;
+}
+
+void loadChartGrid(ChartGrid &grid, const store::ShapeRecordset &records, const QString &campoFila,
+                   const QString &campoDato, const QString &campoColumna)
+{
+    const bool singleColumn = campoColumna.isEmpty();
+    KeyedCollection rows;
+    KeyedCollection columns;
+    int rowCounter = 0;
+    int columnCounter = 0;
+
+    grid.clear();
+    grid.insertColumnLabelLevel();
+    grid.insertRowLabelLevel();
+    if (singleColumn)
+        grid.insertColumn(1);
+
+    if (records.isEmpty())
+        throw store::StoreError(store::StoreError::Kind::NoCurrentRow, 3021,
+                                QStringLiteral("La consulta no devolvió ningún registro: no hay horas archivadas "
+                                               "que cumplan las condiciones elegidas."));
+    for (std::size_t r = 0; r < records.size(); ++r) {
+        const QString rowKey = ValorSinNulo(records.value(r, campoFila), false).toString();
+        int row;
+        if (ExisteClave(rows, rowKey)) {
+            row = rows.item(rowKey);
+        } else {
+            grid.insertRow(rowCounter + 1);
+            ++rowCounter;
+            rows.add(rowCounter, rowKey);
+            row = rowCounter;
+            grid.setRowLabel(row, rowKey);
+        }
+        int column = 1;
+        if (!singleColumn) {
+            const QString columnKey = ValorSinNulo(records.value(r, campoColumna), false).toString();
+            if (ExisteClave(columns, columnKey)) {
+                column = columns.item(columnKey);
+            } else {
+                grid.insertColumn(columnCounter + 1);
+                ++columnCounter;
+                columns.add(columnCounter, columnKey);
+                column = columnCounter;
+                grid.setColumnLabel(column, columnKey);
+            }
+        }
+        grid.addData(row, column, ValorSinNulo(records.value(r, campoDato), true).toDouble());
+    }
+}
+
+}  // namespace analysis

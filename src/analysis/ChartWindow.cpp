@@ -1,0 +1,189 @@
+#include "analysis/ChartWindow.h"
+
+#include "analysis/ChartGrid.h"
+#include "analysis/ChartView.h"
+#include "store/Connection.h"
+#include "store/Shape.h"
+#include "store/StoreError.h"
+#include "ui/Dialogs.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QPushButton>
+#include <QRadioButton>
+
+namespace analysis {
+namespace {
+
+const QString kShapeConnect =
+    QStringLiteral("PROVIDER=MSDataShape;dsn=RRHHODBC;uid=;pwd=;Data Provider=MSDASQL");
+
+// Widths of the controls in twips; all of the bottom row is this high.
+constexpr int kButtonWidth = 720;
+constexpr int kButtonHeight = 300;
+constexpr int kOptionWidths[4] = {1000, 1000, 1000, 885};
+constexpr int kOptionHeight = 255;
+// Distance of each option's right edge from the window's right edge, as the table gives it.
+constexpr int kOptionRight[4] = {5520, 4320, 3120, 1920};
+
+}  // namespace
+
+ChartWindow::ChartWindow(const QString &consulta, const QString &agrupar, QWidget *parent)
+    : QWidget(parent, Qt::Window), m_consulta(consulta), m_agrupar(agrupar)
+{
+    setAttribute(Qt::WA_DeleteOnClose);
+    setWindowTitle(QStringLiteral("Estadísticas de empleo del tiempo de trabajo"));
+
+    m_chart = new ChartView(this);
+    m_chart->setObjectName(QStringLiteral("chtReport"));
+
+    const char *captions[] = {"Barras 3D", "Barras 2D", "Circulos", "Área 3D"};
+    for (int i = 0; i < 4; ++i) {
+        m_optTipo[i] = new QRadioButton(QString::fromUtf8(captions[i]), this);
+        m_optTipo[i]->setObjectName(QStringLiteral("optTipo_%1").arg(i));
+        connect(m_optTipo[i], &QRadioButton::clicked, this, [this, i] { m_chart->setChartType(typeOfOption(i)); });
+    }
+    m_optTipo[1]->setChecked(true);
+    m_chart->setChartType(typeOfOption(1));
+
+    m_cmdCopiar = new QPushButton(QStringLiteral("Copiar"), this);
+    m_cmdCopiar->setObjectName(QStringLiteral("cmdCopiar"));
+    m_cmdCopiar->setToolTip(QStringLiteral("Copiar la gráfica para pegarla en Excel, Word, etc."));
+    connect(m_cmdCopiar, &QPushButton::clicked, this, &ChartWindow::copyChart);
+    m_cmdClose = new QPushButton(QStringLiteral("Cerrar"), this);
+    m_cmdClose->setObjectName(QStringLiteral("cmdClose"));
+    connect(m_cmdClose, &QPushButton::clicked, this, &QWidget::close);
+
+    for (int i = 0; i < 4; ++i)
+        m_optTipo[i]->resize(twipsToPixels(kOptionWidths[i]), twipsToPixels(kOptionHeight));
+    m_cmdCopiar->resize(twipsToPixels(kButtonWidth), twipsToPixels(kButtonHeight));
+    m_cmdClose->resize(twipsToPixels(kButtonWidth), twipsToPixels(kButtonHeight));
+
+    setTabOrder(m_optTipo[0], m_optTipo[1]);
+    setTabOrder(m_optTipo[1], m_optTipo[2]);
+    setTabOrder(m_optTipo[2], m_optTipo[3]);
+    setTabOrder(m_optTipo[3], m_cmdCopiar);
+    setTabOrder(m_cmdCopiar, m_cmdClose);
+
+    resize(twipsToPixels(kInnerWidth), twipsToPixels(kInnerHeight));
+    placeControls();
+}
+
+ChartWindow::~ChartWindow() = default;
+
+int ChartWindow::typeOfOption(int index)
+{
+    static constexpr int types[4] = {ChartView::Bars3D, ChartView::Bars2D, ChartView::Pie2D, ChartView::Area3D};
+    return index >= 0 && index < 4 ? types[index] : ChartView::Bars2D;
+}
+
+int ChartWindow::twipsToPixels(int twips) const
+{
+    const int dpi = logicalDpiX() > 0 ? logicalDpiX() : 96;
+    return qRound(twips * dpi / 1440.0);
+}
+
+int ChartWindow::pixelsToTwips(int pixels) const
+{
+    const int dpi = logicalDpiX() > 0 ? logicalDpiX() : 96;
+    return qRound(pixels * 1440.0 / dpi);
+}
+
+void ChartWindow::load()
+{
+    store::ShapeResult records;
+    try {
+        std::shared_ptr<store::Connection> conn = store::Connection::open(kShapeConnect);
+        records = store::runShape(m_consulta, [&](const QString &s) { return conn->select(s); });
+    } catch (const std::exception &e) {
+        MostrarError(e);
+        return;
+    }
+    CargarGrafica(records, m_agrupar, QStringLiteral("HorHoras"), QStringLiteral("AreDescripcion"));
+    MostrarMarcadores(false);
+}
+
+void ChartWindow::CargarGrafica(const store::ShapeRecordset &records, const QString &campoFila,
+                                const QString &campoDato, const QString &campoColumna)
+{
+    m_chart->setRepaint(false);
+    try {
+        loadChartGrid(m_chart->grid(), records, campoFila, campoDato, campoColumna);
+    } catch (const std::exception &e) {
+        m_chart->setRepaint(true);
+        MostrarError(e);
+        return;
+    }
+    m_chart->setRepaint(true);
+}
+
+void ChartWindow::MostrarMarcadores(bool visible)
+{
+    // One drawing for all series rather than one per series.
+    const bool repaint = m_chart->repaintEnabled();
+    m_chart->setRepaint(false);
+    try {
+        for (int i = 1; i <= m_chart->seriesCount(); ++i)
+            m_chart->setMarkerVisible(i, visible);
+    } catch (const std::exception &e) {
+        m_chart->setRepaint(repaint);
+        MostrarError(e);
+        return;
+    }
+    m_chart->setRepaint(repaint);
+}
+
+void ChartWindow::MostrarError(const std::exception &error)
+{
+    const auto *storeError = dynamic_cast<const store::StoreError *>(&error);
+    const QString text = storeError ? storeError->description() : QString::fromUtf8(error.what());
+    ui::msgBox(text, ui::programTitle(), ui::Icon::Exclamation, this);
+}
+
+void ChartWindow::copyChart()
+{
+    QGuiApplication::clipboard()->setImage(m_chart->image());
+}
+
+void ChartWindow::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    placeControls();
+}
+
+void ChartWindow::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier) {
+        m_cmdClose->click();
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
+
+// Places the controls by the layout table, in twips from the window's inner size, each
+// step on its own: what one step cannot do (a size below zero in a very small window) is
+// left undone and the next goes on.
+void ChartWindow::placeControls()
+{
+    const int sw = pixelsToTwips(width());
+    const int sh = pixelsToTwips(height());
+    auto place = [this](QWidget *w, int left, int top, int width, int height) {
+        try {
+            if (width < 0 || height < 0)
+                throw std::range_error("tamaño negativo");
+            w->setGeometry(twipsToPixels(left), twipsToPixels(top), twipsToPixels(width), twipsToPixels(height));
+        } catch (...) {
+        }
+    };
+    place(m_cmdClose, sw - (kButtonWidth + 180), sh - (kButtonHeight + 180), kButtonWidth, kButtonHeight);
+    place(m_cmdCopiar, sw - (kButtonWidth + 1080), sh - (kButtonHeight + 180), kButtonWidth, kButtonHeight);
+    int top = 0;
+    for (int i = 0; i < 4; ++i) {
+        top = sh - (kOptionHeight + 180);
+        place(m_optTipo[i], sw - (kOptionWidths[i] + kOptionRight[i]), top, kOptionWidths[i], kOptionHeight);
+    }
+    place(m_chart, 180, 360, sw - 420, top - 420);
+}
+
+}  // namespace analysis

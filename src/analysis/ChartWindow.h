@@ -1,0 +1,73 @@
+#pragma once
+
+#include <QString>
+#include <QWidget>
+#include <array>
+#include <exception>
+
+class QPushButton;
+class QRadioButton;
+
+namespace store {
+class ShapeRecordset;
+}
+
+namespace analysis {
+
+class ChartView;
+
+// The chart window, "Estadísticas de empleo del tiempo de trabajo": runs a SHAPE statement
+// on a connection of its own and draws the hours by group (the column `agrupar`) and by
+// area. frmEstadisticasSuperUsuario and frmEstadisticasJefeArea are this window; they
+// differ only in the main window whose query they show.
+//
+// The window deletes itself when closed (cmdClose, Esc, the title bar): the next opening
+// loads it anew. Create it with new.
+class ChartWindow : public QWidget {
+    Q_OBJECT
+public:
+    // The copies of the parent's members taken at load.
+    ChartWindow(const QString &consulta, const QString &agrupar, QWidget *parent = nullptr);
+    ~ChartWindow() override;
+
+    const QString &consulta() const { return m_consulta; }
+    const QString &agrupar() const { return m_agrupar; }
+    ChartView *chart() const { return m_chart; }
+
+    // The load: opens the shaping connection, runs `consulta`, CargarGrafica with
+    // `agrupar`, "HorHoras" and "AreDescripcion", then MostrarMarcadores(false). An error ends
+    // it with MostrarError; the window stays usable.
+    void load();
+
+    // The routines of the window.
+    void CargarGrafica(const store::ShapeRecordset &records, const QString &campoFila, const QString &campoDato,
+                       const QString &campoColumna);
+    void MostrarMarcadores(bool visible);
+    void MostrarError(const std::exception &error);
+
+    // The type value given to the chart by each option of optTipo.
+    static int typeOfOption(int index);
+
+    // Sizes are kept in twips, as the layout table gives them.
+    static constexpr int kInnerWidth = 6675;
+    static constexpr int kInnerHeight = 5190;
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    void placeControls();
+    void copyChart();
+    int twipsToPixels(int twips) const;
+    int pixelsToTwips(int pixels) const;
+
+    QString m_consulta;
+    QString m_agrupar;
+    ChartView *m_chart = nullptr;
+    std::array<QRadioButton *, 4> m_optTipo{};
+    QPushButton *m_cmdCopiar = nullptr;
+    QPushButton *m_cmdClose = nullptr;
+};
+
+}  // namespace analysis

@@ -1,0 +1,410 @@
+// The tab "Presupuesto" of both main windows, driven as a user would on a fresh store: the
+// statement each combination of options composes, the grid and the totals per currency
+// against hand-summed rows, a close moving rows between the options, the area message and
+// the printing.
+
+#include "AnalysisFixture.h"
+#include "ScriptedDialogs.h"
+#include "TempStore.h"
+#include "analysis/BudgetTab.h"
+#include "session/modPrincipal.h"
+#include "store/DataControl.h"
+#include "ui/Application.h"
+#include "ui/DataGrid.h"
+#include "ui/DataLists.h"
+#include "ui/DatePicker.h"
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTest>
+
+#include <algorithm>
+#include <memory>
+
+using namespace analysis_tests;
+using analysis::BudgetTab;
+using analysis::MainWindow;
+
+namespace {
+
+const QString kSelect = QStringLiteral(
+    "SELECT SUM(H.HORHORAS), SUM(H.HORVALORHORA*(H.HORHORAS*T.TIPPORCENTAJE)), H.HORMONEDA, T.TIPDESCRIPCION, "
+    "D.DESDESCRIPCION, ACT.ACTDESCRIPCION FROM TIPOHORAS T, %1 H, ACTIVIDADES ACT, AREAS ARE, DESTINOS D WHERE "
+    "H.ACTID=ACT.ACTID AND H.AREID=ARE.AREID AND H.DESID=D.DESID AND H.TIPID=T.TIPID%2 GROUP BY H.HORMONEDA, "
+    "T.TIPDESCRIPCION, D.DESDESCRIPCION, ACT.ACTDESCRIPCION");
+
+const int Y = QDate::currentDate().year();
+
+// "mm-d-yy" between # signs.
+QString dateLiteral(const QDate &d)
+{
+    return QStringLiteral("#%1-%2-%3#")
+        .arg(d.month(), 2, 10, QLatin1Char('0'))
+        .arg(d.day())
+        .arg(d.year() % 100, 2, 10, QLatin1Char('0'));
+}
+
+// Rows 1-4 and 6 are archived by a close up to 5 February; 5 and 7 stay in HORAS.
+void fillStore(tests::TempStore &db)
+{
+    insertCatalogues(db);
+    const Hour hours[] = {
+        {QDate(Y, 1, 10), "DOC", "CLA", "COM", 2, 100, "Pesos Uruguayos"},   // 200
+        {QDate(Y, 1, 20), "DOC", "CLA", "EXT", 4, 100, "Pesos Uruguayos"},   // 600 (factor 1.5)
+        {QDate(Y, 2, 5), "DOC", "TAR", "COM", 3, 10.5, "Dolares"},           // 31.5
+        {QDate(Y, 2, 5), "ADM", "TAR", "COM", 1.5, 200, "pesos"},            // 300, a peso
+        {QDate(Y, 3, 1), "ADM", "CLA", "EXT", 2, 20, "Dolares"},             // 60
+        {QDate(Y - 1, 12, 31), "DOC", "CLA", "COM", 1, 1000, "Pesos Uruguayos"},  // 1000, last year
+        {QDate(Y, 3, 15), "DOC", "CLA", "COM", 1, 50, "DOLARES"},            // 50, a peso
+    };
+    for (const Hour &h : hours)
+        insertHour(db, h);
+    closeUpTo(db, QDate(Y, 2, 5));
+}
+
+template <typename T>
+T *child(QWidget *w, const char *name)
+{
+    T *c = w->findChild<T *>(QLatin1String(name));
+    if (!c)
+        qFatal("control %s not found", name);
+    return c;
+}
+
+// What the grid shows, one line per row, sorted (the store gives groups in its own order).
+QStringList gridLines(QWidget *tab)
+{
+    auto *grid = child<ui::DataGrid>(tab, "dtgPresupuesto");
+    QStringList lines;
+    for (int r = 0; r < grid->rowCount(); ++r) {
+        QStringList cells;
+        for (int c = 0; c < 6; ++c)
+            cells << grid->cellText(r, c);
+        lines << cells.join(QLatin1Char('|'));
+    }
+    lines.sort();
+    return lines;
+}
+
+QStringList sorted(QStringList l)
+{
+    l.sort();
+    return l;
+}
+
+struct Options {
+    int option = 0;
+    QDate desde, hasta;
+    bool docentes = false;
+    bool noDocentes = false;
+    QString area;             // super user: tick the box and choose this area ("" leaves it unchosen)
+    bool untickArea = false;  // super user: untick the box again after choosing
+};
+
+void setOptions(QWidget *tab, const Options &o)
+{
+    child<QRadioButton>(tab, qPrintable(QStringLiteral("optConsulta_%1").arg(o.option)))->click();
+    if (o.option == 2) {
+        child<ui::DatePicker>(tab, "dtpDesde")->chooseDate(o.desde);
+        child<ui::DatePicker>(tab, "dtpHasta")->chooseDate(o.hasta);
+    }
+    // Tick one box and then the other, as a user who changes their mind: the click unticks
+    // the other one.
+    if (o.docentes) {
+        child<QCheckBox>(tab, "chkActividadesNoDocentes")->click();
+        child<QCheckBox>(tab, "chkActividadesDocentes")->click();
+    } else if (o.noDocentes) {
+        child<QCheckBox>(tab, "chkActividadesDocentes")->click();
+        child<QCheckBox>(tab, "chkActividadesNoDocentes")->click();
+    }
+    if (!o.area.isNull()) {
+        child<QCheckBox>(tab, "chkSeleccionarArea")->click();
+        if (!o.area.isEmpty())
+            QVERIFY(child<ui::DataCombo>(tab, "dtcSeleccionarArea")->chooseText(o.area));
+        if (o.untickArea)
+            child<QCheckBox>(tab, "chkSeleccionarArea")->click();
+    }
+}
+
+}  // namespace
+
+Q_DECLARE_METATYPE(Options)
+
+class TestBudget : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        modPrincipal::gUsuLogin = QStringLiteral("jefe");
+        modPrincipal::gFunCedula = QStringLiteral("22222222");
+        modPrincipal::gAreId = QStringLiteral("DOC");
+        modPrincipal::gPerId = 6;
+        BudgetTab::setReportOpener({});
+    }
+
+    void startState_data()
+    {
+        QTest::addColumn<bool>("super");
+        QTest::newRow("jefe") << false;
+        QTest::newRow("super") << true;
+    }
+    void startState()
+    {
+        QFETCH(bool, super);
+        tests::TempStore db(tests::TempStore::Content::Schema);
+        fillStore(db);
+        BudgetTab tab(super ? MainWindow::SuperUsuario : MainWindow::JefeArea);
+        QVERIFY(child<QRadioButton>(&tab, "optConsulta_0")->isChecked());
+        QVERIFY(!child<ui::DatePicker>(&tab, "dtpDesde")->isEnabled());
+        QCOMPARE(child<QLabel>(&tab, "lblTotalPesos")->text(), QStringLiteral("0"));
+        QCOMPARE(child<QLabel>(&tab, "lblTotalDolares")->text(), QStringLiteral("0"));
+        QVERIFY(tab.statement().isEmpty());
+        auto *grid = child<ui::DataGrid>(&tab, "dtgPresupuesto");
+        QCOMPARE(grid->caption(), QStringLiteral("RESULTADOS DE LA CONSULTA"));
+        QStringList headings;
+        for (int c = 0; c < 6; ++c)
+            headings << grid->heading(c);
+        QCOMPARE(headings, QStringList({"Horas", "Importe", "Moneda", "Tipo", "Destino", "Actividad"}));
+        QCOMPARE(tab.findChild<QCheckBox *>(QStringLiteral("chkSeleccionarArea")) != nullptr, super);
+        if (super) {
+            QVERIFY(!child<ui::DataCombo>(&tab, "dtcSeleccionarArea")->isEnabled());
+            child<QCheckBox>(&tab, "chkSeleccionarArea")->click();
+            QVERIFY(child<ui::DataCombo>(&tab, "dtcSeleccionarArea")->isEnabled());
+        }
+        child<QRadioButton>(&tab, "optConsulta_2")->click();
+        QVERIFY(child<ui::DatePicker>(&tab, "dtpDesde")->isEnabled());
+        QVERIFY(child<ui::DatePicker>(&tab, "dtpHasta")->isEnabled());
+        child<QRadioButton>(&tab, "optConsulta_1")->click();
+        QVERIFY(!child<ui::DatePicker>(&tab, "dtpHasta")->isEnabled());
+    }
+
+    void query_data()
+    {
+        QTest::addColumn<bool>("super");
+        QTest::addColumn<Options>("options");
+        QTest::addColumn<QString>("statement");
+        QTest::addColumn<QStringList>("rows");
+        QTest::addColumn<QString>("pesos");
+        QTest::addColumn<QString>("dolares");
+
+        const QString year = QStringLiteral(" AND YEAR(H.HORFECHA)=YEAR(Date())");
+        const QString docente = QStringLiteral(" AND ACT.ACTESDOCENTE");
+        const QString noDocente = QStringLiteral(" AND NOT ACT.ACTESDOCENTE");
+        const QStringList clasesPesos = {"2|200|Pesos Uruguayos|Comunes|Cursos|Clases",
+                                         "4|600|Pesos Uruguayos|Extra|Cursos|Clases"};
+        const QStringList tareas = {"3|31,5|Dolares|Comunes|Cursos|Tareas", "1,5|300|pesos|Comunes|Cursos|Tareas"};
+
+        Options o;
+        QTest::newRow("super, mes en curso")
+            << true << o << kSelect.arg("HORAS", "")
+            << QStringList{"2|60|Dolares|Extra|Cursos|Clases", "1|50|DOLARES|Comunes|Cursos|Clases"} << "50" << "60";
+        o = {};
+        o.option = 1;
+        QTest::newRow("super, año en curso") << true << o << kSelect.arg("HHORAS", year) << clasesPesos + tareas
+                                             << "1100" << "31,5";
+        o = {};
+        o.option = 2;
+        o.desde = QDate(Y - 1, 12, 31);
+        o.hasta = QDate(Y, 1, 10);
+        QTest::newRow("super, período, ambos extremos incluidos")
+            << true << o
+            << kSelect.arg("HHORAS", QStringLiteral(" AND H.HORFECHA BETWEEN %1 AND %2")
+                                         .arg(dateLiteral(o.desde), dateLiteral(o.hasta)))
+            << QStringList{"3|1200|Pesos Uruguayos|Comunes|Cursos|Clases"} << "1200" << "0";
+        o = {};
+        o.option = 1;
+        o.docentes = true;
+        QTest::newRow("super, docentes") << true << o << kSelect.arg("HHORAS", year + docente) << clasesPesos
+                                         << "800" << "0";
+        o.docentes = false;
+        o.noDocentes = true;
+        QTest::newRow("super, no docentes") << true << o << kSelect.arg("HHORAS", year + noDocente) << tareas
+                                            << "300" << "31,5";
+        o = {};
+        o.option = 1;
+        o.area = QStringLiteral("Administración");
+        QTest::newRow("super, un área") << true << o << kSelect.arg("HHORAS", year + " AND H.AREID='ADM'")
+                                        << QStringList{tareas.at(1)} << "300" << "0";
+        o.docentes = true;
+        o.area = QStringLiteral("Docencia");
+        QTest::newRow("super, docentes de un área: área al final")
+            << true << o << kSelect.arg("HHORAS", year + docente + " AND H.AREID='DOC'") << clasesPesos << "800"
+            << "0";
+        o = {};
+        o.option = 1;
+        o.noDocentes = true;
+        o.area = QStringLiteral("Administración");
+        o.untickArea = true;
+        QTest::newRow("super, área elegida y destildada: todas")
+            << true << o << kSelect.arg("HHORAS", year + noDocente) << tareas << "300" << "31,5";
+
+        o = {};
+        QTest::newRow("jefe, mes en curso") << false << o << kSelect.arg("HORAS", " AND H.AREID='DOC'")
+                                            << QStringList{"1|50|DOLARES|Comunes|Cursos|Clases"} << "50" << "0";
+        o.option = 1;
+        o.noDocentes = true;
+        QTest::newRow("jefe, no docentes: área antes de actividad")
+            << false << o << kSelect.arg("HHORAS", year + " AND H.AREID='DOC'" + noDocente)
+            << QStringList{tareas.at(0)} << "0" << "31,5";
+        o.noDocentes = false;
+        o.docentes = true;
+        QTest::newRow("jefe, docentes") << false << o
+                                        << kSelect.arg("HHORAS", year + " AND H.AREID='DOC'" + docente)
+                                        << clasesPesos << "800" << "0";
+        o = {};
+        o.option = 2;
+        o.desde = QDate(Y, 1, 20);
+        o.hasta = QDate(Y, 2, 5);
+        QTest::newRow("jefe, período")
+            << false << o
+            << kSelect.arg("HHORAS", QStringLiteral(" AND H.HORFECHA BETWEEN %1 AND %2 AND H.AREID='DOC'")
+                                         .arg(dateLiteral(o.desde), dateLiteral(o.hasta)))
+            << QStringList{clasesPesos.at(1), tareas.at(0)} << "600" << "31,5";
+    }
+    void query()
+    {
+        QFETCH(bool, super);
+        QFETCH(Options, options);
+        QFETCH(QString, statement);
+        QFETCH(QStringList, rows);
+        QFETCH(QString, pesos);
+        QFETCH(QString, dolares);
+
+        tests::TempStore db(tests::TempStore::Content::Schema);
+        fillStore(db);
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        BudgetTab tab(super ? MainWindow::SuperUsuario : MainWindow::JefeArea);
+        tab.show();
+        setOptions(&tab, options);
+        QTest::mouseClick(child<QPushButton>(&tab, "cmdComenzar"), Qt::LeftButton);
+
+        QCOMPARE(dialogs.texts(), QStringList());
+        QCOMPARE(tab.statement(), statement);
+        QCOMPARE(gridLines(&tab), sorted(rows));
+        QCOMPARE(child<QLabel>(&tab, "lblTotalPesos")->text(), pesos);
+        QCOMPARE(child<QLabel>(&tab, "lblTotalDolares")->text(), dolares);
+        QCOMPARE(tab.adcPresupuesto()->absolutePosition(), 1);  // back on the first row
+    }
+
+    // A close moves rows out of "Mes en curso" into "Año en curso"; a query that finds
+    // nothing empties the grid and leaves the totals as they were.
+    void closeMovesRowsBetweenOptions()
+    {
+        tests::TempStore db(tests::TempStore::Content::Schema);
+        insertCatalogues(db);
+        insertHour(db, {QDate(Y, 1, 10), "DOC", "CLA", "COM", 2, 100, "Pesos Uruguayos"});
+        insertHour(db, {QDate(Y, 1, 11), "DOC", "TAR", "EXT", 2, 10, "Dolares"});
+        BudgetTab tab(MainWindow::JefeArea);
+        auto *comenzar = child<QPushButton>(&tab, "cmdComenzar");
+        auto *pesos = child<QLabel>(&tab, "lblTotalPesos");
+        auto *dolares = child<QLabel>(&tab, "lblTotalDolares");
+
+        QTest::mouseClick(comenzar, Qt::LeftButton);
+        QCOMPARE(gridLines(&tab).size(), 2);
+        QCOMPARE(pesos->text(), QStringLiteral("200"));
+        QCOMPARE(dolares->text(), QStringLiteral("30"));
+
+        child<QRadioButton>(&tab, "optConsulta_1")->click();
+        QTest::mouseClick(comenzar, Qt::LeftButton);  // no close yet this year: nothing
+        QCOMPARE(gridLines(&tab), QStringList());
+        QCOMPARE(pesos->text(), QStringLiteral("200"));
+        QCOMPARE(dolares->text(), QStringLiteral("30"));
+
+        closeUpTo(db, QDate(Y, 1, 10));
+        QTest::mouseClick(comenzar, Qt::LeftButton);
+        QCOMPARE(gridLines(&tab), QStringList{"2|200|Pesos Uruguayos|Comunes|Cursos|Clases"});
+        QCOMPARE(pesos->text(), QStringLiteral("200"));
+        QCOMPARE(dolares->text(), QStringLiteral("0"));
+
+        child<QRadioButton>(&tab, "optConsulta_0")->click();
+        QTest::mouseClick(comenzar, Qt::LeftButton);
+        QCOMPARE(gridLines(&tab), QStringList{"2|30|Dolares|Extra|Cursos|Tareas"});
+        QCOMPARE(pesos->text(), QStringLiteral("0"));
+        QCOMPARE(dolares->text(), QStringLiteral("30"));
+    }
+
+    // The box ticked with no area: the message, and the query of the run before (none at
+    // first: an empty grid, the totals untouched, and no report).
+    void areaBoxWithoutArea()
+    {
+        tests::TempStore db(tests::TempStore::Content::Schema);
+        fillStore(db);
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        QStringList printed;
+        BudgetTab::setReportOpener([&](const QString &name, BudgetTab &t) { printed << name << t.statement(); });
+        BudgetTab tab(MainWindow::SuperUsuario);
+        child<QCheckBox>(&tab, "chkSeleccionarArea")->click();
+
+        QTest::mouseClick(child<QPushButton>(&tab, "cmdComenzar"), Qt::LeftButton);
+        QCOMPARE(dialogs.texts(), QStringList{"Debe seleccionar un área"});
+        QCOMPARE(dialogs.last().buttons, ui::Buttons::Ok);
+        QCOMPARE(dialogs.last().title, ui::programTitle());
+        QCOMPARE(gridLines(&tab), QStringList());
+        QCOMPARE(child<QLabel>(&tab, "lblTotalPesos")->text(), QStringLiteral("0"));
+
+        QTest::mouseClick(child<QPushButton>(&tab, "cmdImprimir"), Qt::LeftButton);
+        QCOMPARE(dialogs.count(), 2);
+        QCOMPARE(printed, QStringList());
+
+        // With an earlier query the message comes and that query runs again.
+        child<QCheckBox>(&tab, "chkSeleccionarArea")->click();
+        QTest::mouseClick(child<QPushButton>(&tab, "cmdComenzar"), Qt::LeftButton);
+        const QString allAreas = tab.statement();
+        QCOMPARE(allAreas, kSelect.arg("HORAS", ""));
+        child<QRadioButton>(&tab, "optConsulta_1")->click();
+        child<QCheckBox>(&tab, "chkSeleccionarArea")->click();
+        db.execNative(QStringLiteral("DELETE FROM HORAS WHERE HorMoneda = 'DOLARES'"));
+        QTest::mouseClick(child<QPushButton>(&tab, "cmdImprimir"), Qt::LeftButton);
+        QCOMPARE(dialogs.count(), 3);
+        QCOMPARE(tab.statement(), allAreas);
+        QCOMPARE(gridLines(&tab), QStringList{"2|60|Dolares|Extra|Cursos|Clases"});  // read anew
+        QCOMPARE(child<QLabel>(&tab, "lblTotalPesos")->text(), QStringLiteral("0"));
+        QCOMPARE(printed, QStringList({"dtrPresupuestoSuperUsuario", allAreas}));
+    }
+
+    // cmdImprimir runs the query of the options first, then opens the window's report on
+    // that statement; without the reports it says so.
+    void printing()
+    {
+        tests::TempStore db(tests::TempStore::Content::Schema);
+        fillStore(db);
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        BudgetTab tab(MainWindow::JefeArea);
+        child<QRadioButton>(&tab, "optConsulta_1")->click();
+        QTest::mouseClick(child<QPushButton>(&tab, "cmdImprimir"), Qt::LeftButton);
+        QCOMPARE(dialogs.count(), 1);
+        QVERIFY(dialogs.last().text.contains(QStringLiteral("no está disponible")));
+        QCOMPARE(tab.statement(), kSelect.arg("HHORAS", " AND YEAR(H.HORFECHA)=YEAR(Date()) AND H.AREID='DOC'"));
+        QCOMPARE(child<QLabel>(&tab, "lblTotalPesos")->text(), QStringLiteral("800"));
+
+        QStringList printed;
+        BudgetTab::setReportOpener([&](const QString &name, BudgetTab &t) {
+            printed << name << t.adcPresupuesto()->recordSource();
+        });
+        child<QRadioButton>(&tab, "optConsulta_0")->click();
+        QTest::mouseClick(child<QPushButton>(&tab, "cmdImprimir"), Qt::LeftButton);
+        QCOMPARE(printed, QStringList({"dtrPresupuestoJefeArea", kSelect.arg("HORAS", " AND H.AREID='DOC'")}));
+        QCOMPARE(dialogs.count(), 1);
+    }
+
+    // A value with an apostrophe cannot break the statement.
+    void areaWithApostrophe()
+    {
+        tests::TempStore db(tests::TempStore::Content::Schema);
+        fillStore(db);
+        modPrincipal::gAreId = QStringLiteral("D'O");
+        BudgetTab tab(MainWindow::JefeArea);
+        QTest::mouseClick(child<QPushButton>(&tab, "cmdComenzar"), Qt::LeftButton);
+        QCOMPARE(tab.statement(), kSelect.arg("HORAS", " AND H.AREID='D''O'"));
+        QCOMPARE(gridLines(&tab), QStringList());
+    }
+};
+
+TEMPALIA_TEST_MAIN(TestBudget)
+#include "tst_budget.moc"

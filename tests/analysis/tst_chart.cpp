@@ -1,0 +1,256 @@
+// The chart window on a fresh store: the data grid for each grouping (rows, series, labels
+// merged without regard to case, cells added together, Nulls), the chart types keeping the
+// data, copying, an empty result and a refused statement, and a very small window.
+
+#include "AnalysisFixture.h"
+#include "ScriptedDialogs.h"
+#include "TempStore.h"
+#include "analysis/ChartGrid.h"
+#include "analysis/ChartView.h"
+#include "analysis/ChartWindow.h"
+#include "analysis/StatisticsTab.h"
+#include "analysis/frmEstadisticasJefeArea.h"
+#include "analysis/frmEstadisticasSuperUsuario.h"
+#include "session/modPrincipal.h"
+#include "store/Shape.h"
+#include "ui/Application.h"
+
+#include <QClipboard>
+#include <QPointer>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTest>
+
+using namespace analysis_tests;
+using analysis::ChartWindow;
+using analysis::StatisticsTab;
+
+namespace {
+
+const int Y = QDate::currentDate().year();
+
+// Archived hours. DO2 is described "DOCENCIA": the chart takes it as "Docencia". NUL has
+// no description. The last record has no hours.
+void fillStore(tests::TempStore &db)
+{
+    insertCatalogues(db);
+    db.execNative(QStringLiteral("INSERT INTO AREAS (AreId, AreDescripcion) VALUES ('DO2', 'DOCENCIA')"));
+    db.execNative(QStringLiteral("INSERT INTO DESTINOS (DesId, DesDescripcion) VALUES ('EXT', 'Extensión')"));
+    db.execNative(QStringLiteral("INSERT INTO DESTINOS (DesId, DesDescripcion) VALUES ('NUL', NULL)"));
+    const QDate d(Y, 1, 10);
+    const Hour hours[] = {
+        {d, "DOC", "CLA", "COM", 2, 100, "Pesos Uruguayos"},
+        {d, "DOC", "CLA", "COM", 3, 100, "Pesos Uruguayos", "EXT"},
+        {d, "ADM", "TAR", "COM", 4, 100, "Pesos Uruguayos"},
+        {d, "DO2", "CLA", "EXT", 1, 100, "Pesos Uruguayos"},
+        {d, "ADM", "CLA", "COM", 1.5, 100, "Pesos Uruguayos", "NUL"},
+        {d, "DOC", "TAR", "EXT", 0, 100, "Pesos Uruguayos", "CUR", true},
+    };
+    for (const Hour &h : hours)
+        insertHour(db, h, "HHORAS");
+}
+
+// One line per row: its label, then each series' cell ("-" where nothing was stored).
+QStringList describe(const analysis::ChartGrid &g)
+{
+    QStringList lines{QStringLiteral("|") + g.columnLabels().join(QLatin1Char('|'))};
+    for (int r = 1; r <= g.rowCount(); ++r) {
+        QStringList cells{g.rowLabel(r)};
+        for (int c = 1; c <= g.columnCount(); ++c) {
+            const auto v = g.cell(r, c);
+            cells << (v ? QString::number(*v) : QStringLiteral("-"));
+        }
+        lines << cells.join(QLatin1Char('|'));
+    }
+    return lines;
+}
+
+// Rows and series come in the order of the store's result, which only SQLite keeps as the
+// rows were written; elsewhere compare them in any order.
+QStringList comparable(QStringList lines)
+{
+    if (tests::testBackend() == store::Backend::SQLite)
+        return lines;
+    QStringList series = lines.takeFirst().split(QLatin1Char('|'));
+    series.sort();
+    lines.sort();
+    return QStringList{series.join(QLatin1Char('|'))} + lines;
+}
+
+ChartWindow *openChart(const QString &consulta, const QString &agrupar)
+{
+    auto *w = new frmEstadisticasJefeArea(consulta, agrupar);
+    w->load();
+    w->show();
+    return w;
+}
+
+}  // namespace
+
+class TestChart : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        modPrincipal::gAreId = QStringLiteral("DOC");
+        modPrincipal::gPerId = 6;
+    }
+
+    void gridPerGrouping_data()
+    {
+        QTest::addColumn<QString>("agrupar");
+        QTest::addColumn<QStringList>("grid");
+        // Series: Docencia (DOC and DO2), Administración.
+        QTest::newRow("actividad") << "ActDescripcion"
+                                   << QStringList{"|Docencia|Administración", "Clases|6|1.5", "Tareas|0|4"};
+        QTest::newRow("área") << "AreDescripcion"
+                              << QStringList{"|Docencia|Administración", "Docencia|6|-", "Administración|-|5.5"};
+        QTest::newRow("destino") << "DesDescripcion"
+                                 << QStringList{"|Docencia|Administración", "Cursos|3|4", "Extensión|3|-", "|-|1.5"};
+        QTest::newRow("tipo") << "TipDescripcion"
+                              << QStringList{"|Docencia|Administración", "Comunes|5|5.5", "Extra|1|-"};
+    }
+    void gridPerGrouping()
+    {
+        QFETCH(QString, agrupar);
+        QFETCH(QStringList, grid);
+        tests::TempStore db(tests::TempStore::Content::Schema);
+        fillStore(db);
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        QPointer<ChartWindow> w = openChart(StatisticsTab::statement(), agrupar);
+        QCOMPARE(dialogs.texts(), QStringList());
+        QCOMPARE(comparable(describe(w->chart()->grid())), comparable(grid));
+        QCOMPARE(w->chart()->grid().rowLabelLevels(), 1);
+        QCOMPARE(w->chart()->grid().columnLabelLevels(), 1);
+        for (int s = 1; s <= w->chart()->seriesCount(); ++s)
+            QVERIFY(!w->chart()->markerVisible(s));
+        delete w;
+    }
+
+    // Without a column field the grid has one column; the keys of the rows ignore case.
+    void singleColumnAndCase()
+    {
+        store::ShapeRecordset rs(QStringLiteral("ChildCommand"), {"ActDescripcion", "HorHoras"});
+        rs.append({store::Row{QStringLiteral("Clases"), 2.0}, {}});
+        rs.append({store::Row{QStringLiteral("CLASES"), 1.0}, {}});
+        rs.append({store::Row{QVariant(QMetaType::fromType<QString>()), QVariant(QMetaType::fromType<double>())}, {}});
+        auto *w = new frmEstadisticasSuperUsuario(QString(), QString());
+        w->CargarGrafica(rs, QStringLiteral("ActDescripcion"), QStringLiteral("HorHoras"), QString());
+        QCOMPARE(describe(w->chart()->grid()), QStringList({"|", "Clases|3", "|0"}));
+        delete w;
+    }
+
+    // The types redraw the same grid and keep the markers hidden; what is on screen can be
+    // copied as a picture.
+    void typesKeepDataAndCopy()
+    {
+        tests::TempStore db(tests::TempStore::Content::Schema);
+        fillStore(db);
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        QPointer<ChartWindow> w = openChart(StatisticsTab::statement(), QStringLiteral("ActDescripcion"));
+        QCOMPARE(w->objectName(), QStringLiteral("frmEstadisticasJefeArea"));
+        QCOMPARE(w->windowTitle(), QStringLiteral("Estadísticas de empleo del tiempo de trabajo"));
+        QVERIFY(w->findChild<QRadioButton *>(QStringLiteral("optTipo_1"))->isChecked());
+        QCOMPARE(w->chart()->chartType(), 1);
+        const QStringList before = describe(w->chart()->grid());
+        const int types[] = {0, 1, 14, 4};
+        const char *captions[] = {"Barras 3D", "Barras 2D", "Circulos", "Área 3D"};
+        for (int i : {0, 2, 3, 1}) {
+            auto *opt = w->findChild<QRadioButton *>(QStringLiteral("optTipo_%1").arg(i));
+            QCOMPARE(opt->text(), QString::fromUtf8(captions[i]));
+            opt->click();
+            QCOMPARE(w->chart()->chartType(), types[i]);
+            QCOMPARE(describe(w->chart()->grid()), before);
+            for (int s = 1; s <= w->chart()->seriesCount(); ++s)
+                QVERIFY(!w->chart()->markerVisible(s));
+            QGuiApplication::clipboard()->clear();
+            QTest::mouseClick(w->findChild<QPushButton *>(QStringLiteral("cmdCopiar")), Qt::LeftButton);
+            const QImage copied = QGuiApplication::clipboard()->image();
+            QVERIFY(!copied.isNull());
+            QVERIFY(copied.width() > 100 && copied.height() > 100);
+        }
+        QCOMPARE(dialogs.count(), 0);
+        QTest::keyClick(w, Qt::Key_Escape);
+        QTRY_VERIFY(!w);
+    }
+
+    // An empty result and a statement the store refuses: the message, an empty chart, and a
+    // window that stays open until cmdClose.
+    void failedLoads_data()
+    {
+        QTest::addColumn<QString>("consulta");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("vacío") << StatisticsTab::statement(QStringLiteral(" AND H.FUNCEDULA=''"))
+                               << "ningún registro";
+        QTest::newRow("rechazada") << StatisticsTab::statement(QStringLiteral(" AND H.NOEXISTE=1")) << "";
+        QTest::newRow("columna ausente") << QStringLiteral("SHAPE {SELECT AreDescripcion, HorHoras FROM HHORAS H, "
+                                                           "AREAS ARE WHERE H.AREID=ARE.AREID} AS C COMPUTE C BY "
+                                                           "[AreDescripcion]")
+                                         << "";
+    }
+    void failedLoads()
+    {
+        QFETCH(QString, consulta);
+        QFETCH(QString, message);
+        tests::TempStore db(tests::TempStore::Content::Schema);
+        fillStore(db);
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        QPointer<ChartWindow> w = openChart(consulta, QStringLiteral("ActDescripcion"));
+        QCOMPARE(dialogs.count(), 1);
+        QCOMPARE(dialogs.last().icon, ui::Icon::Exclamation);
+        QCOMPARE(dialogs.last().title, ui::programTitle());
+        QVERIFY(!dialogs.last().text.isEmpty());
+        QVERIFY2(dialogs.last().text.contains(message), qPrintable(dialogs.last().text));
+        QVERIFY(w && w->isVisible());
+        QCOMPARE(w->chart()->grid().rowCount(), 0);
+        w->findChild<QRadioButton *>(QStringLiteral("optTipo_2"))->click();  // still usable
+        QTest::mouseClick(w->findChild<QPushButton *>(QStringLiteral("cmdClose")), Qt::LeftButton);
+        QTRY_VERIFY(!w);
+        QCOMPARE(dialogs.count(), 1);
+    }
+
+    // The controls follow the size of the window as the layout table gives it, and a very
+    // small window raises nothing.
+    void resizing()
+    {
+        tests::TempStore db(tests::TempStore::Content::Schema);
+        fillStore(db);
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        QPointer<ChartWindow> w = openChart(StatisticsTab::statement(), QStringLiteral("AreDescripcion"));
+        const double px = w->logicalDpiX() / 1440.0;  // pixels per twip
+        auto *close = w->findChild<QPushButton *>(QStringLiteral("cmdClose"));
+        auto *copy = w->findChild<QPushButton *>(QStringLiteral("cmdCopiar"));
+        auto *opt0 = w->findChild<QRadioButton *>(QStringLiteral("optTipo_0"));
+        auto *opt3 = w->findChild<QRadioButton *>(QStringLiteral("optTipo_3"));
+        w->resize(800, 600);
+        QTRY_COMPARE(w->width(), 800);
+        const int sw = qRound(800 / px), sh = qRound(600 / px);
+        QVERIFY(qAbs(close->x() - (sw - 900) * px) <= 2);
+        QVERIFY(qAbs(close->y() - (sh - 480) * px) <= 2);
+        QVERIFY(qAbs(copy->x() - (sw - 1800) * px) <= 2);
+        QVERIFY(qAbs(opt0->x() - (sw - 6520) * px) <= 2);
+        QVERIFY(qAbs(opt3->x() - (sw - 2805) * px) <= 2);
+        QVERIFY(opt0->x() < opt3->x() && opt3->x() < copy->x() && copy->x() < close->x());
+        QVERIFY(qAbs(w->chart()->x() - 180 * px) <= 2);
+        QVERIFY(qAbs(w->chart()->width() - (sw - 420) * px) <= 2);
+        QVERIFY(qAbs(w->chart()->height() - (sh - 435 - 420) * px) <= 2);
+
+        for (QSize size : {QSize(40, 30), QSize(1, 1), QSize(300, 20)}) {
+            w->resize(size);
+            QCoreApplication::processEvents();
+        }
+        for (int type = 0; type < 4; ++type)
+            w->findChild<QRadioButton *>(QStringLiteral("optTipo_%1").arg(type))->click();
+        QCOMPARE(dialogs.count(), 0);
+        QVERIFY(w);
+        delete w;
+    }
+};
+
+TEMPALIA_TEST_MAIN(TestChart)
+#include "tst_chart.moc"
