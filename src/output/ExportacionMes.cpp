@@ -1,0 +1,164 @@
+#include "output/ExportacionMes.h"
+
+#include "output/ExcelVb.h"
+#include "session/modPrincipal.h"
+#include "store/DataControl.h"
+#include "store/SqlValue.h"
+#include "ui/Dialogs.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QStandardPaths>
+
+namespace {
+
+// A date turned into text the default way (day first under the Spanish settings).
+QVariant dateAsText(const QVariant &value)
+{
+    QDate date;
+    if (value.typeId() == QMetaType::QDate)
+        date = value.toDate();
+    else if (value.typeId() == QMetaType::QDateTime)
+        date = value.toDateTime().date();
+    else if (!value.isNull())
+        date = QDate::fromString(value.toString().left(10), Qt::ISODate);
+    if (!date.isValid())
+        return value.isNull() ? QVariant() : QVariant(value.toString());
+    return output::spanishDate(date);
+}
+
+// A number column as a number, even if the driver hands it over as text.
+QVariant asNumber(const QVariant &value)
+{
+    if (value.typeId() == QMetaType::QString) {
+        bool ok = false;
+        const double d = value.toString().toDouble(&ok);
+        if (ok)
+            return d;
+    }
+    return value;
+}
+
+}  // namespace
+
+QString ExportacionMes::exportStatement(const QString &areId)
+{
+    return QStringLiteral(
+               "SELECT F.FUNAPELLIDOS+', '+F.FUNNOMBRES, H.FUNCEDULA, H.HORFECHA, H.HORSEMANA, "
+               "H.HORVALORHORA, H.HORHORAS, T.TIPDESCRIPCION, D.DESDESCRIPCION, ACT.ACTDESCRIPCION, "
+               "ARE.AREID, ARE.AREDESCRIPCION, H.HORID FROM TIPOHORAS T, HORAS H, ACTIVIDADES ACT, "
+               "AREAS ARE, DESTINOS D, FUNCIONARIOS F WHERE H.FUNCEDULA=F.FUNCEDULA AND "
+               "H.ACTID=ACT.ACTID AND H.AREID=ARE.AREID AND H.DESID=D.DESID AND H.TIPID=T.TIPID "
+               "AND H.AREID=") +
+           store::sql::text(areId) + QStringLiteral("ORDER BY H.HORFECHA");
+}
+
+QString ExportacionMes::defaultStatement(const QString &cedula)
+{
+    return QStringLiteral(
+               "SELECT H.HORFECHA, H.HORSEMANA, H.HORVALORHORA, H.HORHORAS, T.TIPDESCRIPCION, "
+               "D.DESDESCRIPCION, ACT.ACTDESCRIPCION, ARE.AREDESCRIPCION, H.HORID FROM TIPOHORAS T, "
+               "HORAS H, ACTIVIDADES ACT, AREAS ARE, DESTINOS D WHERE H.ACTID=ACT.ACTID AND "
+               "H.AREID=ARE.AREID AND H.DESID=D.DESID AND H.TIPID=T.TIPID AND H.FUNCEDULA=") +
+           store::sql::text(cedula) + QStringLiteral(" ORDER BY H.HORFECHA");
+}
+
+QString ExportacionMes::proposedPath()
+{
+    return QDir::toNativeSeparators(
+        QDir(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation))
+            .filePath(QStringLiteral("resumen.xlsx")));
+}
+
+void ExportacionMes::exportar(store::DataControl *adcMesActual, QWidget *parent,
+                              const std::function<void()> &refreshGrid)
+{
+    if (!adcMesActual)
+        return;
+    // Whatever happens below, the list goes back to the person's default statement.
+    struct GiveBack {
+        store::DataControl *adc;
+        const std::function<void()> &refreshGrid;
+        ~GiveBack()
+        {
+            try {
+                adc->setRecordSource(defaultStatement(modPrincipal::gFunCedula.trimmed()));
+                adc->refresh();
+                adc->refresh();
+                if (refreshGrid)
+                    refreshGrid();
+            } catch (const std::exception &e) {
+                ui::msgBox(QString::fromUtf8(e.what()), {}, ui::Icon::Exclamation);
+            }
+        }
+    } giveBack{adcMesActual, refreshGrid};
+
+    adcMesActual->setRecordSource(exportStatement(modPrincipal::gAreId));
+    adcMesActual->refresh();
+    adcMesActual->refresh();
+    ExcelVb xl;
+    // Moving to the last row of an empty result fails, so the count comes first here.
+    const int count = adcMesActual->recordCount();
+    if (count >= 1)
+        adcMesActual->moveLast();
+    if (count < 1) {
+        ui::msgBox(QStringLiteral("No hay horas del área para exportar."), {}, ui::Icon::Information, parent);
+        return;
+    }
+
+    try {
+        ui::setBusy(true);
+        xl.Crear();
+        xl.NewBook();
+        xl.SetCell(QStringLiteral("Horas trabajadas en el area: ") + modPrincipal::gAreId, QStringLiteral("A1"));
+        const char *headings[] = {"CEDULA", "NOMBRE", "FECHA", "HORAS", "TIPO HORAS", "ACTIVIDAD", "VALOR HORA"};
+        for (int c = 0; c < 7; ++c)
+            xl.SetCell(QString::fromLatin1(headings[c]), QChar('A' + c) + QStringLiteral("3"));
+
+        const QString nameField = adcMesActual->fields().value(0);
+        adcMesActual->moveFirst();
+        int row = 4;  // wide enough for any number of rows
+        while (!adcMesActual->eof()) {
+            const QString r = QString::number(row);
+            xl.SetCell(adcMesActual->value(QStringLiteral("FUNCEDULA")), QStringLiteral("A") + r);
+            xl.SetCell(adcMesActual->value(nameField), QStringLiteral("B") + r);
+            xl.SetCell(dateAsText(adcMesActual->value(QStringLiteral("HORFECHA"))), QStringLiteral("C") + r);
+            xl.SetCell(asNumber(adcMesActual->value(QStringLiteral("HORHORAS"))), QStringLiteral("D") + r);
+            xl.SetCell(adcMesActual->value(QStringLiteral("TIPDESCRIPCION")), QStringLiteral("E") + r);
+            xl.SetCell(adcMesActual->value(QStringLiteral("ACTDESCRIPCION")), QStringLiteral("F") + r);
+            xl.SetCell(asNumber(adcMesActual->value(QStringLiteral("HORVALORHORA"))), QStringLiteral("G") + r);
+            adcMesActual->moveNext();
+            ++row;
+        }
+        xl.CrearGrafico(QStringLiteral("A4"), QStringLiteral("D") + QString::number(row - 1));
+        ui::setBusy(false);
+    } catch (const output::WorkbookError &e) {
+        ui::setBusy(false);
+        ui::msgBox(QStringLiteral("No se pudo exportar a Excel: ") + e.message(), {}, ui::Icon::Exclamation, parent);
+        return;
+    } catch (...) {
+        ui::setBusy(false);
+        throw;
+    }
+
+    const auto answer = ui::inputBox(
+        QStringLiteral("Ingrese el nombre de archivo y la carpeta donde desea guardar el documento de excel."),
+        QStringLiteral("Guardar como"), proposedPath(), parent);
+    const QString file = answer.value_or(QString());
+    if (!file.isEmpty()) {
+        try {
+            xl.SaveAsBook(file);
+        } catch (const output::WorkbookError &e) {
+            xl.Quitar();
+            ui::msgBox(QStringLiteral("No se pudo guardar el archivo: ") + e.message(), {}, ui::Icon::Exclamation,
+                       parent);
+            return;
+        }
+        ui::msgBox(QStringLiteral("Se ha exportado a Excel con exito"), {}, ui::Icon::None, parent);
+        xl.Quitar();
+    } else {
+        xl.Quitar();
+        ui::msgBox(QStringLiteral("Se ha cancelado la exportación de los datos a Excel."), {}, ui::Icon::None,
+                   parent);
+    }
+}

@@ -1,0 +1,684 @@
+#include "output/WorkbookXlsx.h"
+
+#include <xlsxwriter.h>
+
+#include <zlib.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QHash>
+#include <QRegularExpression>
+#include <QSaveFile>
+#include <QTemporaryDir>
+#include <QXmlStreamReader>
+
+#include <cmath>
+#include <limits>
+
+namespace output {
+
+// --- writing -------------------------------------------------------------------------------
+
+namespace {
+
+QString quotedSheet(const QString &name)
+{
+    static const QRegularExpression plain(QStringLiteral("^[A-Za-z_][A-Za-z0-9_.]*$"));
+    static const QRegularExpression reference(QStringLiteral("^([A-Za-z]{1,3}\\d+|[Rr]\\d*[Cc]\\d*)$"));
+    if (plain.match(name).hasMatch() && !reference.match(name).hasMatch())
+        return name;
+    QString q = name;
+    q.replace(QLatin1Char('\''), QStringLiteral("''"));
+    return QLatin1Char('\'') + q + QLatin1Char('\'');
+}
+
+QString sheetRange(const QString &sheet, const CellRange &range)
+{
+    return QLatin1Char('=') + quotedSheet(sheet) + QLatin1Char('!') + range.toA1(true);
+}
+
+QString writeError(lxw_error error)
+{
+    return QString::fromUtf8(lxw_strerror(error));
+}
+
+void check(lxw_error error)
+{
+    if (error != LXW_NO_ERROR)
+        throw WorkbookError(writeError(error));
+}
+
+}  // namespace
+
+void saveXlsx(const Workbook &book, const QString &path)
+{
+    const QFileInfo target(path);
+    if (path.trimmed().isEmpty())
+        throw WorkbookError(QStringLiteral("no se indicó el nombre del archivo."));
+    if (!target.absoluteDir().exists())
+        throw WorkbookError(QStringLiteral("la carpeta «%1» no existe.")
+                                .arg(QDir::toNativeSeparators(target.absolutePath())));
+    if (target.isDir())
+        throw WorkbookError(QStringLiteral("«%1» es una carpeta.").arg(QDir::toNativeSeparators(path)));
+
+    QTemporaryDir scratch;
+    if (!scratch.isValid())
+        throw WorkbookError(QStringLiteral("no se pudo crear un archivo temporal."));
+    const QByteArray tmpFile = QFile::encodeName(scratch.filePath(QStringLiteral("book.xlsx")));
+    QByteArray tmpDir = QFile::encodeName(scratch.path());
+    lxw_workbook_options options{};
+    options.tmpdir = tmpDir.data();
+    options.use_zip64 = LXW_TRUE;
+    lxw_workbook *wb = workbook_new_opt(tmpFile.constData(), &options);
+    if (!wb)
+        throw WorkbookError(QStringLiteral("no se pudo preparar el libro."));
+
+    try {
+        lxw_format *dateFormat = workbook_add_format(wb);
+        format_set_num_format(dateFormat, "dd/mm/yyyy");
+        for (int i = 0; i < int(book.sheets.size()); ++i) {
+            const Sheet &s = book.sheets[i];
+            const QByteArray name = s.name.toUtf8();
+            if (s.isChart()) {
+                lxw_chartsheet *cs = workbook_add_chartsheet(wb, name.constData());
+                if (!cs)
+                    throw WorkbookError(QStringLiteral("la hoja «%1» no se pudo escribir.").arg(s.name));
+                lxw_chart *chart = workbook_add_chart(wb, LXW_CHART_PIE);
+                const auto ranges = s.chart ? book.chartSeries(*s.chart) : std::nullopt;
+                if (ranges) {
+                    const QByteArray values = sheetRange(s.chart->sourceSheet, ranges->values).toUtf8();
+                    const QByteArray labels =
+                        ranges->labels ? sheetRange(s.chart->sourceSheet, *ranges->labels).toUtf8() : QByteArray();
+                    chart_add_series(chart, labels.isEmpty() ? nullptr : labels.constData(), values.constData());
+                }
+                if (!s.chart || !s.chart->hasTitle)
+                    chart_title_off(chart);
+                check(chartsheet_set_chart(cs, chart));
+                if (i == book.active)
+                    chartsheet_activate(cs);
+                continue;
+            }
+            lxw_worksheet *ws = workbook_add_worksheet(wb, name.constData());
+            if (!ws)
+                throw WorkbookError(QStringLiteral("la hoja «%1» no se pudo escribir.").arg(s.name));
+            for (const auto &[pos, c] : s.cells) {
+                const lxw_row_t r = lxw_row_t(pos.first - 1);
+                const lxw_col_t col = lxw_col_t(pos.second - 1);
+                switch (c.kind) {
+                case Cell::Kind::Empty:
+                    break;
+                case Cell::Kind::Number:
+                    check(worksheet_write_number(ws, r, col, c.value.toDouble(), nullptr));
+                    break;
+                case Cell::Kind::Text:
+                    check(worksheet_write_string(ws, r, col, c.value.toString().toUtf8().constData(), nullptr));
+                    break;
+                case Cell::Kind::Date: {
+                    const QDate d = c.value.toDate();
+                    lxw_datetime dt{d.year(), d.month(), d.day(), 0, 0, 0};
+                    check(worksheet_write_datetime(ws, r, col, &dt, dateFormat));
+                    break;
+                }
+                case Cell::Kind::Boolean:
+                    check(worksheet_write_boolean(ws, r, col, c.value.toBool() ? 1 : 0, nullptr));
+                    break;
+                case Cell::Kind::Formula: {
+                    const QByteArray f = r1c1ToA1(c.formula, pos.first, pos.second).toUtf8();
+                    if (c.value.typeId() == QMetaType::Double)
+                        check(worksheet_write_formula_num(ws, r, col, f.constData(), nullptr, c.value.toDouble()));
+                    else
+                        check(worksheet_write_formula(ws, r, col, f.constData(), nullptr));
+                    break;
+                }
+                }
+            }
+            if (s.autoFilter)
+                check(worksheet_autofilter(ws, lxw_row_t(s.autoFilter->top - 1), lxw_col_t(s.autoFilter->left - 1),
+                                           lxw_row_t(s.autoFilter->bottom - 1), lxw_col_t(s.autoFilter->right - 1)));
+            worksheet_set_selection(ws, lxw_row_t(s.selection.top - 1), lxw_col_t(s.selection.left - 1),
+                                    lxw_row_t(s.selection.bottom - 1), lxw_col_t(s.selection.right - 1));
+            if (i == book.active)
+                worksheet_activate(ws);
+        }
+    } catch (...) {
+        workbook_close(wb);
+        throw;
+    }
+    check(workbook_close(wb));
+
+    QFile written(QString::fromLocal8Bit(tmpFile));
+    if (!written.open(QIODevice::ReadOnly))
+        throw WorkbookError(written.errorString());
+    QSaveFile out(path);
+    if (!out.open(QIODevice::WriteOnly))
+        throw WorkbookError(out.errorString());
+    while (!written.atEnd()) {
+        const QByteArray chunk = written.read(1 << 20);
+        if (out.write(chunk) != chunk.size()) {
+            out.cancelWriting();
+            throw WorkbookError(out.errorString());
+        }
+    }
+    if (!out.commit())
+        throw WorkbookError(out.errorString());
+}
+
+// --- reading -------------------------------------------------------------------------------
+
+namespace {
+
+QString notAWorkbook(const QString &path)
+{
+    return QStringLiteral("«%1» no es un libro de Excel que se pueda leer.").arg(QDir::toNativeSeparators(path));
+}
+
+QString attr(const QXmlStreamReader &xml, QStringView localName)
+{
+    for (const QXmlStreamAttribute &a : xml.attributes())
+        if (a.name() == localName)
+            return a.value().toString();
+    return {};
+}
+
+// The file a relationship points to, as a path inside the archive.
+QString resolve(const QString &fromPart, const QString &target)
+{
+    if (target.startsWith(QLatin1Char('/')))
+        return target.mid(1);
+    const int slash = int(fromPart.lastIndexOf(QLatin1Char('/')));
+    const QString base = slash >= 0 ? fromPart.left(slash + 1) : QString();
+    return QDir::cleanPath(base + target);
+}
+
+QString relsOf(const QString &part)
+{
+    const int slash = int(part.lastIndexOf(QLatin1Char('/')));
+    return part.left(slash + 1) + QStringLiteral("_rels/") + part.mid(slash + 1) + QStringLiteral(".rels");
+}
+
+// The parts of a zip archive, read with zlib. (QuaZip can't be used next to the writer: it
+// carries its own copy of minizip, whose exported functions take the place of those the
+// writer calls.)
+class Archive {
+public:
+    explicit Archive(const QString &path) : m_path(path) {}
+
+    bool open()
+    {
+        QFile f(m_path);
+        if (!f.open(QIODevice::ReadOnly))
+            return false;
+        m_data = f.readAll();
+        return readDirectory();
+    }
+
+    QByteArray read(const QString &name)
+    {
+        const auto it = m_entries.constFind(name);
+        if (it == m_entries.constEnd())
+            return {};
+        const Entry &e = *it;
+        if (e.localOffset + 30 > quint64(m_data.size()) || u32(e.localOffset) != 0x04034b50)
+            return {};
+        const quint64 start = e.localOffset + 30 + u16(e.localOffset + 26) + u16(e.localOffset + 28);
+        if (start + e.compressed > quint64(m_data.size()))
+            return {};
+        const char *src = m_data.constData() + start;
+        if (e.method == 0)
+            return QByteArray(src, qsizetype(e.compressed));
+        if (e.method != 8 || e.size > quint64(std::numeric_limits<qsizetype>::max() / 2))
+            return {};
+        QByteArray out(qsizetype(e.size), Qt::Uninitialized);
+        z_stream z{};
+        if (inflateInit2(&z, -MAX_WBITS) != Z_OK)
+            return {};
+        z.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(src));
+        z.next_out = reinterpret_cast<Bytef *>(out.data());
+        // Fed in slices: the counters of zlib are 32-bit.
+        quint64 inLeft = e.compressed, outLeft = e.size;
+        int rc = Z_OK;
+        while (rc == Z_OK) {
+            if (z.avail_in == 0) {
+                z.avail_in = uInt(std::min<quint64>(inLeft, 1u << 30));
+                inLeft -= z.avail_in;
+            }
+            if (z.avail_out == 0) {
+                z.avail_out = uInt(std::min<quint64>(outLeft, 1u << 30));
+                outLeft -= z.avail_out;
+            }
+            rc = inflate(&z, Z_NO_FLUSH);
+            if (rc == Z_BUF_ERROR && z.avail_in == 0 && inLeft == 0)
+                break;
+        }
+        inflateEnd(&z);
+        if (rc != Z_STREAM_END)
+            return {};
+        return out;
+    }
+
+    // Id -> part, for the relationships of `part`.
+    QHash<QString, QString> relationships(const QString &part)
+    {
+        QHash<QString, QString> rels;
+        QXmlStreamReader xml(read(relsOf(part)));
+        while (!xml.atEnd()) {
+            if (xml.readNext() == QXmlStreamReader::StartElement && xml.name() == u"Relationship")
+                rels.insert(attr(xml, u"Id"), resolve(part, attr(xml, u"Target")));
+        }
+        return rels;
+    }
+
+private:
+    struct Entry {
+        int method = 0;
+        quint64 compressed = 0, size = 0, localOffset = 0;
+    };
+
+    quint16 u16(quint64 at) const
+    {
+        const auto *p = reinterpret_cast<const uchar *>(m_data.constData()) + at;
+        return quint16(p[0] | (p[1] << 8));
+    }
+    quint32 u32(quint64 at) const { return quint32(u16(at)) | (quint32(u16(at + 2)) << 16); }
+    quint64 u64(quint64 at) const { return quint64(u32(at)) | (quint64(u32(at + 4)) << 32); }
+
+    bool readDirectory()
+    {
+        const quint64 size = quint64(m_data.size());
+        if (size < 22)
+            return false;
+        qint64 eocd = -1;
+        for (qint64 at = qint64(size) - 22; at >= 0 && at >= qint64(size) - 22 - 65535; --at)
+            if (u32(quint64(at)) == 0x06054b50) {
+                eocd = at;
+                break;
+            }
+        if (eocd < 0)
+            return false;
+        quint64 count = u16(quint64(eocd) + 10);
+        quint64 offset = u32(quint64(eocd) + 16);
+        if (eocd >= 20 && u32(quint64(eocd) - 20) == 0x07064b50) {  // zip64
+            const quint64 record = u64(quint64(eocd) - 20 + 8);
+            if (record + 56 > size || u32(record) != 0x06064b50)
+                return false;
+            count = u64(record + 32);
+            offset = u64(record + 48);
+        }
+        quint64 at = offset;
+        for (quint64 i = 0; i < count; ++i) {
+            if (at + 46 > size || u32(at) != 0x02014b50)
+                return false;
+            Entry e;
+            e.method = u16(at + 10);
+            e.compressed = u32(at + 20);
+            e.size = u32(at + 24);
+            e.localOffset = u32(at + 42);
+            const quint64 nameLength = u16(at + 28), extraLength = u16(at + 30), commentLength = u16(at + 32);
+            if (at + 46 + nameLength + extraLength > size)
+                return false;
+            const QString name = QString::fromUtf8(m_data.constData() + at + 46, qsizetype(nameLength));
+            // Sizes and offsets too large for their field stand in the zip64 extra field.
+            for (quint64 x = at + 46 + nameLength, xEnd = x + extraLength; x + 4 <= xEnd;) {
+                const quint16 id = u16(x), length = u16(x + 2);
+                if (id == 0x0001) {
+                    quint64 f = x + 4;
+                    if (e.size == 0xFFFFFFFFu && f + 8 <= x + 4 + length)
+                        e.size = u64(f), f += 8;
+                    if (e.compressed == 0xFFFFFFFFu && f + 8 <= x + 4 + length)
+                        e.compressed = u64(f), f += 8;
+                    if (e.localOffset == 0xFFFFFFFFu && f + 8 <= x + 4 + length)
+                        e.localOffset = u64(f);
+                }
+                x += 4 + length;
+            }
+            m_entries.insert(name, e);
+            at += 46 + nameLength + extraLength + commentLength;
+        }
+        return true;
+    }
+
+    QString m_path;
+    QByteArray m_data;
+    QHash<QString, Entry> m_entries;
+};
+
+// Every start element of a part, in document order.
+template <typename F>
+void forEachElement(const QByteArray &data, F f)
+{
+    QXmlStreamReader xml(data);
+    while (!xml.atEnd()) {
+        if (xml.readNext() == QXmlStreamReader::StartElement)
+            f(xml);
+    }
+}
+
+QStringList sharedStrings(Archive &zip, const QString &part)
+{
+    QStringList strings;
+    if (part.isEmpty())
+        return strings;
+    QXmlStreamReader xml(zip.read(part));
+    QString current;
+    bool inPhonetic = false;
+    while (!xml.atEnd()) {
+        const auto token = xml.readNext();
+        if (token == QXmlStreamReader::StartElement) {
+            if (xml.name() == u"si")
+                current.clear();
+            else if (xml.name() == u"rPh")
+                inPhonetic = true;
+            else if (xml.name() == u"t" && !inPhonetic)
+                current += xml.readElementText();
+        } else if (token == QXmlStreamReader::EndElement) {
+            if (xml.name() == u"si")
+                strings << current;
+            else if (xml.name() == u"rPh")
+                inPhonetic = false;
+        }
+    }
+    return strings;
+}
+
+// For each cell style, whether it shows a date.
+std::vector<bool> dateStyles(Archive &zip, const QString &part)
+{
+    std::vector<bool> styles;
+    if (part.isEmpty())
+        return styles;
+    QHash<int, QString> formats;
+    bool inCellXfs = false;
+    QXmlStreamReader xml(zip.read(part));
+    while (!xml.atEnd()) {
+        const auto token = xml.readNext();
+        if (token == QXmlStreamReader::StartElement) {
+            if (xml.name() == u"numFmt")
+                formats.insert(attr(xml, u"numFmtId").toInt(), attr(xml, u"formatCode"));
+            else if (xml.name() == u"cellXfs")
+                inCellXfs = true;
+            else if (xml.name() == u"xf" && inCellXfs) {
+                const int id = attr(xml, u"numFmtId").toInt();
+                bool date = (id >= 14 && id <= 17) || id == 22;
+                if (formats.contains(id)) {
+                    QString code = formats.value(id);
+                    code.remove(QRegularExpression(QStringLiteral("\"[^\"]*\"|\\[[^\\]]*\\]")));
+                    date = code.contains(QLatin1Char('d'), Qt::CaseInsensitive) ||
+                           code.contains(QLatin1Char('y'), Qt::CaseInsensitive);
+                }
+                styles.push_back(date);
+            }
+        } else if (token == QXmlStreamReader::EndElement && xml.name() == u"cellXfs") {
+            inCellXfs = false;
+        }
+    }
+    return styles;
+}
+
+std::pair<int, int> cellPosition(const QString &ref)
+{
+    const CellRange r = parseRange(ref);
+    return {r.top, r.left};
+}
+
+void readWorksheet(Sheet &sheet, const QByteArray &data, const QStringList &strings,
+                   const std::vector<bool> &dates)
+{
+    QHash<QString, QString> sharedFormulas;  // si -> R1C1 text
+    QXmlStreamReader xml(data);
+    int nextRow = 0, nextColumn = 0;
+    while (!xml.atEnd()) {
+        if (xml.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        if (xml.name() == u"selection") {
+            const QString active = attr(xml, u"activeCell");
+            const QString sqref = attr(xml, u"sqref").section(QLatin1Char(' '), 0, 0);
+            try {
+                if (!sqref.isEmpty())
+                    sheet.selection = parseRange(sqref);
+                if (!active.isEmpty()) {
+                    std::tie(sheet.activeRow, sheet.activeColumn) = cellPosition(active);
+                    if (sqref.isEmpty())
+                        sheet.selection = CellRange::cell(sheet.activeRow, sheet.activeColumn);
+                }
+            } catch (const WorkbookError &) {
+            }
+        } else if (xml.name() == u"autoFilter") {
+            try {
+                sheet.autoFilter = parseRange(attr(xml, u"ref"));
+            } catch (const WorkbookError &) {
+            }
+        } else if (xml.name() == u"row") {
+            nextRow = attr(xml, u"r").isEmpty() ? nextRow + 1 : attr(xml, u"r").toInt();
+            nextColumn = 0;
+        } else if (xml.name() == u"c") {
+            const QString ref = attr(xml, u"r");
+            int row = nextRow, column = nextColumn + 1;
+            if (!ref.isEmpty())
+                std::tie(row, column) = cellPosition(ref);
+            nextColumn = column;
+            const QString type = attr(xml, u"t");
+            const int style = attr(xml, u"s").toInt();
+            QString value, formula, inlineText;
+            bool hasValue = false, hasFormula = false;
+            while (xml.readNextStartElement()) {
+                if (xml.name() == u"v") {
+                    value = xml.readElementText();
+                    hasValue = true;
+                } else if (xml.name() == u"f") {
+                    const QString si = attr(xml, u"si");
+                    const bool shared = attr(xml, u"t") == u"shared";
+                    formula = xml.readElementText();
+                    if (shared && !formula.isEmpty() && !si.isEmpty())
+                        sharedFormulas.insert(si, a1ToR1C1(QLatin1Char('=') + formula, row, column));
+                    if (!formula.isEmpty())
+                        formula = a1ToR1C1(QLatin1Char('=') + formula, row, column);
+                    else if (shared)
+                        formula = sharedFormulas.value(si);
+                    hasFormula = !formula.isEmpty();
+                } else if (xml.name() == u"is") {
+                    while (xml.readNextStartElement()) {
+                        if (xml.name() == u"t")
+                            inlineText += xml.readElementText();
+                        else if (xml.name() == u"r") {
+                            while (xml.readNextStartElement()) {
+                                if (xml.name() == u"t")
+                                    inlineText += xml.readElementText();
+                                else
+                                    xml.skipCurrentElement();
+                            }
+                        } else
+                            xml.skipCurrentElement();
+                    }
+                } else {
+                    xml.skipCurrentElement();
+                }
+            }
+            Cell c;
+            QVariant v;
+            Cell::Kind kind = Cell::Kind::Empty;
+            if (type == u"s" && hasValue) {
+                const int i = value.toInt();
+                v = i >= 0 && i < strings.size() ? strings.at(i) : QString();
+                kind = Cell::Kind::Text;
+            } else if (type == u"inlineStr") {
+                v = inlineText;
+                kind = Cell::Kind::Text;
+            } else if (type == u"str" || type == u"e") {
+                if (hasValue) {
+                    v = value;
+                    kind = Cell::Kind::Text;
+                }
+            } else if (type == u"b" && hasValue) {
+                v = value.trimmed() == u"1";
+                kind = Cell::Kind::Boolean;
+            } else if (hasValue && !value.isEmpty()) {
+                const double d = value.toDouble();
+                if (style >= 0 && style < int(dates.size()) && dates[style] && d >= 1) {
+                    v = serialDate(d);
+                    kind = Cell::Kind::Date;
+                } else {
+                    v = d;
+                    kind = Cell::Kind::Number;
+                }
+            }
+            if (hasFormula) {
+                c.kind = Cell::Kind::Formula;
+                c.formula = formula;
+                if (kind == Cell::Kind::Number)
+                    c.value = v.toDouble();
+                else if (kind != Cell::Kind::Empty)
+                    c.value = v.toString();
+            } else if (kind != Cell::Kind::Empty) {
+                c.kind = kind;
+                c.value = v;
+            }
+            if (!c.isEmpty())
+                sheet.cells[{row, column}] = c;
+        }
+    }
+}
+
+// What a chart sheet holds: its type, whether it has a title, the range of its first series.
+void readChartSheet(Sheet &sheet, Archive &zip, const QString &part)
+{
+    sheet.chart = ChartSpec{};
+    sheet.chart->hasTitle = false;
+    sheet.chart->type = ChartSpec::Pie;
+    const auto sheetRels = zip.relationships(part);
+    QString drawing;
+    forEachElement(zip.read(part), [&](QXmlStreamReader &xml) {
+        if (xml.name() == u"drawing")
+            drawing = sheetRels.value(attr(xml, u"id"));
+    });
+    if (drawing.isEmpty())
+        return;
+    const auto drawingRels = zip.relationships(drawing);
+    QString chartPart;
+    forEachElement(zip.read(drawing), [&](QXmlStreamReader &xml) {
+        if (xml.name() == u"chart" && chartPart.isEmpty())
+            chartPart = drawingRels.value(attr(xml, u"id"));
+    });
+    if (chartPart.isEmpty())
+        return;
+    QStringList refs;  // categories and values of the first series
+    int series = 0, depth = 0, titleDepth = -1;
+    bool autoTitleDeleted = false, titled = false;
+    QXmlStreamReader xml(zip.read(chartPart));
+    while (!xml.atEnd()) {
+        const auto token = xml.readNext();
+        if (token == QXmlStreamReader::StartElement) {
+            ++depth;
+            const QStringView n = xml.name();
+            if (n == u"pie3DChart")
+                sheet.chart->type = ChartSpec::Pie3D;
+            else if (n == u"title" && depth == 3)  // chartSpace/chart/title
+                titleDepth = depth, titled = true;
+            else if (n == u"autoTitleDeleted")
+                autoTitleDeleted = attr(xml, u"val") == u"1";
+            else if (n == u"ser")
+                ++series;
+            else if (n == u"f" && series == 1) {
+                refs << xml.readElementText();
+                --depth;
+            }
+        } else if (token == QXmlStreamReader::EndElement) {
+            if (depth == titleDepth)
+                titleDepth = -1;
+            --depth;
+        }
+    }
+    sheet.chart->hasTitle = titled && !autoTitleDeleted;
+    bool first = true;
+    for (const QString &ref : refs) {
+        const int bang = int(ref.lastIndexOf(QLatin1Char('!')));
+        if (bang < 0)
+            continue;
+        QString name = ref.left(bang);
+        if (name.startsWith(QLatin1Char('\'')) && name.endsWith(QLatin1Char('\'')))
+            name = name.mid(1, name.size() - 2).replace(QStringLiteral("''"), QStringLiteral("'"));
+        try {
+            const CellRange r = parseRange(ref.mid(bang + 1));
+            if (first) {
+                sheet.chart->sourceSheet = name;
+                sheet.chart->source = r;
+                first = false;
+            } else {
+                CellRange &s = sheet.chart->source;
+                s = {std::min(s.top, r.top), std::min(s.left, r.left), std::max(s.bottom, r.bottom),
+                     std::max(s.right, r.right)};
+            }
+        } catch (const WorkbookError &) {
+        }
+    }
+    sheet.chart->byColumns = sheet.chart->source.columns() > 1 || sheet.chart->source.rows() > 1
+                                 ? sheet.chart->source.rows() >= sheet.chart->source.columns()
+                                 : true;
+}
+
+}  // namespace
+
+Workbook loadXlsx(const QString &path)
+{
+    if (!QFileInfo::exists(path))
+        throw WorkbookError(QStringLiteral("No se encuentra el archivo «%1».").arg(QDir::toNativeSeparators(path)));
+    Archive zip(path);
+    if (!zip.open())
+        throw WorkbookError(notAWorkbook(path));
+    const QString bookPart = QStringLiteral("xl/workbook.xml");
+    const QByteArray bookXml = zip.read(bookPart);
+    if (bookXml.isEmpty())
+        throw WorkbookError(notAWorkbook(path));
+    const auto rels = zip.relationships(bookPart);
+    QString stringsPart, stylesPart;
+    {
+        QXmlStreamReader xml(zip.read(relsOf(bookPart)));
+        while (!xml.atEnd()) {
+            if (xml.readNext() != QXmlStreamReader::StartElement || xml.name() != u"Relationship")
+                continue;
+            const QString type = attr(xml, u"Type");
+            if (type.endsWith(QLatin1String("/sharedStrings")))
+                stringsPart = resolve(bookPart, attr(xml, u"Target"));
+            else if (type.endsWith(QLatin1String("/styles")))
+                stylesPart = resolve(bookPart, attr(xml, u"Target"));
+        }
+    }
+    const QStringList strings = sharedStrings(zip, stringsPart);
+    const std::vector<bool> dates = dateStyles(zip, stylesPart);
+
+    Workbook book(QFileInfo(path).fileName());
+    book.sheets.clear();
+    book.path = path;
+    int activeTab = 0;
+    struct Entry {
+        QString name, part;
+    };
+    std::vector<Entry> entries;
+    forEachElement(bookXml, [&](QXmlStreamReader &xml) {
+        if (xml.name() == u"workbookView")
+            activeTab = attr(xml, u"activeTab").toInt();
+        else if (xml.name() == u"sheet")
+            entries.push_back({attr(xml, u"name"), rels.value(attr(xml, u"id"))});
+    });
+    if (entries.empty())
+        throw WorkbookError(notAWorkbook(path));
+    for (const Entry &e : entries) {
+        Sheet s;
+        s.name = e.name;
+        if (e.part.contains(QLatin1String("chartsheets/"))) {
+            s.type = Sheet::Type::Chart;
+            readChartSheet(s, zip, e.part);
+        } else {
+            try {
+                readWorksheet(s, zip.read(e.part), strings, dates);
+            } catch (const WorkbookError &) {
+                throw WorkbookError(notAWorkbook(path));
+            }
+        }
+        book.sheets.push_back(s);
+    }
+    book.active = std::clamp(activeTab, 0, int(book.sheets.size()) - 1);
+    return book;
+}
+
+}  // namespace output
