@@ -1,0 +1,798 @@
+// The three workspaces driven on a fresh demo store: the two lists and the statements they
+// hold through activation, tabs, sort, filter, delete and cambio; the buttons that follow
+// the current list; the delete with its boxes; the staff list and cambio of the chief and
+// the super user; the skeleton of each role's window.
+
+#include "ScriptedDialogs.h"
+#include "TempStore.h"
+#include "hours/frmModificoHoras.h"
+#include "hours/frmRegistroHoras.h"
+#include "session/modPrincipal.h"
+#include "store/DataControl.h"
+#include "ui/Application.h"
+#include "ui/DataGrid.h"
+#include "ui/KeyedToolBar.h"
+#include "ui/StatusPanels.h"
+#include "workspaces/frmJefeArea.h"
+#include "workspaces/frmSuperUsuario.h"
+#include "workspaces/frmUsuarioComun.h"
+
+#include <QCalendarWidget>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTabWidget>
+#include <QTableView>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+const QString kUsuario = QStringLiteral("11111111");
+const QString kJefe = QStringLiteral("22222222");
+const QString kSuper = QStringLiteral("44444444");
+const QString kTwoContracts = QStringLiteral("55555555");
+
+void setSession(int perId)
+{
+    modPrincipal::gPerId = qint16(perId);
+    switch (perId) {
+    case 5:
+        modPrincipal::gUsuLogin = QStringLiteral("usuario");
+        modPrincipal::gFunCedula = kUsuario;
+        modPrincipal::gAreId = QStringLiteral("DOC");
+        break;
+    case 6:
+        modPrincipal::gUsuLogin = QStringLiteral("jefe");
+        modPrincipal::gFunCedula = kJefe;
+        modPrincipal::gAreId = QStringLiteral("DOC");
+        break;
+    default:
+        modPrincipal::gUsuLogin = QStringLiteral("super");
+        modPrincipal::gFunCedula = kSuper;
+        modPrincipal::gAreId = QStringLiteral("ADM");
+        break;
+    }
+}
+
+// One role's window, shown as Main shows it, with its controls found by name.
+struct Screen {
+    std::unique_ptr<Workspace> w;
+    ui::KeyedToolBar *bar = nullptr;
+    QTabWidget *tabs = nullptr;
+    ui::DataGrid *mes = nullptr;
+    ui::DataGrid *archivo = nullptr;
+    ui::DataGrid *staff = nullptr;
+    store::DataControl *adcMes = nullptr;
+    store::DataControl *adcArchivo = nullptr;
+    store::DataControl *adcStaff = nullptr;
+    int archiveRuns = 0;
+
+    explicit Screen(int perId)
+    {
+        setSession(perId);
+        if (perId == 5)
+            w = std::make_unique<frmUsuarioComun>();
+        else if (perId == 6)
+            w = std::make_unique<frmJefeArea>();
+        else
+            w = std::make_unique<frmSuperUsuario>();
+        bar = w->findChild<ui::KeyedToolBar *>(QStringLiteral("tbrBarraHerramientas"));
+        tabs = w->findChild<QTabWidget *>(QStringLiteral("sstPrincipal"));
+        mes = w->findChild<ui::DataGrid *>(QStringLiteral("dtgMesActual"));
+        archivo = w->findChild<ui::DataGrid *>(QStringLiteral("dtgMiArchivo"));
+        staff = w->findChild<ui::DataGrid *>(QStringLiteral("dtgFuncionarios"));
+        adcMes = w->findChild<store::DataControl *>(QStringLiteral("adcMesActual"));
+        adcArchivo = w->findChild<store::DataControl *>(QStringLiteral("adcMiArchivo"));
+        adcStaff = w->findChild<store::DataControl *>(QStringLiteral("adcFuncionarios"));
+        Q_ASSERT(bar && tabs && mes && archivo && adcMes && adcArchivo);
+        QObject::connect(adcArchivo, &store::DataControl::refreshed, [this] { ++archiveRuns; });
+        w->show();
+        QTest::qWaitForWindowActive(w.get());
+    }
+
+    bool writeKeysEnabled() const
+    {
+        return bar->isButtonEnabled(QStringLiteral("modificar")) && bar->isButtonEnabled(QStringLiteral("eliminar"));
+    }
+    bool writeKeysDisabled() const
+    {
+        return !bar->isButtonEnabled(QStringLiteral("modificar")) && !bar->isButtonEnabled(QStringLiteral("eliminar"));
+    }
+    void clickEmptyPartOf(ui::DataGrid *grid)
+    {
+        QWidget *vp = grid->view()->viewport();
+        QTest::mouseClick(vp, Qt::LeftButton, {}, QPoint(vp->width() / 2, vp->height() - 3));
+    }
+    void filter(bool current, bool fromDate, const QDate &date)
+    {
+        tabs->setCurrentIndex(2);
+        w->findChild<QCalendarWidget *>(QStringLiteral("calendario"))->setSelectedDate(date);
+        w->findChild<QRadioButton *>(current ? QStringLiteral("optFiltro_0") : QStringLiteral("optFiltro_1"))
+            ->setChecked(true);
+        w->findChild<QRadioButton *>(fromDate ? QStringLiteral("optTipo_0") : QStringLiteral("optTipo_1"))
+            ->setChecked(true);
+        QTest::mouseClick(w->findChild<QPushButton *>(QStringLiteral("cmdAplicarFiltro")), Qt::LeftButton);
+    }
+    // HorId of every row the grid shows (hidden column 8).
+    static QStringList ids(const ui::DataGrid *grid)
+    {
+        if (grid->dataSource())
+            grid->dataSource()->fetchAll();
+        QStringList out;
+        for (int r = 0; r < grid->rowCount(); ++r)
+            out << grid->cellText(r, 8);
+        return out;
+    }
+};
+
+QStringList idsOf(tests::TempStore &store, const QString &statement)
+{
+    QStringList out;
+    const store::ResultSet rs = store.select(statement);
+    for (const auto &row : rs.rows)
+        out << row.value(8).toString();
+    return out;
+}
+
+// A day that has rows of `cedula` in `table`, from the middle of them.
+QDate someDay(tests::TempStore &store, const QString &table, const QString &cedula)
+{
+    const store::ResultSet rs = store.select(QStringLiteral("SELECT HorFecha FROM %1 WHERE FunCedula='%2' ORDER BY HorFecha")
+                                                 .arg(table, cedula));
+    Q_ASSERT(!rs.rows.empty());
+    return rs.rows.at(rs.rows.size() / 2).value(0).toDate();
+}
+
+}  // namespace
+
+class TestWorkspaces : public QObject {
+    Q_OBJECT
+
+private slots:
+    void statementTexts();
+    void skeleton_data();
+    void skeleton();
+    void stateTable_data();
+    void stateTable();
+    void sortCaptions();
+    void buttonsFollowTheCurrentList();
+    void deleteAsksAndKeepsTheLink();
+    void deleteOutsideTabZero();
+    void deleteRowAlreadyGone();
+    void modificarOnArchiveTabOpensCurrentRow();
+    void sortThenNuevoPutsDateOrderBack();
+    void messageBoxDoesNotReactivate();
+    void filterEmptyDayAndDoubleClick();
+    void chiefStaffList();
+    void cambioWithArchiveTabShowing();
+    void cambioOnEmptyStaffList();
+    void chiefPrintMenuRerunsLists();
+    void superUserReadsOnly();
+    void salirEndsTheProgram();
+
+private:
+    ScriptedDialogs m_dialogs;
+    std::unique_ptr<ScriptedDialogs::Install> m_install;
+
+private slots:
+    void init()
+    {
+        m_dialogs.clearShown();
+        m_install = std::make_unique<ScriptedDialogs::Install>(m_dialogs);
+    }
+    void cleanup()
+    {
+        if (auto *f = frmRegistroHoras::instance())
+            delete f;
+        if (auto *f = frmModificoHoras::instance())
+            delete f;
+        m_dialogs.setOnShown({});
+        m_install.reset();
+    }
+};
+
+// The statements as the lists hold them, word for word.
+void TestWorkspaces::statementTexts()
+{
+    const QString head = QStringLiteral(
+        "SELECT H.HORFECHA, H.HORSEMANA, H.HORVALORHORA, H.HORHORAS, T.TIPDESCRIPCION, D.DESDESCRIPCION, "
+        "ACT.ACTDESCRIPCION, ARE.AREDESCRIPCION, H.HORID FROM TIPOHORAS T, HORAS H, ACTIVIDADES ACT, AREAS ARE, "
+        "DESTINOS D WHERE H.ACTID=ACT.ACTID AND H.AREID=ARE.AREID AND H.DESID=D.DESID AND H.TIPID=T.TIPID");
+    QString archiveHead = head;
+    archiveHead.replace(QStringLiteral("HORAS H"), QStringLiteral("HHORAS H"));
+    using L = Workspace::List;
+    QCOMPARE(Workspace::defaultStatement(L::Current, QStringLiteral("  123 ")),
+             head + QStringLiteral(" AND H.FUNCEDULA='123' ORDER BY H.HORFECHA"));
+    QCOMPARE(Workspace::defaultStatement(L::Archive, QStringLiteral("123")),
+             archiveHead + QStringLiteral(" AND H.FUNCEDULA='123' ORDER BY H.HORFECHA"));
+    QCOMPARE(Workspace::sortedStatement(L::Current, QStringLiteral("123"), QStringLiteral("ordenar_des"),
+                                        QStringLiteral("tipohora")),
+             head + QStringLiteral(" AND H.FUNCEDULA='123' ORDER BY T.TIPDESCRIPCION DESC"));
+    QCOMPARE(Workspace::sortedStatement(L::Archive, QStringLiteral("123"), QStringLiteral("ordenar_asc"),
+                                        QStringLiteral("fecha")),
+             QStringLiteral("SELECT H.HORFECHA, H.HORSEMANA, H.HORVALORHORA AS [Valor], H.HORHORAS AS [Horas], "
+                            "T.TIPDESCRIPCION AS [Tipo de horas], D.DESDESCRIPCION, ACT.ACTDESCRIPCION, "
+                            "ARE.AREDESCRIPCION, H.HORID") +
+                 archiveHead.mid(archiveHead.indexOf(QStringLiteral(" FROM "))) +
+                 QStringLiteral(" AND H.FUNCEDULA='123' ORDER BY H.HORFECHA ASC"));
+    QCOMPARE(Workspace::filteredStatement(L::Current, QStringLiteral("123"), QDate(2024, 3, 5), true),
+             head + QStringLiteral(" AND H.HORFECHA>=#03-5-24# AND H.FUNCEDULA='123'"));
+    QCOMPARE(Workspace::filteredStatement(L::Archive, QStringLiteral("1'3"), QDate(2024, 11, 25), false),
+             archiveHead + QStringLiteral(" AND H.HORFECHA=#11-25-24# AND H.FUNCEDULA='1''3'"));
+}
+
+void TestWorkspaces::skeleton_data()
+{
+    QTest::addColumn<int>("perId");
+    QTest::addColumn<QStringList>("keys");
+    QTest::addColumn<QStringList>("tabs");
+    QTest::addColumn<QStringList>("printMenu");
+    QTest::addColumn<QString>("hoursText");  // the hours column of the current grid, 2 hours
+    const QStringList three = {QStringLiteral("Mes en curso"), QStringLiteral("Mi archivo"), QStringLiteral("Búsqueda")};
+    const QStringList seven = three + QStringList{QStringLiteral("Funcionarios"), QStringLiteral("Cierre de mes"),
+                                                  QStringLiteral("Presupuesto"), QStringLiteral("Estadísticas")};
+    QTest::newRow("usuario") << 5
+                             << QStringList{"nuevo", "modificar", "eliminar", "imprimir", "ordenar_asc", "ordenar_des",
+                                            "ayuda", "salir"}
+                             << three << QStringList{} << QStringLiteral("2");
+    QTest::newRow("jefe") << 6
+                          << QStringList{"nuevo", "modificar", "eliminar", "imprimir", "ordenar_asc", "ordenar_des",
+                                         "cambio", "ayuda", "salir"}
+                          << seven << QStringList{"funcionario", "area"} << QStringLiteral("2,00");
+    QTest::newRow("super") << 8
+                           << QStringList{"imprimir", "estadisticas", "ordenar_asc", "ordenar_des", "cambio", "ayuda",
+                                          "salir"}
+                           << seven << QStringList{"funcionario", "area", "todo"} << QStringLiteral("2,00");
+}
+
+void TestWorkspaces::skeleton()
+{
+    QFETCH(int, perId);
+    QFETCH(QStringList, keys);
+    QFETCH(QStringList, tabs);
+    QFETCH(QStringList, printMenu);
+    QFETCH(QString, hoursText);
+    tests::TempStore store;
+    Screen s(perId);
+    QCOMPARE(s.w->windowTitle(), QStringLiteral("Menú Principal"));
+    QCOMPARE(s.bar->keys(), keys);
+    for (const QString &k : keys)
+        QVERIFY2(s.bar->isButtonEnabled(k), qPrintable(k));
+    QCOMPARE(s.bar->buttonCaption(QStringLiteral("ordenar_des")), QStringLiteral("Descendete"));
+    QCOMPARE(s.bar->buttonToolTip(QStringLiteral("ordenar_asc")), QStringLiteral("Orden ascendente por fecha"));
+    QCOMPARE(s.bar->menuKeys(QStringLiteral("ordenar_asc")),
+             (QStringList{"actividad", "destino", "fecha", "semana", "tipohora"}));
+    QCOMPARE(s.bar->menuKeys(QStringLiteral("imprimir")), printMenu);
+    QStringList captions;
+    for (int i = 0; i < s.tabs->count(); ++i)
+        captions << s.tabs->tabText(i);
+    QCOMPARE(captions, tabs);
+
+    // Activated when shown: the status panels and the current list of the person.
+    auto *stb = s.w->findChild<ui::StatusPanels *>(QStringLiteral("stbPrincipal"));
+    QCOMPARE(stb->keys(), (QStringList{"Usuario", "Area", "Acceso", "Fecha", "Hora"}));
+    QCOMPARE(stb->panelText(QStringLiteral("Usuario")), QStringLiteral("Usuario: ") + modPrincipal::gUsuLogin);
+    QCOMPARE(stb->panelText(QStringLiteral("Area")), QStringLiteral("Area: ") + modPrincipal::gAreId);
+    QCOMPARE(stb->panelText(QStringLiteral("Acceso")), QStringLiteral("Tipo: %1").arg(perId));
+    QCOMPARE(s.adcMes->recordSource(), Workspace::defaultStatement(Workspace::List::Current, modPrincipal::gFunCedula));
+    QCOMPARE(Screen::ids(s.mes), idsOf(store, s.adcMes->recordSource()));
+    QVERIFY(s.mes->rowCount() > 0);
+    QCOMPARE(s.mes->caption(), QStringLiteral("HORAS TRABAJADAS DURANTE EL MES EN CURSO"));
+    QCOMPARE(s.archivo->caption(), QStringLiteral("HORAS TRABAJADAS DURANTE MESES ANTERIORES"));
+    QCOMPARE(s.mes->visibleColumnCount(), 8);
+    QCOMPARE(s.mes->heading(7), QStringLiteral("Área"));
+    QVERIFY(s.mes->view()->isColumnHidden(8));
+    // Masks: date and value in the current grid; hours as the role has it.
+    const store::ResultSet first = store.select(s.adcMes->recordSource());
+    const QDate d = first.rows.front().value(0).toDate();
+    QCOMPARE(s.mes->cellText(0, 0), d.toString(QStringLiteral("dd-")) + QStringLiteral("%1-%2")
+                                        .arg(QStringList{"ene", "feb", "mar", "abr", "may", "jun", "jul", "ago", "sep",
+                                                         "oct", "nov", "dic"}[d.month() - 1])
+                                        .arg(d.year()));
+    QVERIFY(s.mes->cellText(0, 2).endsWith(QStringLiteral(",00")));
+    store.execNative(QStringLiteral("UPDATE HORAS SET HorHoras = 2 WHERE HorId = ?"), {first.rows.front().value(8)});
+    s.w->windowActivated();
+    QCOMPARE(s.mes->cellText(0, 3), hoursText);
+    // The archive waits for its tab.
+    QCOMPARE(s.archivo->rowCount(), 0);
+    QCOMPARE(s.archiveRuns, 0);
+}
+
+// Sequences of events -> the statement each list holds, and what the grids show.
+// Events: act (activation), asc:<entry>, des:<entry>, fcur>= / fcur= / farc>= / farc=
+// (filter on a day with rows), del (delete, Yes), tab<n>, cambio (to the two-contract person).
+// Statements: def, asc:<entry>, des:<entry>, f>=, f=.
+void TestWorkspaces::stateTable_data()
+{
+    QTest::addColumn<int>("perId");
+    QTest::addColumn<QStringList>("events");
+    QTest::addColumn<QString>("current");
+    QTest::addColumn<QString>("archive");
+    QTest::addColumn<bool>("archiveRan");  // the archive list ran in the last event
+    QTest::newRow("activated") << 5 << QStringList{"act"} << "def" << "def" << false;
+    QTest::newRow("sort sets both") << 5 << QStringList{"asc:actividad"} << "asc:actividad" << "asc:actividad" << true;
+    QTest::newRow("sort until activation") << 5 << QStringList{"des:fecha", "act"} << "def" << "def" << false;
+    QTest::newRow("filter current after sort") << 5 << QStringList{"asc:actividad", "fcur>="} << "f>="
+                                               << "asc:actividad" << false;
+    QTest::newRow("filter archive") << 5 << QStringList{"farc="} << "def" << "f=" << true;
+    QTest::newRow("sort replaces filter") << 5 << QStringList{"farc>=", "fcur=", "des:semana"} << "des:semana"
+                                          << "des:semana" << true;
+    QTest::newRow("delete after sort") << 5 << QStringList{"asc:destino", "del"} << "def" << "asc:destino" << false;
+    QTest::newRow("delete after filter") << 5 << QStringList{"fcur>=", "del"} << "def" << "def" << false;
+    QTest::newRow("tab 1 runs archive") << 5 << QStringList{"des:tipohora", "tab1"} << "des:tipohora"
+                                        << "des:tipohora" << true;
+    QTest::newRow("tab 2 and back reads nothing") << 5 << QStringList{"farc=", "tab2", "tab0"} << "def" << "f="
+                                                  << false;
+    QTest::newRow("activation keeps archive stored") << 5 << QStringList{"asc:fecha", "tab1", "act"} << "def"
+                                                     << "def" << false;
+    QTest::newRow("chief cambio after sort") << 6 << QStringList{"asc:tipohora", "cambio"} << "def" << "def"
+                                             << false;
+    QTest::newRow("chief cambio after filter") << 6 << QStringList{"farc=", "cambio", "tab1"} << "def" << "def"
+                                               << true;
+    QTest::newRow("chief tab 3 reads nothing") << 6 << QStringList{"des:actividad", "tab3", "tab6"}
+                                               << "des:actividad" << "des:actividad" << false;
+    QTest::newRow("super sort then activation") << 8 << QStringList{"asc:semana", "act"} << "def" << "def" << false;
+    QTest::newRow("super filter") << 8 << QStringList{"cambio", "fcur="} << "f=" << "def" << false;
+}
+
+void TestWorkspaces::stateTable()
+{
+    QFETCH(int, perId);
+    QFETCH(QStringList, events);
+    QFETCH(QString, current);
+    QFETCH(QString, archive);
+    QFETCH(bool, archiveRan);
+    tests::TempStore store;
+    Screen s(perId);
+    QDate filterDay[2];
+    bool filterFrom[2] = {true, true};
+    int runsBefore = 0;
+    for (const QString &e : events) {
+        runsBefore = s.archiveRuns;
+        const QString person = modPrincipal::gFunCedula;
+        if (e == QLatin1String("act")) {
+            s.w->windowActivated();
+        } else if (e.startsWith(QLatin1String("asc:")) || e.startsWith(QLatin1String("des:"))) {
+            const QString button = e.startsWith(QLatin1String("asc")) ? QStringLiteral("ordenar_asc")
+                                                                      : QStringLiteral("ordenar_des");
+            QVERIFY(s.bar->triggerMenuEntry(button, e.mid(4)));
+        } else if (e.startsWith(QLatin1String("f"))) {
+            const bool cur = e.startsWith(QLatin1String("fcur"));
+            const QDate day = someDay(store, cur ? QStringLiteral("HORAS") : QStringLiteral("HHORAS"), person);
+            filterDay[cur ? 0 : 1] = day;
+            filterFrom[cur ? 0 : 1] = e.endsWith(QLatin1String(">="));
+            s.filter(cur, e.endsWith(QLatin1String(">=")), day);
+            QCOMPARE(s.tabs->currentIndex(), cur ? 0 : 1);
+        } else if (e == QLatin1String("del")) {
+            s.tabs->setCurrentIndex(0);
+            const QString id = s.adcMes->value(QStringLiteral("HorId")).toString();
+            m_dialogs.answerNext(ui::Answer::Yes);
+            QVERIFY(s.bar->trigger(QStringLiteral("eliminar")));
+            QCOMPARE(store.count(QStringLiteral("HORAS"), QStringLiteral("HorId = ?"), {id.toLongLong()}), 0);
+        } else if (e.startsWith(QLatin1String("tab"))) {
+            s.tabs->setCurrentIndex(e.mid(3).toInt());
+        } else if (e == QLatin1String("cambio")) {
+            s.tabs->setCurrentIndex(3);
+            int row = -1;
+            for (int r = 0; r < s.staff->rowCount(); ++r)
+                if (s.staff->cellText(r, 0) == kTwoContracts)
+                    row = r;
+            QVERIFY(row >= 0);
+            s.staff->clickRow(row);
+            QVERIFY(s.bar->trigger(QStringLiteral("cambio")));
+            QCOMPARE(modPrincipal::gFunCedula, kTwoContracts);
+        } else {
+            QFAIL(qPrintable(QStringLiteral("unknown event ") + e));
+        }
+    }
+
+    const QString person = modPrincipal::gFunCedula;
+    auto expected = [&](Workspace::List list, const QString &token) {
+        const int i = list == Workspace::List::Current ? 0 : 1;
+        if (token == QLatin1String("def"))
+            return Workspace::defaultStatement(list, person);
+        if (token.startsWith(QLatin1String("f")))
+            return Workspace::filteredStatement(list, person, filterDay[i], filterFrom[i]);
+        return Workspace::sortedStatement(list, person,
+                                          token.startsWith(QLatin1String("asc")) ? QStringLiteral("ordenar_asc")
+                                                                                 : QStringLiteral("ordenar_des"),
+                                          token.mid(4));
+    };
+    QCOMPARE(s.adcMes->recordSource(), expected(Workspace::List::Current, current));
+    QCOMPARE(s.adcArchivo->recordSource(), expected(Workspace::List::Archive, archive));
+    QCOMPARE(s.archiveRuns > runsBefore, archiveRan);
+
+    // The current grid shows what its statement gives; a filter gives rows in no order.
+    QStringList shown = Screen::ids(s.mes);
+    QStringList wanted = idsOf(store, s.adcMes->recordSource());
+    QVERIFY(!wanted.isEmpty());
+    if (current.startsWith(QLatin1String("f"))) {
+        shown.sort();
+        wanted.sort();
+    }
+    QCOMPARE(shown, wanted);
+    if (archiveRan && s.archivo->dataSource()) {  // the grid is bound at the first visit of tab 1
+        QCOMPARE(Screen::ids(s.archivo), idsOf(store, s.adcArchivo->recordSource()));
+        QVERIFY(s.archivo->rowCount() > 0);
+    }
+}
+
+void TestWorkspaces::sortCaptions()
+{
+    tests::TempStore store;
+    Screen s(5);
+    const QStringList entries = {"actividad", "destino", "fecha", "semana", "tipohora"};
+    const QStringList captions = {"Actividad", "Destino", "Fecha", "Semana", "Tipo Hora"};
+    for (int i = 0; i < entries.size(); ++i) {
+        QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("ordenar_des"), entries[i]));
+        QCOMPARE(s.bar->buttonCaption(QStringLiteral("ordenar_des")), captions[i]);
+        QCOMPARE(s.bar->buttonCaption(QStringLiteral("ordenar_asc")), QStringLiteral("Ascendente"));
+    }
+    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("ordenar_asc"), QStringLiteral("semana")));
+    QCOMPARE(s.bar->buttonCaption(QStringLiteral("ordenar_asc")), QStringLiteral("Semana"));
+    QCOMPARE(s.bar->buttonCaption(QStringLiteral("ordenar_des")), QStringLiteral("Tipo Hora"));
+    // The descending sort by week really comes out that way.
+    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("ordenar_des"), QStringLiteral("semana")));
+    for (int r = 1; r < s.mes->rowCount(); ++r)
+        QVERIFY(s.mes->cellText(r - 1, 1).toInt() >= s.mes->cellText(r, 1).toInt());
+    // The button faces do nothing by themselves.
+    const QString before = s.adcMes->recordSource();
+    QVERIFY(s.bar->trigger(QStringLiteral("ordenar_asc")));
+    QCOMPARE(s.adcMes->recordSource(), before);
+}
+
+// The last row deleted leaves both buttons off; the list filling again does not turn them
+// back on, a click in the grid does.
+void TestWorkspaces::buttonsFollowTheCurrentList()
+{
+    tests::TempStore store;
+    const store::ResultSet mine = store.select(
+        QStringLiteral("SELECT HorId FROM HORAS WHERE FunCedula='11111111' ORDER BY HorFecha"));
+    const qlonglong keep = mine.rows.front().value(0).toLongLong();
+    store.execNative(QStringLiteral("DELETE FROM HORAS WHERE FunCedula = ? AND HorId <> ?"), {kUsuario, keep});
+    Screen s(5);
+    QCOMPARE(s.mes->rowCount(), 1);
+    QVERIFY(s.writeKeysEnabled());  // the first row is current with no click
+
+    m_dialogs.answerNext(ui::Answer::Yes);
+    QVERIFY(s.bar->trigger(QStringLiteral("eliminar")));
+    QCOMPARE(s.mes->rowCount(), 0);
+    QVERIFY(s.writeKeysDisabled());
+    QVERIFY(s.bar->isButtonEnabled(QStringLiteral("nuevo")));
+
+    // An hour entered elsewhere fills the list at the next activation; the buttons stay off.
+    store.execNative(QStringLiteral("INSERT INTO HORAS (FunCedula, AreId, ActId, DesId, TipId, FunInsId, HorFecha, "
+                                    "HorSemana, HorValorhora, HorHoras, HorMoneda) SELECT FunCedula, 'DOC', 'REU', "
+                                    "'CUR', 'COM', FunInsId, ?, 1, 100, 3, 'Pesos Uruguayos' FROM "
+                                    "FUNCIONARIOS_INSTITUTOS WHERE FunCedula = ?"),
+                     {QDate::currentDate(), kUsuario});
+    s.w->windowActivated();
+    QCOMPARE(s.mes->rowCount(), 1);
+    QVERIFY(s.writeKeysDisabled());
+    // A click on the row turns both on.
+    QTest::mouseClick(s.mes->view()->viewport(), Qt::LeftButton, {},
+                      s.mes->view()->visualRect(s.mes->view()->model()->index(0, 0)).center());
+    QVERIFY(s.writeKeysEnabled());
+
+    // A filter on a day without hours empties the list and turns them off; the tab moves.
+    s.filter(true, false, QDate(2001, 1, 1));
+    QCOMPARE(s.tabs->currentIndex(), 0);
+    QCOMPARE(s.mes->rowCount(), 0);
+    QVERIFY(s.writeKeysDisabled());
+}
+
+void TestWorkspaces::deleteAsksAndKeepsTheLink()
+{
+    tests::TempStore store;
+    Screen s(5);
+    // A teaching row, which has its row in HORAS_RUBROS_MATERIAS.
+    int row = -1;
+    for (int r = 0; r < s.mes->rowCount() && row < 0; ++r)
+        if (store.count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"),
+                        {s.mes->cellText(r, 8).toLongLong()}) == 1)
+            row = r;
+    QVERIFY(row >= 0);
+    s.mes->clickRow(row);
+    const qlonglong id = s.mes->cellText(row, 8).toLongLong();
+    const int before = store.count(QStringLiteral("HORAS"));
+
+    const int busyBefore = int(m_dialogs.busyHistory().size());
+    bool busyWhileAsking = true;
+    m_dialogs.setOnShown([&](const ScriptedDialogs::Box &) { busyWhileAsking = ui::isBusy(); });
+    m_dialogs.answerNext(ui::Answer::No);
+    QVERIFY(s.bar->trigger(QStringLiteral("eliminar")));
+    QCOMPARE(m_dialogs.count(), 1);
+    const auto box = m_dialogs.last();
+    QCOMPARE(box.text, QStringLiteral("Confirma que desea eliminar las horas seleccionadas ?"));
+    QCOMPARE(box.title, QStringLiteral("Atención"));
+    QCOMPARE(box.buttons, ui::Buttons::YesNo);
+    QCOMPARE(box.icon, ui::Icon::None);
+    QVERIFY(!busyWhileAsking);
+    QCOMPARE(store.count(QStringLiteral("HORAS")), before);
+    QCOMPARE(m_dialogs.busyHistory().size(), busyBefore);
+
+    m_dialogs.answerNext(ui::Answer::Yes);
+    QVERIFY(s.bar->trigger(QStringLiteral("eliminar")));
+    QCOMPARE(store.count(QStringLiteral("HORAS")), before - 1);
+    QCOMPARE(store.count(QStringLiteral("HORAS"), QStringLiteral("HorId = ?"), {id}), 0);
+    QCOMPARE(store.count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"), {id}), 1);
+    QCOMPARE(m_dialogs.busyHistory().mid(busyBefore), (QList<bool>{true, false}));
+    QVERIFY(!ui::isBusy());
+    QVERIFY(!Screen::ids(s.mes).contains(QString::number(id)));
+    QVERIFY(s.writeKeysEnabled());  // rows remain: the delete's own moves leave the buttons be
+    QCOMPARE(Screen::ids(s.mes), idsOf(store, Workspace::defaultStatement(Workspace::List::Current, kUsuario)));
+    QCOMPARE(m_dialogs.count(), 2);
+}
+
+void TestWorkspaces::deleteOutsideTabZero()
+{
+    tests::TempStore store;
+    Screen s(6);
+    const int before = store.count(QStringLiteral("HORAS"));
+    for (int tab : {1, 2, 3, 5}) {
+        s.tabs->setCurrentIndex(tab);
+        m_dialogs.clearShown();
+        QVERIFY(s.bar->trigger(QStringLiteral("eliminar")));
+        QCOMPARE(m_dialogs.count(), 1);
+        QCOMPARE(m_dialogs.last().text, QStringLiteral("Solo es posible eliminar horas del mes en curso"));
+        QCOMPARE(m_dialogs.last().title, ui::programTitle());
+        QCOMPARE(m_dialogs.last().buttons, ui::Buttons::Ok);
+        QCOMPARE(m_dialogs.last().icon, ui::Icon::None);
+        QCOMPARE(s.tabs->currentIndex(), tab);
+    }
+    QCOMPARE(store.count(QStringLiteral("HORAS")), before);
+}
+
+void TestWorkspaces::deleteRowAlreadyGone()
+{
+    tests::TempStore store;
+    Screen s(5);
+    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("ordenar_des"), QStringLiteral("fecha")));
+    s.mes->clickRow(1);
+    const qlonglong id = s.mes->cellText(1, 8).toLongLong();
+    const int rows = s.mes->rowCount();
+    store.execNative(QStringLiteral("DELETE FROM HORAS WHERE HorId = ?"), {id});
+    const int before = store.count(QStringLiteral("HORAS"));
+
+    m_dialogs.answerNext(ui::Answer::Yes);
+    QVERIFY(s.bar->trigger(QStringLiteral("eliminar")));
+    QCOMPARE(m_dialogs.last().text, QStringLiteral("El registro de horas ya no existe."));
+    QCOMPARE(store.count(QStringLiteral("HORAS")), before);
+    QCOMPARE(s.mes->rowCount(), rows - 1);
+    QCOMPARE(s.adcMes->recordSource(), Workspace::defaultStatement(Workspace::List::Current, kUsuario));
+    QVERIFY(!ui::isBusy());
+}
+
+void TestWorkspaces::modificarOnArchiveTabOpensCurrentRow()
+{
+    tests::TempStore store;
+    Screen s(5);
+    s.mes->clickRow(2);
+    const int id = s.mes->cellText(2, 8).toInt();
+    s.tabs->setCurrentIndex(1);
+    QVERIFY(s.archivo->rowCount() > 0);
+    QVERIFY(s.bar->trigger(QStringLiteral("modificar")));
+    frmModificoHoras *f = frmModificoHoras::instance();
+    QVERIFY(f);
+    QCOMPARE(f->horid, id);
+}
+
+// A visit to the hours entry window, saved or not, puts date order back; the sort button
+// keeps the caption of its last entry.
+void TestWorkspaces::sortThenNuevoPutsDateOrderBack()
+{
+    tests::TempStore store;
+    Screen s(5);
+    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("ordenar_des"), QStringLiteral("actividad")));
+    QVERIFY(s.bar->trigger(QStringLiteral("nuevo")));
+    frmRegistroHoras *f = frmRegistroHoras::instance();
+    QVERIFY(f);
+    QVERIFY(f->isVisible());
+    QTest::qWaitForWindowActive(f);
+    QVERIFY(s.adcMes->recordSource().endsWith(QLatin1String("ACT.ACTDESCRIPCION DESC")));
+    f->close();
+    QCoreApplication::processEvents();
+    // The user comes back to the workspace.
+    s.w->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(s.w.get()));
+    QTRY_COMPARE(s.adcMes->recordSource(), Workspace::defaultStatement(Workspace::List::Current, kUsuario));
+    QCOMPARE(s.adcArchivo->recordSource(), Workspace::defaultStatement(Workspace::List::Archive, kUsuario));
+    QCOMPARE(s.bar->buttonCaption(QStringLiteral("ordenar_des")), QStringLiteral("Actividad"));
+}
+
+// Coming back from a box of the program's own is no activation: the sort stays.
+void TestWorkspaces::messageBoxDoesNotReactivate()
+{
+    tests::TempStore store;
+    Screen s(5);
+    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("ordenar_asc"), QStringLiteral("destino")));
+    const QString sorted = s.adcMes->recordSource();
+    {
+        QMessageBox box(QMessageBox::NoIcon, QStringLiteral("t"), QStringLiteral("x"));
+        box.show();
+        QVERIFY(QTest::qWaitForWindowActive(&box));
+        box.hide();
+    }
+    s.w->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(s.w.get()));
+    QCOMPARE(s.adcMes->recordSource(), sorted);
+}
+
+void TestWorkspaces::filterEmptyDayAndDoubleClick()
+{
+    tests::TempStore store;
+    Screen s(5);
+    const QDate day = someDay(store, QStringLiteral("HHORAS"), kUsuario);
+    s.tabs->setCurrentIndex(2);
+    auto *cal = s.w->findChild<QCalendarWidget *>(QStringLiteral("calendario"));
+    cal->setSelectedDate(day);
+    s.w->findChild<QRadioButton *>(QStringLiteral("optFiltro_1"))->setChecked(true);
+    s.w->findChild<QRadioButton *>(QStringLiteral("optTipo_1"))->setChecked(true);
+    auto *view = cal->findChild<QTableView *>();
+    QVERIFY(view);
+    const QPoint at = view->visualRect(view->currentIndex()).center();
+    QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, at);
+    QCOMPARE(s.tabs->currentIndex(), 1);
+    QCOMPARE(s.adcArchivo->recordSource(),
+             Workspace::filteredStatement(Workspace::List::Archive, kUsuario, day, false));
+    QVERIFY(s.archivo->rowCount() > 0);
+    for (int r = 0; r < s.archivo->rowCount(); ++r)
+        QVERIFY(s.archivo->cellText(r, 0).contains(QString::number(day.day())));
+    QCOMPARE(s.adcMes->recordSource(), Workspace::defaultStatement(Workspace::List::Current, kUsuario));
+}
+
+void TestWorkspaces::chiefStaffList()
+{
+    tests::TempStore store;
+    Screen s(6);
+    QVERIFY(s.staff);
+    QCOMPARE(s.staff->caption(), QStringLiteral("LISTA DE FUNCIONARIOS"));
+    QCOMPARE(s.staff->heading(0), QStringLiteral("Cédula"));
+    QStringList cedulas;
+    for (int r = 0; r < s.staff->rowCount(); ++r)
+        cedulas << s.staff->cellText(r, 0);
+    // The staff with a contract in DOC, each contract a row (also their other areas').
+    QCOMPARE(cedulas.count(kTwoContracts), 2);
+    QCOMPARE(cedulas.count(kJefe), 1);
+    QVERIFY(!cedulas.contains(QStringLiteral("99999999")));
+    QCOMPARE(cedulas.size(), store.count(QStringLiteral("FUNCIONARIOS_INSTITUTOS"),
+                                         QStringLiteral("FunCedula IN (SELECT FunCedula FROM FUNCIONARIOS_INSTITUTOS "
+                                                        "WHERE AreId = 'DOC')")));
+    // cambio with no click takes the first row.
+    QVERIFY(s.bar->trigger(QStringLiteral("cambio")));
+    QCOMPARE(modPrincipal::gFunCedula, cedulas.first());
+    // Either row of the two-contract person gives the same person; the tab stays.
+    s.tabs->setCurrentIndex(3);
+    for (int r = 0; r < cedulas.size(); ++r) {
+        if (cedulas[r] != kTwoContracts)
+            continue;
+        modPrincipal::gFunCedula = kJefe;
+        s.staff->clickRow(r);
+        QVERIFY(s.bar->trigger(QStringLiteral("cambio")));
+        QCOMPARE(modPrincipal::gFunCedula, kTwoContracts);
+        QCOMPARE(s.tabs->currentIndex(), 3);
+        QCOMPARE(Screen::ids(s.mes),
+                 idsOf(store, Workspace::defaultStatement(Workspace::List::Current, kTwoContracts)));
+    }
+    // The status bar still names the chief.
+    QCOMPARE(s.w->findChild<ui::StatusPanels *>()->panelText(QStringLiteral("Usuario")), QStringLiteral("Usuario: jefe"));
+    // An empty list turns the buttons off; a list with rows again keeps them off until a
+    // click anywhere in the grid.
+    s.tabs->setCurrentIndex(0);
+    s.filter(true, false, QDate(2001, 1, 1));
+    QVERIFY(s.writeKeysDisabled());
+    s.w->windowActivated();
+    QVERIFY(s.writeKeysDisabled());
+    s.clickEmptyPartOf(s.mes);
+    QVERIFY(s.writeKeysEnabled());
+    // The empty tabs are there for their own pages.
+    auto *chief = static_cast<frmJefeArea *>(s.w.get());
+    QVERIFY(chief->findChild<QWidget *>(QStringLiteral("tabCierreMes")));
+    auto *page = new QLabel(QStringLiteral("presupuesto"));
+    QVERIFY(chief->setTabPage(StaffWorkspace::TabPresupuesto, page));
+    QVERIFY(chief->findChild<QWidget *>(QStringLiteral("tabPresupuesto"))->isAncestorOf(page));
+    QVERIFY(!chief->setTabPage(2, new QLabel(chief)));
+}
+
+void TestWorkspaces::cambioWithArchiveTabShowing()
+{
+    tests::TempStore store;
+    Screen s(6);
+    s.tabs->setCurrentIndex(1);
+    const QStringList chiefArchive = Screen::ids(s.archivo);
+    QVERIFY(!chiefArchive.isEmpty());
+    for (int r = 0; r < s.staff->rowCount(); ++r)
+        if (s.staff->cellText(r, 0) == kTwoContracts) {
+            s.staff->clickRow(r);
+            break;
+        }
+    QVERIFY(s.bar->trigger(QStringLiteral("cambio")));
+    QCOMPARE(s.tabs->currentIndex(), 1);
+    QCOMPARE(Screen::ids(s.archivo), chiefArchive);
+    QCOMPARE(s.adcArchivo->recordSource(), Workspace::defaultStatement(Workspace::List::Archive, kTwoContracts));
+    // modificar already acts on the new person's current list.
+    QVERIFY(s.bar->trigger(QStringLiteral("modificar")));
+    QVERIFY(frmModificoHoras::instance());
+    QCOMPARE(store.select(QStringLiteral("SELECT FunCedula FROM HORAS WHERE HorId=%1")
+                              .arg(frmModificoHoras::instance()->horid))
+                 .rows.front()
+                 .value(0)
+                 .toString(),
+             kTwoContracts);
+    s.tabs->setCurrentIndex(0);
+    s.tabs->setCurrentIndex(1);
+    QCOMPARE(Screen::ids(s.archivo), idsOf(store, s.adcArchivo->recordSource()));
+    QVERIFY(Screen::ids(s.archivo) != chiefArchive);
+}
+
+void TestWorkspaces::cambioOnEmptyStaffList()
+{
+    tests::TempStore store;
+    store.execNative(QStringLiteral("DELETE FROM FUNCIONARIOS_INSTITUTOS WHERE AreId = 'DOC'"));
+    Screen s(6);
+    QCOMPARE(s.staff->rowCount(), 0);
+    QVERIFY(s.bar->isButtonEnabled(QStringLiteral("cambio")));
+    const QString before = s.adcMes->recordSource();
+    QVERIFY(s.bar->trigger(QStringLiteral("cambio")));
+    QCOMPARE(modPrincipal::gFunCedula, kJefe);
+    QCOMPARE(s.adcMes->recordSource(), before);
+    QCOMPARE(m_dialogs.count(), 0);
+    s.tabs->setCurrentIndex(3);
+    s.clickEmptyPartOf(s.staff);
+    QVERIFY(!s.bar->isButtonEnabled(QStringLiteral("cambio")));
+}
+
+void TestWorkspaces::chiefPrintMenuRerunsLists()
+{
+    tests::TempStore store;
+    Screen s(6);
+    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("ordenar_asc"), QStringLiteral("semana")));
+    const QString sorted = s.adcMes->recordSource();
+    const int runs = s.archiveRuns;
+    // A row written elsewhere shows after printing, in the order the list holds.
+    store.execNative(QStringLiteral("DELETE FROM HORAS WHERE HorId = ?"), {s.mes->cellText(0, 8).toLongLong()});
+    QVERIFY(s.bar->trigger(QStringLiteral("imprimir")));
+    QCOMPARE(m_dialogs.count(), 0);
+    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("imprimir"), QStringLiteral("area")));
+    QCOMPARE(m_dialogs.last().text, QStringLiteral("Los reportes impresos todavía no están disponibles."));
+    QCOMPARE(s.adcMes->recordSource(), sorted);
+    QCOMPARE(Screen::ids(s.mes), idsOf(store, sorted));
+    QVERIFY(s.archiveRuns > runs);
+}
+
+void TestWorkspaces::superUserReadsOnly()
+{
+    tests::TempStore store;
+    Screen s(8);
+    for (const char *k : {"nuevo", "modificar", "eliminar"})
+        QVERIFY(!s.bar->button(QString::fromLatin1(k)));
+    QCOMPARE(s.staff->rowCount(), store.count(QStringLiteral("FUNCIONARIOS_INSTITUTOS")));
+    // A click in the current list changes no button; there is none to change.
+    s.mes->clickRow(1);
+    QCOMPARE(s.bar->keys().size(), 7);
+    QCOMPARE(s.bar->menuKeys(QStringLiteral("estadisticas")),
+             (QStringList{"actividades", "areas", "destinos", "tipos"}));
+    auto *su = static_cast<frmSuperUsuario *>(s.w.get());
+    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("estadisticas"), QStringLiteral("destinos")));
+    QCOMPARE(su->agrupar, QStringLiteral("DesDescripcion"));
+    QVERIFY(su->consulta.startsWith(QLatin1String("SHAPE {select HorId,AreDescripcion")));
+    QVERIFY(su->consulta.contains(QLatin1String("H.TIPID=T.TIPID } AS ChildCommand")));
+    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("imprimir"), QStringLiteral("todo")));
+    QCOMPARE(m_dialogs.last().text, QStringLiteral("Los reportes impresos todavía no están disponibles."));
+}
+
+void TestWorkspaces::salirEndsTheProgram()
+{
+    tests::TempStore store;
+    Screen s(5);
+    QVERIFY(s.bar->trigger(QStringLiteral("ayuda")));
+    QVERIFY(!m_dialogs.endProgramCalled());
+    QVERIFY(s.bar->trigger(QStringLiteral("salir")));
+    QVERIFY(m_dialogs.endProgramCalled());
+}
+
+TEMPALIA_TEST_MAIN(TestWorkspaces)
+#include "tst_workspaces.moc"
