@@ -228,6 +228,7 @@ bool StatisticsTab::menuEntry(const QString &key)
 
 void StatisticsTab::showChartWindow()
 {
+    emit queryChosen(m_agrupar, m_consulta);
     if (!m_chartWindow) {
         QWidget *owner = window();
         if (m_window == MainWindow::SuperUsuario)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "analysis/AnalysisWindow.h"
+#include "analysis/ChartWindow.h"
 
 #include <QPointer>
 #include <QString>
@@ -61,6 +62,11 @@ public:
     // it; an open one is only brought forward (it keeps its chart).
     void showChartWindow();
     ChartWindow *chartWindow() const { return m_chartWindow; }
+
+
+signals:
+    // A query was chosen (cmdGraficar or a menu entry), just before the chart window shows it.
+    void queryChosen(const QString &agrupar, const QString &consulta);
 
 private:
     void optionClicked(int index);

@@ -1,5 +1,12 @@
 #include "workspaces/StaffWorkspace.h"
 
+#include "analysis/BudgetTab.h"
+#include "analysis/StatisticsTab.h"
+#include "output/dtrPresupuestoJefeArea.h"
+#include "output/dtrPresupuestoSuperUsuario.h"
+#include "output/dtrReporteMesActualArea.h"
+#include "output/dtrReporteMesActualGeneral.h"
+#include "output/dtrReporteMesActualUsuario.h"
 #include "session/modPrincipal.h"
 #include "store/DataControl.h"
 #include "ui/DataGrid.h"
@@ -12,6 +19,15 @@
 
 StaffWorkspace::StaffWorkspace(const Setup &setup, QWidget *parent) : Workspace(setup, parent)
 {
+    // The budget tab's cmdImprimir opens the report of its window on the query it just ran.
+    analysis::BudgetTab::setReportOpener([](const QString &report, analysis::BudgetTab &tab) {
+        const QString statement = tab.adcPresupuesto()->recordSource();
+        if (report == QLatin1String("dtrPresupuestoSuperUsuario"))
+            dtrPresupuestoSuperUsuario::open(statement);
+        else
+            dtrPresupuestoJefeArea::open(statement);
+    });
+
     m_adcFuncionarios = new store::DataControl(QStringLiteral("adcFuncionarios"), this);
 
     auto *staffPage = new QWidget(tabs());
@@ -99,6 +115,19 @@ void StaffWorkspace::cambio()
     adcMiArchivo()->setRecordSource(defaultStatement(List::Archive, cedula()));
 }
 
+void StaffWorkspace::setRoleTabs(QWidget *cierreMes, QWidget *presupuesto, analysis::StatisticsTab *estadisticas)
+{
+    setTabPage(TabCierreMes, cierreMes);
+    setTabPage(TabPresupuesto, presupuesto);
+    setTabPage(TabEstadisticas, estadisticas);
+    m_statistics = estadisticas;
+    connect(estadisticas, &analysis::StatisticsTab::queryChosen, this,
+            [this](const QString &columna, const QString &statement) {
+                agrupar = columna;
+                consulta = statement;
+            });
+}
+
 void StaffWorkspace::buttonClicked(const QString &key)
 {
     if (key == QLatin1String("cambio"))
@@ -111,11 +140,11 @@ void StaffWorkspace::menuEntryChosen(const QString &button, const QString &entry
 {
     if (button == QLatin1String("imprimir")) {
         if (entry == QLatin1String("funcionario"))
-            showReport(QStringLiteral("dtrReporteMesActualUsuario"));
+            dtrReporteMesActualUsuario::open();
         else if (entry == QLatin1String("area"))
-            showReport(QStringLiteral("dtrReporteMesActualArea"));
+            dtrReporteMesActualArea::open();
         else if (entry == QLatin1String("todo"))
-            showReport(QStringLiteral("dtrReporteMesActualGeneral"));
+            dtrReporteMesActualGeneral::open();
         else
             return;
         rerunLists();

@@ -4,6 +4,10 @@
 
 #include <array>
 
+namespace analysis {
+class StatisticsTab;
+}
+
 // The workspace of the roles that look after other people's hours (frmJefeArea,
 // frmSuperUsuario): the lists of Workspace plus the tab "Funcionarios" with the staff list,
 // the toolbar key `cambio` that makes the chosen person the one the whole window works on
@@ -29,9 +33,10 @@ public:
     void cambio();
 
     // What the chart window of this role reads when it loads: the column that makes the
-    // chart's rows, and the whole statement.
+    // chart's rows, and the whole statement. The tab "Estadísticas" sets them.
     QString agrupar;
     QString consulta;
+    analysis::StatisticsTab *statisticsTab() const { return m_statistics; }
 
 protected:
     StaffWorkspace(const Setup &setup, QWidget *parent = nullptr);
@@ -40,6 +45,8 @@ protected:
     void menuEntryChosen(const QString &button, const QString &entry) override;
     // The statement of the staff list for this role.
     virtual QString staffStatement() const = 0;
+    // Puts the role's own tabs in place: the close, the budget and the statistics.
+    void setRoleTabs(QWidget *cierreMes, QWidget *presupuesto, analysis::StatisticsTab *estadisticas);
     void activatedExtra() override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
@@ -49,4 +56,5 @@ private:
     store::DataControl *m_adcFuncionarios = nullptr;
     ui::DataGrid *m_dtgFuncionarios = nullptr;
     std::array<QWidget *, 3> m_pages{};
+    analysis::StatisticsTab *m_statistics = nullptr;
 };

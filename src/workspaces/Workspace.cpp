@@ -2,6 +2,7 @@
 
 #include "hours/frmModificoHoras.h"
 #include "hours/frmRegistroHoras.h"
+#include "output/dtrReporteMesActualUsuario.h"
 #include "session/modPrincipal.h"
 #include "store/DataControl.h"
 #include "store/SqlValue.h"
@@ -444,7 +445,7 @@ void Workspace::buttonClicked(const QString &key)
     } else if (key == QLatin1String("eliminar")) {
         deleteHours();
     } else if (key == QLatin1String("imprimir")) {
-        showReport(QStringLiteral("dtrReporteMesActualUsuario"));
+        dtrReporteMesActualUsuario::open();
     } else if (key == QLatin1String("salir")) {
         ui::endProgram();
     }
@@ -455,13 +456,6 @@ void Workspace::menuEntryChosen(const QString &button, const QString &entry)
 {
     if (button == QLatin1String("ordenar_asc") || button == QLatin1String("ordenar_des"))
         sortLists(button, entry);
-}
-
-void Workspace::showReport(const QString &reportName)
-{
-    Q_UNUSED(reportName);
-    ui::msgBox(QStringLiteral("Los reportes impresos todavía no están disponibles."), {}, ui::Icon::Information,
-               this);
 }
 
 void Workspace::deleteHours()

@@ -84,8 +84,6 @@ protected:
     // A click in dtgMesActual (a row, or anywhere in the grid).
     virtual void currentGridClicked();
 
-    // Shows a report (the printed reports of the person, the area, everything).
-    void showReport(const QString &reportName);
     // gFunCedula as the statements take it.
     static QString cedula();
     void setCurrentStatement(const QString &statement);

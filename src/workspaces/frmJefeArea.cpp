@@ -1,6 +1,11 @@
 #include "workspaces/frmJefeArea.h"
 
+#include "analysis/BudgetTab.h"
+#include "analysis/StatisticsTab.h"
+#include "monthclose/CierreMesJefeArea.h"
+#include "output/ExportacionMes.h"
 #include "session/modPrincipal.h"
+#include "ui/DataGrid.h"
 #include "store/DataControl.h"
 #include "store/SqlValue.h"
 
@@ -23,6 +28,13 @@ Workspace::Setup setup()
 frmJefeArea::frmJefeArea(QWidget *parent) : StaffWorkspace(setup(), parent)
 {
     setObjectName(QStringLiteral("frmJefeArea"));
+    auto *cierre = new CierreMesJefeArea;
+    cierre->setMesActual(adcMesActual());
+    cierre->setExportHandler([this] {
+        ExportacionMes::exportar(adcMesActual(), this, [this] { dtgMesActual()->refresh(); });
+    });
+    setRoleTabs(cierre, new analysis::BudgetTab(analysis::MainWindow::JefeArea),
+                new analysis::StatisticsTab(analysis::MainWindow::JefeArea, nullptr, adcFuncionarios()));
 }
 
 // Every contract of the staff who hold a contract in the chief's area, those in other

@@ -1,6 +1,8 @@
 #include "workspaces/frmSuperUsuario.h"
 
-#include "ui/Dialogs.h"
+#include "analysis/BudgetTab.h"
+#include "analysis/StatisticsTab.h"
+#include "monthclose/CierreMesSuperUsuario.h"
 
 namespace {
 
@@ -22,6 +24,8 @@ Workspace::Setup setup()
 frmSuperUsuario::frmSuperUsuario(QWidget *parent) : StaffWorkspace(setup(), parent)
 {
     setObjectName(QStringLiteral("frmSuperUsuario"));
+    setRoleTabs(new CierreMesSuperUsuario, new analysis::BudgetTab(analysis::MainWindow::SuperUsuario),
+                new analysis::StatisticsTab(analysis::MainWindow::SuperUsuario, nullptr, adcFuncionarios()));
 }
 
 QString frmSuperUsuario::staffStatement() const
@@ -31,12 +35,7 @@ QString frmSuperUsuario::staffStatement() const
 
 QString frmSuperUsuario::statisticsStatement()
 {
-    return QStringLiteral(
-        "SHAPE {select HorId,AreDescripcion,ActDescripcion,TipDescripcion,DesDescripcion,HorHoras from HHoras H, "
-        "Areas ARE, Actividades ACT, Destinos D, TipoHoras T WHERE H.AREID=ARE.AREID AND H.ACTID=ACT.ACTID AND "
-        "H.DESID=D.DESID AND H.TIPID=T.TIPID } AS ChildCommand COMPUTE ChildCommand, "
-        "SUM(ChildCommand.[HorHoras]) AS [HorHoras] BY [AreDescripcion], [ActDescripcion], [DesDescripcion], "
-        "[TipDescripcion]");
+    return analysis::StatisticsTab::statement();
 }
 
 void frmSuperUsuario::menuEntryChosen(const QString &button, const QString &entry)
@@ -45,15 +44,7 @@ void frmSuperUsuario::menuEntryChosen(const QString &button, const QString &entr
         StaffWorkspace::menuEntryChosen(button, entry);
         return;
     }
-    static const QHash<QString, QString> columns = {{QStringLiteral("actividades"), QStringLiteral("ActDescripcion")},
-                                                     {QStringLiteral("areas"), QStringLiteral("AreDescripcion")},
-                                                     {QStringLiteral("destinos"), QStringLiteral("DesDescripcion")},
-                                                     {QStringLiteral("tipos"), QStringLiteral("TipDescripcion")}};
-    const auto it = columns.constFind(entry);
-    if (it == columns.cend())
-        return;
-    agrupar = it.value();
-    consulta = statisticsStatement();
-    ui::msgBox(QStringLiteral("Las gráficas todavía no están disponibles."), {}, ui::Icon::Information, this);
-    rerunLists();
+    // The whole archive, grouped as the entry says; the chart window comes up on it.
+    if (statisticsTab()->menuEntry(entry))
+        rerunLists();
 }

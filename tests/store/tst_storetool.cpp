@@ -74,7 +74,7 @@ void TestStoreTool::demoFillsEveryWindow()
     }
     QVERIFY(requested && denied && approved && closed);
     // Each demo login's password is the login itself, through the encoder.
-    for (const QString login : {QStringLiteral("usuario"), QStringLiteral("jefe"), QStringLiteral("admin"),
+    for (const QString &login : {QStringLiteral("usuario"), QStringLiteral("jefe"), QStringLiteral("admin"),
                                 QStringLiteral("super")}) {
         QCOMPARE(store.scalar(QStringLiteral("SELECT UsuPassword FROM USUARIOS WHERE UsuLogin = ?"), {login})
                      .toString(),

@@ -197,8 +197,8 @@ void TestBoundControls::gridAndControlShareCurrentRow()
     adc.setRecordSource(QStringLiteral("SELECT * FROM MATERIAS ORDER BY MATID"));
     adc.refresh();
     ui::DataGrid grid;
-    grid.setColumns({ui::GridColumn{QStringLiteral("Código"), QStringLiteral("MatId")},
-                     ui::GridColumn{QStringLiteral("Descripción"), QStringLiteral("MatDescripcion")}});
+    grid.setColumns({ui::GridColumn{QStringLiteral("Código"), QStringLiteral("MatId"), -1, {}},
+                     ui::GridColumn{QStringLiteral("Descripción"), QStringLiteral("MatDescripcion"), -1, {}}});
     grid.setDataSource(&adc);
     grid.show();
     grid.clickRow(2);
@@ -218,8 +218,8 @@ void TestBoundControls::gridEditInPlaceWritesOnRowChange()
     adc.refresh();
     ui::DataGrid grid;
     grid.setEditable(true);
-    grid.setColumns({ui::GridColumn{QStringLiteral("Código"), QStringLiteral("DesId")},
-                     ui::GridColumn{QStringLiteral("Descripción"), QStringLiteral("DesDescripcion")}});
+    grid.setColumns({ui::GridColumn{QStringLiteral("Código"), QStringLiteral("DesId"), -1, {}},
+                     ui::GridColumn{QStringLiteral("Descripción"), QStringLiteral("DesDescripcion"), -1, {}}});
     grid.setDataSource(&adc);
     grid.show();
     QVERIFY(grid.view()->model()->setData(grid.view()->model()->index(0, 1), QStringLiteral("Cursos nuevos")));

@@ -17,6 +17,9 @@
 #include "workspaces/frmSuperUsuario.h"
 #include "workspaces/frmUsuarioComun.h"
 
+#include <QApplication>
+#include <QFile>
+#include <QTemporaryDir>
 #include <QCalendarWidget>
 #include <QLabel>
 #include <QMessageBox>
@@ -90,7 +93,7 @@ struct Screen {
         Q_ASSERT(bar && tabs && mes && archivo && adcMes && adcArchivo);
         QObject::connect(adcArchivo, &store::DataControl::refreshed, [this] { ++archiveRuns; });
         w->show();
-        QTest::qWaitForWindowActive(w.get());
+        QVERIFY(QTest::qWaitForWindowActive(w.get()));
     }
 
     bool writeKeysEnabled() const
@@ -172,6 +175,11 @@ private slots:
     void chiefPrintMenuRerunsLists();
     void superUserReadsOnly();
     void salirEndsTheProgram();
+
+    void roleTabsComposed_data();
+    void roleTabsComposed();
+    void chiefExportsFromTheCloseTab();
+    void budgetPrintOpensItsReport();
 
 private:
     ScriptedDialogs m_dialogs;
@@ -591,7 +599,7 @@ void TestWorkspaces::sortThenNuevoPutsDateOrderBack()
     frmRegistroHoras *f = frmRegistroHoras::instance();
     QVERIFY(f);
     QVERIFY(f->isVisible());
-    QTest::qWaitForWindowActive(f);
+    QVERIFY(QTest::qWaitForWindowActive(f));
     QVERIFY(s.adcMes->recordSource().endsWith(QLatin1String("ACT.ACTDESCRIPCION DESC")));
     f->close();
     QCoreApplication::processEvents();
@@ -745,6 +753,15 @@ void TestWorkspaces::cambioOnEmptyStaffList()
     QVERIFY(!s.bar->isButtonEnabled(QStringLiteral("cambio")));
 }
 
+// A window of the program, shown on screen, by its name.
+static bool openWindow(const QString &name)
+{
+    for (QWidget *w : QApplication::topLevelWidgets())
+        if (w->objectName() == name && w->isVisible())
+            return true;
+    return false;
+}
+
 void TestWorkspaces::chiefPrintMenuRerunsLists()
 {
     tests::TempStore store;
@@ -757,7 +774,7 @@ void TestWorkspaces::chiefPrintMenuRerunsLists()
     QVERIFY(s.bar->trigger(QStringLiteral("imprimir")));
     QCOMPARE(m_dialogs.count(), 0);
     QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("imprimir"), QStringLiteral("area")));
-    QCOMPARE(m_dialogs.last().text, QStringLiteral("Los reportes impresos todavía no están disponibles."));
+    QVERIFY(openWindow(QStringLiteral("dtrReporteMesActualArea")));
     QCOMPARE(s.adcMes->recordSource(), sorted);
     QCOMPARE(Screen::ids(s.mes), idsOf(store, sorted));
     QVERIFY(s.archiveRuns > runs);
@@ -777,11 +794,12 @@ void TestWorkspaces::superUserReadsOnly()
              (QStringList{"actividades", "areas", "destinos", "tipos"}));
     auto *su = static_cast<frmSuperUsuario *>(s.w.get());
     QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("estadisticas"), QStringLiteral("destinos")));
+    QVERIFY(openWindow(QStringLiteral("frmEstadisticasSuperUsuario")));
     QCOMPARE(su->agrupar, QStringLiteral("DesDescripcion"));
     QVERIFY(su->consulta.startsWith(QLatin1String("SHAPE {select HorId,AreDescripcion")));
     QVERIFY(su->consulta.contains(QLatin1String("H.TIPID=T.TIPID } AS ChildCommand")));
     QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("imprimir"), QStringLiteral("todo")));
-    QCOMPARE(m_dialogs.last().text, QStringLiteral("Los reportes impresos todavía no están disponibles."));
+    QVERIFY(openWindow(QStringLiteral("dtrReporteMesActualGeneral")));
 }
 
 void TestWorkspaces::salirEndsTheProgram()
@@ -792,6 +810,63 @@ void TestWorkspaces::salirEndsTheProgram()
     QVERIFY(!m_dialogs.endProgramCalled());
     QVERIFY(s.bar->trigger(QStringLiteral("salir")));
     QVERIFY(m_dialogs.endProgramCalled());
+}
+
+// The chief's and the super user's own tabs are in place, each with its first control.
+void TestWorkspaces::roleTabsComposed_data()
+{
+    QTest::addColumn<int>("perId");
+    QTest::addColumn<int>("tab");
+    QTest::addColumn<QString>("control");
+    for (int perId : {6, 8}) {
+        QTest::addRow("%d close", perId) << perId << 4 << (perId == 6 ? "cmdSolicitarCierre" : "chkCierreAutorizado");
+        QTest::addRow("%d budget", perId) << perId << 5 << "cmdComenzar";
+        QTest::addRow("%d statistics", perId) << perId << 6 << "cmdGraficar";
+    }
+}
+
+void TestWorkspaces::roleTabsComposed()
+{
+    QFETCH(int, perId);
+    QFETCH(int, tab);
+    QFETCH(QString, control);
+    tests::TempStore store;
+    Screen s(perId);
+    QVERIFY(s.tabs->widget(tab)->findChild<QWidget *>(control));
+}
+
+// cmdExportar of the chief's close tab writes the area's hours to a workbook and gives
+// the current list back to the person the window works on.
+void TestWorkspaces::chiefExportsFromTheCloseTab()
+{
+    tests::TempStore store;
+    Screen s(6);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("area.xlsx"));
+    m_dialogs.typeNext(path);
+    s.tabs->setCurrentIndex(4);
+    auto *cmdExportar = s.tabs->widget(4)->findChild<QPushButton *>(QStringLiteral("cmdExportar"));
+    QVERIFY(cmdExportar);
+    // The newest request of the area is still open, which enables the export.
+    auto *cierres = s.tabs->widget(4)->findChild<ui::DataGrid *>(QStringLiteral("dtgCierreMeses"));
+    QVERIFY(cierres);
+    cierres->clickRow(cierres->rowCount() - 1);
+    QVERIFY(cmdExportar->isEnabled());
+    cmdExportar->click();
+    QVERIFY(QFile::exists(path));
+    QCOMPARE(m_dialogs.last().text, QStringLiteral("Se ha exportado a Excel con exito"));
+    QVERIFY(s.adcMes->recordSource().contains(QLatin1String("H.FUNCEDULA='22222222'")));
+}
+
+// cmdImprimir of the budget tab runs the query and opens the window's budget report.
+void TestWorkspaces::budgetPrintOpensItsReport()
+{
+    tests::TempStore store;
+    Screen s(6);
+    auto *cmdImprimir = s.tabs->widget(5)->findChild<QPushButton *>(QStringLiteral("cmdImprimir"));
+    QVERIFY(cmdImprimir);
+    cmdImprimir->click();
+    QVERIFY(openWindow(QStringLiteral("dtrPresupuestoJefeArea")));
 }
 
 TEMPALIA_TEST_MAIN(TestWorkspaces)
