@@ -58,6 +58,11 @@ private:
     QStringList m_rows;
 };
 
+QString areaId(int area)
+{
+    return QStringLiteral("A%1").arg(area, 2, 10, QLatin1Char('0'));
+}
+
 int weekOfYear(const QDate &date)
 {
     const QDate jan1(date.year(), 1, 1);
@@ -65,6 +70,20 @@ int weekOfYear(const QDate &date)
 }
 
 }  // namespace
+
+int areaOfPerson(int person, const LargeStoreSize &size)
+{
+    // The staff is spread so that area A00 holds 8% of the hours and A01 2%: at the full
+    // size about 80,000 and 20,000 rows of HORAS, the sizes of a large month close and of a
+    // large export or report. The other areas share the rest evenly.
+    const int big = size.staff * 8 / 100;
+    const int small = size.staff * 2 / 100;
+    if (person < big)
+        return 0;
+    if (person < big + small)
+        return 1;
+    return 2 + (person - big - small) % (size.areas - 2);
+}
 
 LargeStoreSize sizeFor(double scale)
 {
@@ -136,7 +155,7 @@ void fillLargeStore(store::Connection &conn, const LargeStoreSize &size)
             contracts.add(QStringLiteral("%1, %2, %3, %4, 'A', 20, %5, %6, '2023-01-01', %7")
                               .arg(p + 1)
                               .arg(q(ced), q(QStringLiteral("I%1").arg(p % 4)),
-                                   q(QStringLiteral("A%1").arg(p % size.areas, 2, 10, QLatin1Char('0'))))
+                                   q(areaId(areaOfPerson(p, size))))
                               .arg(300 + p % 200)
                               .arg(q(p % 25 == 0 ? QStringLiteral("Dolares") : QStringLiteral("Pesos Uruguayos")),
                                    b(conn, false)));
@@ -171,7 +190,7 @@ void fillLargeStore(store::Connection &conn, const LargeStoreSize &size)
             hours.add(QStringLiteral("%1, %2, %3, %4, %5, %6, %7, %8, %9, %10, 'A', %11, %12")
                           .arg(id)
                           .arg(q(QStringLiteral("%1").arg(10000000 + person)),
-                               q(QStringLiteral("A%1").arg(person % size.areas, 2, 10, QLatin1Char('0'))),
+                               q(areaId(areaOfPerson(person, size))),
                                q(QStringLiteral("T%1").arg(act)), q(QStringLiteral("D%1").arg(pick(6))))
                           .arg(person + 1)
                           .arg(d(date))

@@ -17,6 +17,11 @@ struct LargeStoreSize {
 };
 
 LargeStoreSize sizeFor(double scale);
+// The area of staff member `person` (0-based): A00 holds about 8% of the hours (the large
+// month close), A01 about 2% (the export and the area report), the other areas the rest.
+int areaOfPerson(int person, const LargeStoreSize &size);
+inline constexpr const char *kCloseArea = "A00";
+inline constexpr const char *kReportArea = "A01";
 // Drops every table, creates the schema and fills it. Prints progress to stderr.
 void fillLargeStore(store::Connection &conn, const LargeStoreSize &size);
 

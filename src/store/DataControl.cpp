@@ -5,6 +5,7 @@
 #include "store/StatementTables.h"
 #include "store/StoreError.h"
 
+#include <QRegularExpression>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QSqlRecord>
@@ -13,6 +14,16 @@ namespace store {
 namespace {
 
 constexpr int kFirstRows = 50;  // what a refresh reads before anybody looks further
+
+// A grouped statement is worked out whole by the store before its first row comes, and its
+// rows are few: it is read in one go, so that counting it or looking at its last rows does
+// not run it again.
+bool isGrouped(const QString &sql)
+{
+    static const QRegularExpression groupBy(QStringLiteral("\\bGROUP\\s+BY\\b"),
+                                            QRegularExpression::CaseInsensitiveOption);
+    return groupBy.match(sql).hasMatch();
+}
 
 bool isUnset(const QVariant &v)
 {
@@ -93,7 +104,7 @@ void DataControl::refresh()
         if (!q.exec(m_translated))
             throw StoreError::fromSql(q.lastError(), m_translated);
         bool more = false;
-        ResultSet rs = readAll(q, kFirstRows, &more);
+        ResultSet rs = readAll(q, isGrouped(m_translated) ? -1 : kFirstRows, &more);
         m_columns = rs.columns;
         m_rows = std::move(rs.rows);
         m_allFetched = !more;

@@ -1,0 +1,789 @@
+// tempalia-bench: times the heavy paths of the program in its own code (the real windows and
+// tabs, headless) and the same statements run straight on the engine (the sqlite3 C API or
+// libpq) in the same run, and prints one table with the medians and their ratio, and the
+// peak memory of the process.
+//
+// The store behind RRHHODBC must hold the large organisation of tempalia-bench-generate.
+// The harness changes it while it runs (the month close, an empty HORAS for path 1) and
+// puts every row back before it ends.
+//
+//   tempalia-bench [--runs N] [--only 1,2,...]
+//   tempalia-bench --startup-probe <monotonic ns>   (internal: path 8's child process)
+#include "BenchEngine.h"
+#include "LargeStore.h"
+
+#include "session/modPrincipal.h"
+#include "store/Connection.h"
+#include "store/DataControl.h"
+#include "store/Dialect.h"
+#include "store/Shape.h"
+#include "store/SqlValue.h"
+#include "store/StoreError.h"
+#include "ui/Dialogs.h"
+
+#if __has_include("hours/frmRegistroHoras.h")
+#include "hours/frmRegistroHoras.h"
+#define BENCH_HAS_HOURS 1
+#endif
+#if __has_include("workspaces/frmUsuarioComun.h")
+#include "workspaces/frmUsuarioComun.h"
+#define BENCH_HAS_WORKSPACE 1
+#endif
+#if __has_include("monthclose/CierreMesJefeArea.h")
+#include "monthclose/CierreMesJefeArea.h"
+#define BENCH_HAS_CLOSE 1
+#endif
+#if __has_include("analysis/BudgetTab.h")
+#include "analysis/BudgetTab.h"
+#define BENCH_HAS_BUDGET 1
+#endif
+#if __has_include("analysis/ChartWindow.h") && __has_include("analysis/StatisticsTab.h")
+#include "analysis/ChartWindow.h"
+#include "analysis/StatisticsTab.h"
+#define BENCH_HAS_CHART 1
+#endif
+#if __has_include("output/ExportacionMes.h")
+#include "output/ExportacionMes.h"
+#define BENCH_HAS_EXPORT 1
+#endif
+#if __has_include("output/dtrReporteMesActualArea.h") && __has_include("output/ReportDesigns.h")
+#include "output/ReportDesigns.h"
+#include "output/dtrReporteMesActualArea.h"
+#define BENCH_HAS_REPORT 1
+#endif
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDate>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QSysInfo>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QWidget>
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <functional>
+#include <optional>
+#include <unistd.h>
+
+namespace {
+
+// ---- measuring ------------------------------------------------------------------------
+
+double nowMs()
+{
+    timespec ts{};
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return ts.tv_sec * 1000.0 + ts.tv_nsec / 1e6;
+}
+
+double median(std::vector<double> v)
+{
+    if (v.empty())
+        return -1;
+    std::sort(v.begin(), v.end());
+    const std::size_t n = v.size();
+    return n % 2 ? v[n / 2] : (v[n / 2 - 1] + v[n / 2]) / 2;
+}
+
+// Peak resident memory of this process in MB (VmHWM).
+double peakMemoryMb()
+{
+    QFile f(QStringLiteral("/proc/self/status"));
+    if (!f.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &line : f.readAll().split('\n'))
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).trimmed().split(' ').value(0).toDouble() / 1024.0;
+    return -1;
+}
+
+// Lets the windows lay out and paint, and deletes what was closed.
+void settle()
+{
+    for (int i = 0; i < 3; ++i) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+}
+
+struct Row {
+    QString path;
+    QString backend;
+    QString rows;
+    double program = -1;  // ms, median; -1: not available
+    double engine = -1;
+    QString target;       // what the issue asks, and whether it is met
+    QString note;         // "not available" and the like
+};
+
+struct Options {
+    int runs = 5;
+    QList<int> only;  // empty: all
+    bool wants(int path) const { return only.isEmpty() || only.contains(path); }
+};
+
+QString fmt(double ms)
+{
+    if (ms < 0)
+        return QStringLiteral("-");
+    return ms < 10 ? QString::number(ms, 'f', 2) : ms < 100 ? QString::number(ms, 'f', 1) : QString::number(ms, 'f', 0);
+}
+
+QString verdict(bool met, const QString &missedBy)
+{
+    return met ? QStringLiteral("met") : QStringLiteral("MISSED by ") + missedBy;
+}
+
+// Ratio target: program within `limit` times the reference.
+QString ratioTarget(double program, double reference, double limit)
+{
+    const double r = program / reference;
+    return QStringLiteral("<= %1x: ").arg(limit, 0, 'f', 1) +
+           verdict(r <= limit, QStringLiteral("%1x").arg(r - limit, 0, 'f', 2));
+}
+
+QString absoluteTarget(double program, double limitMs)
+{
+    return QStringLiteral("< %1 ms: ").arg(limitMs, 0, 'f', 0) +
+           verdict(program < limitMs, QStringLiteral("%1 ms").arg(program - limitMs, 0, 'f', 0));
+}
+
+// ---- the dialog seam: every question gets Yes, every input box the path set for it -----
+
+class BenchDialogs : public ui::Dialogs {
+public:
+    QString inputAnswer;
+    QStringList shown;
+
+    ui::Answer message(const QString &text, const QString &, ui::Buttons buttons, ui::Icon, QWidget *) override
+    {
+        shown << text;
+        switch (buttons) {
+        case ui::Buttons::YesNo:
+        case ui::Buttons::YesNoCancel:
+            return ui::Answer::Yes;
+        default:
+            return ui::Answer::Ok;
+        }
+    }
+    std::optional<QString> input(const QString &prompt, const QString &, const QString &, QWidget *) override
+    {
+        shown << prompt;
+        return inputAnswer;
+    }
+    void setBusy(bool busy) override { m_busy = busy; }
+    bool isBusy() const override { return m_busy; }
+    void endProgram() override {}
+
+    // The boxes shown since the last call, for the log.
+    QStringList take() { return std::exchange(shown, {}); }
+
+private:
+    bool m_busy = false;
+};
+
+BenchDialogs *g_dialogs = nullptr;
+
+void logBoxes(const char *path)
+{
+    for (const QString &text : g_dialogs->take())
+        std::fprintf(stderr, "  [%s] caja: %s\n", path, qPrintable(text.left(200)));
+}
+
+// ---- the harness ----------------------------------------------------------------------
+
+class Harness {
+public:
+    Harness(const Options &options, bench::Engine &engine, store::Connection &conn)
+        : m_opt(options), m_engine(engine), m_conn(conn)
+    {
+        m_backend = store::backendName(conn.backend());
+    }
+
+    std::vector<Row> rows;
+
+    QString tr(const QString &statement) const { return store::Dialect::translate(statement, m_conn.backend()); }
+    long count(const QString &sql) { return m_engine.scalar(sql).toLong(); }
+
+    // Runs `program` and `engine` `runs` times each, alternating, after one warm-up of each.
+    // `between` runs (untimed) after every timed run of either side.
+    void measure(Row &row, const std::function<void()> &program, const std::function<void()> &engine,
+                 int runs, const std::function<void()> &between = {})
+    {
+        std::vector<double> p, e;
+        for (int i = -1; i < runs; ++i) {
+            double t = nowMs();
+            program();
+            if (i >= 0)
+                p.push_back(nowMs() - t);
+            if (between)
+                between();
+            if (engine) {
+                t = nowMs();
+                engine();
+                if (i >= 0)
+                    e.push_back(nowMs() - t);
+                if (between)
+                    between();
+            }
+        }
+        row.program = median(p);
+        row.engine = median(e);
+    }
+
+    // Runs each statement on the engine, reading every row.
+    std::function<void()> onEngine(const QStringList &statements)
+    {
+        return [this, statements] {
+            for (const QString &s : statements)
+                m_engine.query(s);
+        };
+    }
+
+    Row unavailable(const QString &path)
+    {
+        Row r;
+        r.path = path;
+        r.backend = m_backend;
+        r.note = QStringLiteral("not available");
+        return r;
+    }
+
+    // A person whose rows in HORAS are nearest to `wanted`.
+    QString personNear(int wanted, long *rowsOut)
+    {
+        const auto rs = m_engine.rows(QStringLiteral("SELECT FunCedula, COUNT(*) FROM HORAS GROUP BY FunCedula"));
+        QString best;
+        long bestRows = 0;
+        for (const auto &r : rs) {
+            const long n = r.value(1).toLong();
+            if (best.isEmpty() || std::abs(n - wanted) < std::abs(bestRows - wanted)) {
+                best = r.value(0);
+                bestRows = n;
+            }
+        }
+        *rowsOut = bestRows;
+        return best;
+    }
+
+    void setSession(const QString &cedula, const QString &area, qint16 perId)
+    {
+        modPrincipal::gUsuLogin = QStringLiteral("bench");
+        modPrincipal::gFunCedula = cedula;
+        modPrincipal::gAreId = area;
+        modPrincipal::gPerId = perId;
+    }
+
+    // (1) frmRegistroHoras opening, on the full HORAS and on an empty one.
+    void hoursWindow()
+    {
+#ifdef BENCH_HAS_HOURS
+        long personRows = 0;
+        const QString person = personNear(2500, &personRows);
+        setSession(person, QStringLiteral("A02"), 5);
+        const QStringList statements = windowStatements();
+        auto program = [] {
+            frmRegistroHoras *w = frmRegistroHoras::open();
+            settle();
+            w->close();
+            settle();
+        };
+        Row full{QStringLiteral("(1) frmRegistroHoras opening"), m_backend,
+                 QString::number(count(QStringLiteral("SELECT COUNT(*) FROM HORAS")))};
+        measure(full, program, onEngine(statements), m_opt.runs);
+        logBoxes("1");
+
+        // The same window on an empty HORAS: the rows wait in a side table meanwhile.
+        Row empty{QStringLiteral("(1e) same window, HORAS empty"), m_backend, QStringLiteral("0")};
+        m_engine.exec(QStringLiteral("DROP TABLE IF EXISTS BENCH_HORAS"));
+        m_engine.exec(QStringLiteral("CREATE TABLE BENCH_HORAS AS SELECT * FROM HORAS"));
+        m_engine.exec(QStringLiteral("DELETE FROM HORAS"));
+        try {
+            measure(empty, program, onEngine(statements), m_opt.runs);
+        } catch (...) {
+            restoreHours();
+            throw;
+        }
+        restoreHours();
+        logBoxes("1e");
+        full.target = absoluteTarget(full.program, 150) + QStringLiteral("; vs (1e) ") +
+                      ratioTarget(full.program, empty.program, 1.2);
+        rows.push_back(full);
+        rows.push_back(empty);
+#else
+        rows.push_back(unavailable(QStringLiteral("(1) frmRegistroHoras opening")));
+#endif
+    }
+
+    void restoreHours()
+    {
+        m_engine.exec(QStringLiteral("INSERT INTO HORAS SELECT * FROM BENCH_HORAS"));
+        m_engine.exec(QStringLiteral("DROP TABLE BENCH_HORAS"));
+        m_engine.exec(QStringLiteral("ANALYZE"));
+    }
+
+    // The statements frmRegistroHoras runs when it opens, as the engine gets them.
+    QStringList windowStatements()
+    {
+        const QString ced = store::sql::text(modPrincipal::gFunCedula);
+        QStringList s{
+            QStringLiteral("SELECT * FROM HORAS"),
+            QStringLiteral("SELECT * FROM HORAS_RUBROS_MATERIAS"),
+            QStringLiteral("SELECT * FROM FUNCIONARIOS_INSTITUTOS FI, INSTITUTOS I, FUNCIONARIOS F, AREAS A WHERE "
+                           "FI.INSID=I.INSID AND FI.FUNCEDULA=F.FUNCEDULA AND FI.AREID=A.AREID AND FI.FUNCEDULA=") +
+                ced,
+            QStringLiteral("SELECT * FROM AREAS"),
+            QStringLiteral("SELECT * FROM AREAS_ACTIVIDADES AA, ACTIVIDADES ACT WHERE AA.AREID='A02' AND "
+                           "AA.ACTID=ACT.ACTID"),
+            QStringLiteral("SELECT * FROM RUBROS"),
+            QStringLiteral("SELECT * FROM MATERIAS"),
+            QStringLiteral("SELECT * FROM DESTINOS"),
+            QStringLiteral("SELECT * FROM TIPOHORAS"),
+        };
+        for (QString &x : s)
+            x = tr(x);
+        return s;
+    }
+
+    // (2) a workspace activation for a person with about 2,500 rows.
+    void workspace()
+    {
+#ifdef BENCH_HAS_WORKSPACE
+        long personRows = 0;
+        const QString person = personNear(2500, &personRows);
+        setSession(person, QStringLiteral("A02"), 5);
+        auto *w = new frmUsuarioComun;
+        w->show();
+        settle();
+        Row row{QStringLiteral("(2) workspace activation"), m_backend, QString::number(personRows)};
+        measure(
+            row,
+            [w] {
+                w->windowActivated();
+                settle();
+            },
+            onEngine({tr(Workspace::defaultStatement(Workspace::List::Current, person))}), m_opt.runs);
+        row.target = ratioTarget(row.program, row.engine, 1.3);
+        w->close();
+        delete w;
+        settle();
+        logBoxes("2");
+        rows.push_back(row);
+#else
+        rows.push_back(unavailable(QStringLiteral("(2) workspace activation")));
+#endif
+    }
+
+    // (3) each budget option of the super user over the whole store.
+    void budget()
+    {
+#ifdef BENCH_HAS_BUDGET
+        setSession(QStringLiteral("10000003"), QStringLiteral("A03"), 8);
+        auto *tab = new analysis::BudgetTab(analysis::MainWindow::SuperUsuario);
+        tab->resize(900, 600);
+        tab->show();
+        settle();
+        const char *names[3] = {"(3a) budget: Mes en curso", "(3b) budget: Año en curso",
+                                "(3c) budget: período (all)"};
+        const char *tables[3] = {"HORAS", "HHORAS", "HHORAS"};
+        for (int i = 0; i < 3; ++i) {
+            auto *opt = tab->findChild<QAbstractButton *>(QStringLiteral("optConsulta_%1").arg(i));
+            if (!opt) {
+                rows.push_back(unavailable(QString::fromUtf8(names[i])));
+                continue;
+            }
+            opt->click();
+            if (i == 2) {
+                auto *desde = tab->findChild<QWidget *>(QStringLiteral("dtpDesde"));
+                auto *hasta = tab->findChild<QWidget *>(QStringLiteral("dtpHasta"));
+                if (desde && hasta) {
+                    desde->setProperty("date", QDate::currentDate().addYears(-4));
+                    hasta->setProperty("date", QDate::currentDate());
+                }
+            }
+            settle();
+            const QString statement = tab->composeStatement();
+            Row row{QString::fromUtf8(names[i]), m_backend,
+                    QString::number(count(QStringLiteral("SELECT COUNT(*) FROM %1").arg(QLatin1String(tables[i]))))};
+            measure(
+                row,
+                [tab] {
+                    tab->comenzar();
+                    settle();
+                },
+                onEngine({tr(statement)}), m_opt.runs);
+            row.target = ratioTarget(row.program, row.engine, 1.3);
+            rows.push_back(row);
+        }
+        delete tab;
+        settle();
+        logBoxes("3");
+#else
+        for (const char *n : {"(3a) budget: Mes en curso", "(3b) budget: Año en curso", "(3c) budget: período (all)"})
+            rows.push_back(unavailable(QString::fromUtf8(n)));
+#endif
+    }
+
+    // (4) a month close of the largest area, put back after each run.
+    void monthClose()
+    {
+#ifdef BENCH_HAS_CLOSE
+        const QString area = QLatin1String(bench::kCloseArea);
+        setSession(QStringLiteral("10000001"), area, 6);
+        const QDate cut = QDate::currentDate();
+        const long firstMoved = count(QStringLiteral("SELECT MIN(HorId) FROM HORAS"));
+        const QString t = m_conn.backend() == store::Backend::PostgreSQL ? QStringLiteral("TRUE") : QStringLiteral("1");
+        const QString f = m_conn.backend() == store::Backend::PostgreSQL ? QStringLiteral("FALSE") : QStringLiteral("0");
+        m_engine.exec(QStringLiteral("INSERT INTO CIERREMESES (FunCedula, AreId, CieMesMesCierre, CieMesAnioCierre, "
+                                     "CieMesFechaActual, CieMesFechaCierre, CieMesAprobado, CieMesDesaprobado, "
+                                     "CieMesCerrado) VALUES ('10000001', '%1', %2, %3, '%4', '%4', %5, %6, %6)")
+                          .arg(area)
+                          .arg(cut.month())
+                          .arg(cut.year())
+                          .arg(cut.toString(Qt::ISODate), t, f));
+        const long closeId = count(QStringLiteral("SELECT MAX(CieMesId) FROM CIERREMESES"));
+        const long moving = count(
+            QStringLiteral("SELECT COUNT(*) FROM HORAS WHERE AreId='%1' AND HorFecha <= '%2'").arg(area, cut.toString(Qt::ISODate)));
+
+        const QString where = QStringLiteral("HORFECHA <= %1 AND AREID=%2").arg(store::sql::date(cut), store::sql::text(area));
+        const QStringList statements{
+            tr(QStringLiteral("INSERT INTO HHORAS (HORID,FUNCEDULA,AREID,ACTID,DESID,FUNINSID,HORFECHA,HORSEMANA,"
+                              "HORVALORHORA,HORHORAS,HORCATEGORIA,TIPID,HORMONEDA,HORHORARIOINICIAL,HORHORARIOFINAL) "
+                              "SELECT * FROM HORAS WHERE ") +
+               where + QStringLiteral(" AND NOT EXISTS( SELECT * FROM HHORAS WHERE HHORAS.HORID=HORAS.HORID)")),
+            tr(QStringLiteral("DELETE * FROM HORAS WHERE ") + where +
+               QStringLiteral(" AND EXISTS( SELECT * FROM HHORAS WHERE HHORAS.HORID=HORAS.HORID)")),
+        };
+        // Puts the area's rows back in HORAS and the close back to approved.
+        auto restore = [&] {
+            m_engine.exec(QStringLiteral("BEGIN"));
+            m_engine.exec(QStringLiteral("INSERT INTO HORAS SELECT * FROM HHORAS WHERE AreId='%1' AND HorId >= %2")
+                              .arg(area)
+                              .arg(firstMoved));
+            m_engine.exec(QStringLiteral("DELETE FROM HHORAS WHERE AreId='%1' AND HorId >= %2").arg(area).arg(firstMoved));
+            m_engine.exec(QStringLiteral("UPDATE CIERREMESES SET CieMesCerrado=%1 WHERE CieMesId=%2").arg(f).arg(closeId));
+            m_engine.exec(QStringLiteral("COMMIT"));
+        };
+        long moved = -1;
+        auto program = [&] {
+            auto *tab = new CierreMesJefeArea;
+            tab->show();
+            settle();
+            store::DataControl *adc = tab->adcCierreMeses();
+            for (adc->moveFirst(); !adc->eof(); adc->moveNext())
+                if (adc->value(QStringLiteral("CieMesId")).toLongLong() == closeId)
+                    break;
+            tab->cmdCerrar_Click();
+            settle();
+            delete tab;
+            settle();
+            moved = moving - count(QStringLiteral("SELECT COUNT(*) FROM HORAS WHERE AreId='%1'").arg(area));
+        };
+        auto engine = [&] {
+            m_engine.exec(QStringLiteral("BEGIN"));
+            for (const QString &s : statements)
+                m_engine.exec(s);
+            m_engine.exec(QStringLiteral("COMMIT"));
+        };
+        Row row{QStringLiteral("(4) month close"), m_backend, QString::number(moving)};
+        const int runs = std::max(3, m_opt.runs - 2);
+        try {
+            measure(row, program, engine, runs, restore);
+        } catch (...) {
+            restore();
+            throw;
+        }
+        if (moved != moving)
+            row.note = QStringLiteral("the close moved %1 rows of %2").arg(moved).arg(moving);
+        m_engine.exec(QStringLiteral("DELETE FROM CIERREMESES WHERE CieMesId=%1").arg(closeId));
+        row.target = ratioTarget(row.program, row.engine, 1.5);
+        rows.push_back(row);
+        logBoxes("4");
+#else
+        rows.push_back(unavailable(QStringLiteral("(4) month close")));
+#endif
+    }
+
+    // (5) the month export of the report area to a workbook.
+    void monthExport(const QString &workDir)
+    {
+#ifdef BENCH_HAS_EXPORT
+        const QString area = QLatin1String(bench::kReportArea);
+        setSession(QStringLiteral("10000001"), area, 6);
+        const QString file = workDir + QStringLiteral("/resumen.xlsx");
+        g_dialogs->inputAnswer = file;
+        auto *adc = new store::DataControl(QStringLiteral("adcMesActual"));
+        adc->setRecordSource(ExportacionMes::defaultStatement(modPrincipal::gFunCedula));
+        adc->refresh();
+        Row row{QStringLiteral("(5) month export to workbook"), m_backend,
+                QString::number(count(QStringLiteral("SELECT COUNT(*) FROM HORAS WHERE AreId='%1'").arg(area)))};
+        measure(
+            row,
+            [&] {
+                QFile::remove(file);
+                ExportacionMes::exportar(adc);
+                settle();
+            },
+            onEngine({tr(ExportacionMes::exportStatement(area))}), std::max(3, m_opt.runs - 2));
+        if (!QFileInfo(file).isFile() || QFileInfo(file).size() == 0)
+            row.note = QStringLiteral("no workbook was written");
+        delete adc;
+        row.target = absoluteTarget(row.program, 2000);
+        rows.push_back(row);
+        logBoxes("5");
+        g_dialogs->inputAnswer.clear();
+#else
+        rows.push_back(unavailable(QStringLiteral("(5) month export to workbook")));
+#endif
+    }
+
+    // The inner statements of a SHAPE command, depth first.
+    static void innerStatements(const store::ShapeCommand &c, QStringList &out)
+    {
+        if (c.nested)
+            innerStatements(*c.nested, out);
+        else if (!c.statement.isEmpty())
+            out << c.statement;
+        for (const auto &a : c.appends)
+            if (a.child)
+                innerStatements(*a.child, out);
+    }
+
+    QStringList shapeStatements(const QString &shape)
+    {
+        QStringList inner;
+        innerStatements(store::parseShape(shape), inner);
+        for (QString &s : inner)
+            s = tr(s);
+        return inner;
+    }
+
+    // (6) the area report laid out and written to PDF.
+    void areaReport(const QString &workDir)
+    {
+#ifdef BENCH_HAS_REPORT
+        const QString area = QLatin1String(bench::kReportArea);
+        setSession(QStringLiteral("10000001"), area, 6);
+        const QString file = workDir + QStringLiteral("/area.pdf");
+        Row row{QStringLiteral("(6) area report to PDF"), m_backend,
+                QString::number(count(QStringLiteral("SELECT COUNT(*) FROM HORAS WHERE AreId='%1'").arg(area)))};
+        int pages = 0;
+        measure(
+            row,
+            [&] {
+                QFile::remove(file);
+                dtrReporteMesActualArea *r = dtrReporteMesActualArea::open(area);
+                r->finishLayout();
+                r->saveAsPdf(file);
+                pages = int(r->document().pages.size());
+                r->close();
+                delete r;
+                settle();
+            },
+            onEngine(shapeStatements(output::areaReportStatement(area))), std::max(3, m_opt.runs - 2));
+        if (!QFileInfo(file).isFile() || QFileInfo(file).size() == 0)
+            row.note = QStringLiteral("no PDF was written");
+        else
+            row.note = QStringLiteral("%1 pages").arg(pages);
+        row.target = absoluteTarget(row.program, 5000);
+        rows.push_back(row);
+        logBoxes("6");
+#else
+        rows.push_back(unavailable(QStringLiteral("(6) area report to PDF")));
+#endif
+    }
+
+    // (7) the chart window's load over the whole archive.
+    void chart()
+    {
+#ifdef BENCH_HAS_CHART
+        setSession(QStringLiteral("10000003"), QStringLiteral("A03"), 8);
+        const QString statement = analysis::StatisticsTab::statement();
+        Row row{QStringLiteral("(7) chart window load"), m_backend,
+                QString::number(count(QStringLiteral("SELECT COUNT(*) FROM HHORAS")))};
+        measure(
+            row,
+            [&] {
+                auto *w = new analysis::ChartWindow(statement, QStringLiteral("ActDescripcion"));
+                w->load();
+                w->show();
+                settle();
+                w->close();
+                settle();
+            },
+            onEngine(shapeStatements(statement)), m_opt.runs);
+        row.target = ratioTarget(row.program, row.engine, 1.3);
+        rows.push_back(row);
+        logBoxes("7");
+#else
+        rows.push_back(unavailable(QStringLiteral("(7) chart window load")));
+#endif
+    }
+
+    // (8) the program's start to the login window, in child processes.
+    void startup(const QString &self)
+    {
+        std::vector<double> p, e;
+        for (int i = -1; i < m_opt.runs; ++i) {
+            QProcess child;
+            child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+            const double start = nowMs();
+            child.start(self, {QStringLiteral("--startup-probe"), QString::number(start, 'f', 3)});
+            if (!child.waitForFinished(30000)) {
+                child.kill();
+                child.waitForFinished();
+                Row r = unavailable(QStringLiteral("(8) start to login window"));
+                r.note = QStringLiteral("the login window never came up");
+                rows.push_back(r);
+                return;
+            }
+            const double ms = QString::fromLatin1(child.readAllStandardOutput()).trimmed().toDouble();
+            const double t = nowMs();
+            m_engine.connectOnce();
+            if (i >= 0) {
+                p.push_back(ms);
+                e.push_back(nowMs() - t);
+            }
+        }
+        Row row{QStringLiteral("(8) start to login window"), m_backend, QStringLiteral("-")};
+        row.program = median(p);
+        row.engine = median(e);
+        row.note = QStringLiteral("engine: a new connection");
+        row.target = absoluteTarget(row.program, 400);
+        rows.push_back(row);
+    }
+
+private:
+    const Options &m_opt;
+    bench::Engine &m_engine;
+    store::Connection &m_conn;
+    QString m_backend;
+};
+
+void printTable(const std::vector<Row> &rows, double peakMb)
+{
+    auto line = [](const QStringList &cells) { std::printf("| %s |\n", qPrintable(cells.join(QStringLiteral(" | ")))); };
+    line({QStringLiteral("path"), QStringLiteral("backend"), QStringLiteral("rows"),
+          QStringLiteral("program ms (median)"), QStringLiteral("engine ms (median)"), QStringLiteral("ratio"),
+          QStringLiteral("target"), QStringLiteral("note")});
+    line({QStringLiteral("---"), QStringLiteral("---"), QStringLiteral("---:"), QStringLiteral("---:"),
+          QStringLiteral("---:"), QStringLiteral("---:"), QStringLiteral("---"), QStringLiteral("---")});
+    for (const Row &r : rows) {
+        const bool have = r.program >= 0;
+        line({r.path, r.backend, r.rows, have ? fmt(r.program) : r.note, fmt(r.engine),
+              have && r.engine > 0 ? QString::number(r.program / r.engine, 'f', 2) : QStringLiteral("-"), r.target,
+              have ? r.note : QString()});
+    }
+    std::printf("\nPeak memory of the program during (1)-(7): %.0f MB (VmHWM); target < 250 MB: %s\n", peakMb,
+                peakMb < 250 ? "met" : qPrintable(QStringLiteral("MISSED by %1 MB").arg(peakMb - 250, 0, 'f', 0)));
+    std::fflush(stdout);
+}
+
+// ---- path 8's child: the program's own start-up, ended when the login window shows -----
+
+double g_probeStart = 0;
+
+class LoginWatcher : public QObject {
+public:
+    using QObject::QObject;
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint && watched->isWidgetType() && watched->inherits("frmLogin")) {
+            std::printf("%.3f\n", nowMs() - g_probeStart);
+            std::fflush(stdout);
+            _exit(0);
+        }
+        return false;
+    }
+};
+
+void installLoginWatcher()
+{
+    if (g_probeStart > 0) {
+        qApp->installEventFilter(new LoginWatcher(qApp));
+        // Nothing answers a box in the probe; a failure ends it without a time.
+        QTimer::singleShot(20000, [] { _exit(2); });
+    }
+}
+Q_COREAPP_STARTUP_FUNCTION(installLoginWatcher)
+
+}  // namespace
+
+int main(int argc, char *argv[])
+{
+    for (int i = 1; i + 1 < argc; ++i)
+        if (qstrcmp(argv[i], "--startup-probe") == 0) {
+            g_probeStart = std::atof(argv[i + 1]);
+            return modPrincipal::run(1, argv);
+        }
+
+    QApplication app(argc, argv);
+    Options opt;
+    const QStringList args = app.arguments();
+    for (int i = 1; i < args.size(); ++i) {
+        if (args[i] == QLatin1String("--runs") && i + 1 < args.size())
+            opt.runs = std::max(1, args[++i].toInt());
+        else if (args[i] == QLatin1String("--only") && i + 1 < args.size())
+            for (const QString &n : args[++i].split(QLatin1Char(',')))
+                opt.only << n.toInt();
+    }
+
+    auto dialogs = std::make_unique<BenchDialogs>();
+    g_dialogs = dialogs.get();
+    ui::setDialogs(std::move(dialogs));
+    QTemporaryDir work;
+
+    try {
+        auto conn = store::Connection::open();
+        std::unique_ptr<bench::Engine> engine = bench::Engine::forDataSource(conn->backend());
+        Harness h(opt, *engine, *conn);
+        std::fprintf(stderr, "tempalia-bench: %s, %d runs per path\n", qPrintable(store::backendName(conn->backend())),
+                     opt.runs);
+        struct Step {
+            int n;
+            std::function<void()> run;
+        };
+        const std::vector<Step> steps{
+            {2, [&] { h.workspace(); }},
+            {3, [&] { h.budget(); }},
+            {5, [&] { h.monthExport(work.path()); }},
+            {6, [&] { h.areaReport(work.path()); }},
+            {7, [&] { h.chart(); }},
+            {4, [&] { h.monthClose(); }},
+            {1, [&] { h.hoursWindow(); }},
+        };
+        for (const Step &s : steps) {
+            if (!opt.wants(s.n))
+                continue;
+            std::fprintf(stderr, "  path %d...\n", s.n);
+            const double t = nowMs();
+            try {
+                s.run();
+            } catch (const store::StoreError &e) {
+                Row r = h.unavailable(QStringLiteral("(%1)").arg(s.n));
+                r.note = QStringLiteral("failed: ") + e.description().left(120);
+                h.rows.push_back(r);
+            }
+            std::fprintf(stderr, "  path %d: %.1f s\n", s.n, (nowMs() - t) / 1000);
+        }
+        const double peak = peakMemoryMb();
+        if (opt.wants(8))
+            h.startup(QCoreApplication::applicationFilePath());
+        std::sort(h.rows.begin(), h.rows.end(), [](const Row &a, const Row &b) { return a.path < b.path; });
+        printTable(h.rows, peak);
+    } catch (const store::StoreError &e) {
+        std::fprintf(stderr, "tempalia-bench: %s\n", qPrintable(e.description()));
+        return 1;
+    } catch (const std::exception &e) {
+        std::fprintf(stderr, "tempalia-bench: %s\n", e.what());
+        return 1;
+    }
+    return 0;
+}
