@@ -5,6 +5,7 @@
 #include "store/StoreError.h"
 
 #include <QHash>
+#include <QRegularExpression>
 #include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -48,6 +49,16 @@ QHash<QString, std::weak_ptr<Connection>> &sharedConnections()
 QString sharingKey(const ConnectSpec &spec)
 {
     return spec.dataSource.toLower() + (spec.readOnly ? QStringLiteral("|ro") : QStringLiteral("|rw"));
+}
+
+// The driver's words for a connection that the server or the network has dropped.
+bool connectionLost(const QSqlError &error)
+{
+    static const QRegularExpression lost(
+        QStringLiteral("connection (has been )?lost|server closed the connection|terminating connection|"
+                       "no connection to the server|could not receive data from server"),
+        QRegularExpression::CaseInsensitiveOption);
+    return lost.match(error.databaseText() + QLatin1Char(' ') + error.driverText()).hasMatch();
 }
 
 void bindAll(QSqlQuery &q, const QVariantList &values)
@@ -159,6 +170,28 @@ QString Connection::translate(const QString &statement) const
     return Dialect::translate(statement, m_backend);
 }
 
+// A computed column (a sum, a product) that the driver hands over as text, as the SQLite
+// driver does when it reads row by row, is turned back into the number it is.
+static QVariant computedValue(const QVariant &v)
+{
+    if (v.isNull())
+        return {};
+    if (v.typeId() != QMetaType::QString)
+        return v;
+    static const QRegularExpression number(QStringLiteral("^-?\\d+(\\.\\d+)?([eE][-+]?\\d+)?$"));
+    const QString text = v.toString();
+    if (!number.match(text).hasMatch())
+        return v;
+    bool ok = false;
+    if (!text.contains(QLatin1Char('.')) && !text.contains(QLatin1Char('e')) && !text.contains(QLatin1Char('E'))) {
+        const qlonglong n = text.toLongLong(&ok);
+        if (ok)
+            return n;
+    }
+    const double d = text.toDouble(&ok);
+    return ok ? QVariant(d) : v;
+}
+
 ResultSet readAll(QSqlQuery &q, int maxRows, bool *more)
 {
     ResultSet rs;
@@ -180,7 +213,7 @@ ResultSet readAll(QSqlQuery &q, int maxRows, bool *more)
         Row row(n);
         for (int i = 0; i < n; ++i) {
             const QVariant v = q.value(i);
-            row[i] = kinds[i] ? normalize(*kinds[i], v) : (v.isNull() ? QVariant() : v);
+            row[i] = kinds[i] ? normalize(*kinds[i], v) : computedValue(v);
         }
         rs.rows.push_back(std::move(row));
     }
@@ -202,42 +235,77 @@ int Connection::execute(const QString &statement)
 
 ResultSet Connection::selectNative(const QString &sql, const QVariantList &values, int maxRows)
 {
-    QSqlQuery q(database());
-    q.setForwardOnly(true);
-    bool ok;
-    if (values.isEmpty()) {
-        ok = q.exec(sql);
-    } else {
-        ok = q.prepare(sql);
-        if (ok) {
-            bindAll(q, values);
-            ok = q.exec();
+    reopenIfClosed();
+    QSqlError failure;
+    {
+        QSqlQuery q(database());
+        q.setForwardOnly(true);
+        bool ok;
+        if (values.isEmpty()) {
+            ok = q.exec(sql);
+        } else {
+            ok = q.prepare(sql);
+            if (ok) {
+                bindAll(q, values);
+                ok = q.exec();
+            }
         }
+        if (ok)
+            return readAll(q, maxRows);
+        failure = q.lastError();
     }
-    if (!ok)
-        throw StoreError::fromSql(q.lastError(), sql);
-    return readAll(q, maxRows);
+    recoverIfLost(failure);
+    throw StoreError::fromSql(failure, sql);
 }
 
 int Connection::executeNative(const QString &sql, const QVariantList &values)
 {
-    QSqlQuery q(database());
-    q.setForwardOnly(true);
-    bool ok;
-    if (values.isEmpty()) {
-        ok = q.exec(sql);
-    } else {
-        ok = q.prepare(sql);
-        if (ok) {
-            bindAll(q, values);
-            ok = q.exec();
+    reopenIfClosed();
+    QSqlError failure;
+    {
+        QSqlQuery q(database());
+        q.setForwardOnly(true);
+        bool ok;
+        if (values.isEmpty()) {
+            ok = q.exec(sql);
+        } else {
+            ok = q.prepare(sql);
+            if (ok) {
+                bindAll(q, values);
+                ok = q.exec();
+            }
         }
+        if (ok) {
+            const int affected = q.numRowsAffected();
+            q.finish();
+            return affected;
+        }
+        failure = q.lastError();
     }
-    if (!ok)
-        throw StoreError::fromSql(q.lastError(), sql);
-    const int affected = q.numRowsAffected();
-    q.finish();
-    return affected;
+    recoverIfLost(failure);
+    throw StoreError::fromSql(failure, sql);
+}
+
+// A connection the server dropped is opened again for the next statement, so that a window
+// left open while the server was away works once it is back. The statement that failed is
+// not repeated: whether it went through is not known, and the user is told it failed. A
+// connection inside a transaction is left as it is: the transaction is lost with it, and
+// its owner ends it.
+void Connection::recoverIfLost(const QSqlError &failure)
+{
+    if (m_inTransaction || !connectionLost(failure))
+        return;
+    QSqlDatabase db = database();
+    db.close();
+    if (db.open())
+        prepareSession();
+}
+
+void Connection::reopenIfClosed()
+{
+    QSqlDatabase db = database();
+    if (!db.isOpen() && !m_inTransaction && db.open())
+        prepareSession();
 }
 
 void Connection::beginTransaction()

@@ -4,6 +4,7 @@
 #include "store/ResultSet.h"
 
 #include <QSqlDatabase>
+#include <QSqlError>
 #include <QSqlQuery>
 #include <QString>
 #include <QVariantList>
@@ -58,6 +59,8 @@ private:
     explicit Connection(const ConnectSpec &spec);
     void detectBackend();
     void prepareSession();
+    void recoverIfLost(const QSqlError &failure);
+    void reopenIfClosed();
 
     ConnectSpec m_spec;
     QString m_name;

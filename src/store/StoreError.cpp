@@ -27,7 +27,7 @@ QString spanishReason(const QString &text)
         {R"(invalid input syntax for type (\w+))", "Un valor no tiene el formato de %1."},
         {R"(database is locked|database table is locked)",
          "La base de datos está ocupada por otro usuario. Intente de nuevo en unos segundos."},
-        {R"(could not connect|server closed the connection|no connection to the server|terminating connection|Connection refused)",
+        {R"(could not connect|server closed the connection|no connection to the server|terminating connection|Connection refused|connection (has been )?lost)",
          "Se perdió la conexión con la base de datos."},
         {R"(Data source name not found)", "El origen de datos no está definido."},
     };

@@ -40,7 +40,7 @@ void writeFile(const QString &path, const QString &text)
 QString pgDsn(const QString &name, const QString &database)
 {
     return QStringLiteral("[%1]\nDriver=PostgreSQL Unicode\nServername=%2\nPort=%3\nDatabase=%4\nUsername=%5\n"
-                          "Password=%6\nBoolsAsChar=0\nUseDeclareFetch=0\nTextAsLongVarchar=0\n"
+                          "Password=%6\nBoolsAsChar=0\nUseDeclareFetch=1\nFetch=100\nTextAsLongVarchar=0\n"
                           "UnknownsAsLongVarchar=0\nMaxVarcharSize=4000\n\n")
         .arg(name, env("TEMPALIA_PG_HOST"), env("TEMPALIA_PG_PORT").isEmpty() ? QStringLiteral("5432") : env("TEMPALIA_PG_PORT"),
              database, env("TEMPALIA_PG_USER"), env("TEMPALIA_PG_PASSWORD"));
@@ -63,7 +63,7 @@ void initTestProcess()
         ini = pgDsn(QStringLiteral("TEMPALIA_MAINT"), env("TEMPALIA_PG_DB").isEmpty() ? QStringLiteral("postgres") : env("TEMPALIA_PG_DB")) +
               pgDsn(QStringLiteral("RRHHODBC"), p.pgDatabase);
     } else {
-        ini = QStringLiteral("[RRHHODBC]\nDriver=SQLite3\nDatabase=%1/rrhh.sqlite\nTimeout=10000\n"
+        ini = QStringLiteral("[RRHHODBC]\nDriver=SQLite3\nDatabase=%1/rrhh.sqlite\nTimeout=10000\nStepAPI=1\n"
                              "JournalMode=WAL\nSyncPragma=NORMAL\n\n")
                   .arg(dir);
     }
