@@ -95,7 +95,7 @@ void ChartWindow::load()
     store::ShapeResult records;
     try {
         std::shared_ptr<store::Connection> conn = store::Connection::open(kShapeConnect);
-        records = store::runShape(m_consulta, [&](const QString &s) { return conn->select(s); });
+        records = store::runShapeTotals(m_consulta, [&](const QString &s) { return conn->select(s); });
     } catch (const std::exception &e) {
         MostrarError(e);
         return;

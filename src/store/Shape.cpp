@@ -900,4 +900,43 @@ ShapeResult runShape(const QString &shapeText, const ShapeStatementRunner &runIn
     return runShape(parseShape(shapeText), runInner);
 }
 
+ShapeResult runShapeTotals(const QString &shapeText, const ShapeStatementRunner &runInner)
+{
+    const ShapeCommand command = parseShape(shapeText);
+    if (command.kind != ShapeCommand::Kind::Compute || command.nested || command.statement.isEmpty() ||
+        command.by.isEmpty())
+        return runShape(command, runInner);
+    // Each row of the inner statement numbered in the order the statement gives it, so that
+    // the groups keep the order of their first row, as the grouping in the client does.
+    QStringList select = command.by;
+    for (const ShapeAggregate &a : command.aggregates) {
+        static const char *names[] = {"SUM", "COUNT", "MIN", "MAX", "AVG"};
+        const QString argument = a.column.isEmpty() ? QStringLiteral("*") : a.column;
+        select << QStringLiteral("%1(%2) AS tempalia_a%3")
+                      .arg(QLatin1String(names[int(a.function)]), argument)
+                      .arg(select.size());
+    }
+    const QString statement =
+        QStringLiteral("SELECT %1 FROM (SELECT tempalia_src.*, ROW_NUMBER() OVER () AS tempalia_rn FROM (%2) "
+                       "tempalia_src) tempalia_g GROUP BY %3 ORDER BY MIN(tempalia_rn)")
+            .arg(select.join(QStringLiteral(", ")), command.statement, command.by.join(QStringLiteral(", ")));
+    const ResultSet groups = runInner(statement);
+
+    QStringList columns = command.by;
+    for (const ShapeAggregate &aggregate : command.aggregates)
+        columns << aggregate.name;
+    ShapeRecordset result(command.alias, columns, QStringList{command.computeChapter});
+    const auto empty = std::make_shared<const ShapeRecordset>(command.alias, QStringList());
+    result.reserve(groups.rows.size());
+    for (const Row &row : groups.rows) {
+        ShapeRecordset::Record record;
+        record.values = row;
+        record.values.resize(columns.size());
+        record.values << QVariant();  // the chapter column
+        record.children.push_back(empty);
+        result.append(std::move(record));
+    }
+    return result;
+}
+
 }  // namespace store

@@ -153,6 +153,12 @@ using ShapeStatementRunner = std::function<ResultSet(const QString &statement)>;
 // Errors of runInner pass through unchanged; parse errors and names the rows don't have
 // throw StoreError 3001.
 ShapeResult runShape(const QString &shapeText, const ShapeStatementRunner &runInner);
+
+// The groups of a grouping command and their aggregates only, worked out by the store in one
+// statement (GROUP BY, groups in order of first occurrence): for callers that never open the
+// chapter of detail rows, such as the chart window over the whole archive. The chapters come
+// back empty. Any other form of command runs as runShape does.
+ShapeResult runShapeTotals(const QString &shapeText, const ShapeStatementRunner &runInner);
 ShapeResult runShape(const ShapeCommand &command, const ShapeStatementRunner &runInner);
 
 }  // namespace store
