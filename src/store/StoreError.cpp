@@ -62,7 +62,7 @@ StoreError StoreError::fromSql(const QSqlError &error, const QString &statement)
     bool ok = false;
     int number = error.nativeErrorCode().toInt(&ok);
     if (!ok)
-        number = -2147467259;  // the generic "store refused" number of the original data layer
+        number = -2147467259;  // the generic "store refused" number (E_FAIL) when the driver gives none
     QString text = error.databaseText().trimmed();
     if (text.isEmpty())
         text = error.text().trimmed();
