@@ -233,7 +233,11 @@ int Connection::execute(const QString &statement)
     return executeNative(translate(statement));
 }
 
-ResultSet Connection::selectNative(const QString &sql, const QVariantList &values, int maxRows)
+// Runs one statement, with its bound values, and hands the executed query to `use`. A
+// failure is thrown as the store's error, after a dropped connection is opened again for
+// the next statement.
+template <typename Use>
+auto Connection::run(const QString &sql, const QVariantList &values, Use use) -> decltype(use(std::declval<QSqlQuery &>()))
 {
     reopenIfClosed();
     QSqlError failure;
@@ -251,39 +255,25 @@ ResultSet Connection::selectNative(const QString &sql, const QVariantList &value
             }
         }
         if (ok)
-            return readAll(q, maxRows);
+            return use(q);
         failure = q.lastError();
     }
     recoverIfLost(failure);
     throw StoreError::fromSql(failure, sql);
 }
 
+ResultSet Connection::selectNative(const QString &sql, const QVariantList &values, int maxRows)
+{
+    return run(sql, values, [maxRows](QSqlQuery &q) { return readAll(q, maxRows); });
+}
+
 int Connection::executeNative(const QString &sql, const QVariantList &values)
 {
-    reopenIfClosed();
-    QSqlError failure;
-    {
-        QSqlQuery q(database());
-        q.setForwardOnly(true);
-        bool ok;
-        if (values.isEmpty()) {
-            ok = q.exec(sql);
-        } else {
-            ok = q.prepare(sql);
-            if (ok) {
-                bindAll(q, values);
-                ok = q.exec();
-            }
-        }
-        if (ok) {
-            const int affected = q.numRowsAffected();
-            q.finish();
-            return affected;
-        }
-        failure = q.lastError();
-    }
-    recoverIfLost(failure);
-    throw StoreError::fromSql(failure, sql);
+    return run(sql, values, [](QSqlQuery &q) {
+        const int affected = q.numRowsAffected();
+        q.finish();
+        return affected;
+    });
 }
 
 // A connection the server dropped is opened again for the next statement, so that a window

@@ -57,6 +57,8 @@ public:
 
 private:
     explicit Connection(const ConnectSpec &spec);
+    template <typename Use>
+    auto run(const QString &sql, const QVariantList &values, Use use) -> decltype(use(std::declval<QSqlQuery &>()));
     void detectBackend();
     void prepareSession();
     void recoverIfLost(const QSqlError &failure);

@@ -51,23 +51,32 @@ private:
     QList<QMetaObject::Connection> m_dataConnections;
 };
 
-// A combo over a data control's rows (DataCombo). `changed` is its Change event.
-class DataCombo : public QComboBox {
-    Q_OBJECT
+// What a DataCombo and a DataList answer alike: their RowSource, DataSource and BoundText.
+class BoundList {
 public:
-    explicit DataCombo(QWidget *parent = nullptr);
-    ListBinding &binding() { return m_binding; }
+    virtual ~BoundList() = default;
+    virtual ListBinding &binding() = 0;
+    virtual const ListBinding &binding() const = 0;
     void setRowSource(store::DataControl *rowSource, const QString &listField, const QString &boundColumn)
     {
-        m_binding.setRowSource(rowSource, listField, boundColumn);
+        binding().setRowSource(rowSource, listField, boundColumn);
     }
     void setDataSource(store::DataControl *dataSource, const QString &dataField)
     {
-        m_binding.setDataSource(dataSource, dataField);
+        binding().setDataSource(dataSource, dataField);
     }
-    void refill() { m_binding.refill(); }
-    QString boundText() const { return m_binding.boundText(); }
-    void setBoundText(const QString &text) { m_binding.setBoundText(text); }
+    void refill() { binding().refill(); }
+    QString boundText() const { return binding().boundText(); }
+    void setBoundText(const QString &text) { binding().setBoundText(text); }
+};
+
+// A combo over a data control's rows (DataCombo). `changed` is its Change event.
+class DataCombo : public QComboBox, public BoundList {
+    Q_OBJECT
+public:
+    explicit DataCombo(QWidget *parent = nullptr);
+    ListBinding &binding() override { return m_binding; }
+    const ListBinding &binding() const override { return m_binding; }
     // Chooses an item as a user would (tests and keyboard): the row source moves, Change fires.
     void choose(int index);
     bool chooseText(const QString &listText);
@@ -80,22 +89,12 @@ private:
 };
 
 // A list over a data control's rows (DataList).
-class DataList : public QListWidget {
+class DataList : public QListWidget, public BoundList {
     Q_OBJECT
 public:
     explicit DataList(QWidget *parent = nullptr);
-    ListBinding &binding() { return m_binding; }
-    void setRowSource(store::DataControl *rowSource, const QString &listField, const QString &boundColumn)
-    {
-        m_binding.setRowSource(rowSource, listField, boundColumn);
-    }
-    void setDataSource(store::DataControl *dataSource, const QString &dataField)
-    {
-        m_binding.setDataSource(dataSource, dataField);
-    }
-    void refill() { m_binding.refill(); }
-    QString boundText() const { return m_binding.boundText(); }
-    void setBoundText(const QString &text) { m_binding.setBoundText(text); }
+    ListBinding &binding() override { return m_binding; }
+    const ListBinding &binding() const override { return m_binding; }
     void choose(int index);
     bool chooseText(const QString &listText);
 

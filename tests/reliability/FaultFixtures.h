@@ -1,0 +1,211 @@
+#pragma once
+
+// What the fault tests share: filling the windows they break, a census of the store to
+// tell that nothing changed, and a PostgreSQL cluster of their own that can be stopped.
+#include "Reliability.h"
+#include "ScriptedDialogs.h"
+#include "admin/frmMantCatalogos.h"
+#include "hours/frmRegistroHoras.h"
+#include "monthclose/CierreMesJefeArea.h"
+#include "session/modPrincipal.h"
+#include "store/Connection.h"
+#include "store/DataControl.h"
+#include "ui/Application.h"
+#include "ui/DataGrid.h"
+#include "ui/DataLists.h"
+#include "ui/DatePicker.h"
+
+#include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QLineEdit>
+#include <QPointer>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <functional>
+#include <unistd.h>
+
+namespace faults {
+
+inline const QString kBusy = QStringLiteral("La base de datos está ocupada por otro usuario.");
+inline const QString kLost = QStringLiteral("Se perdió la conexión con la base de datos.");
+inline const QString kLinkMissing = QStringLiteral("Las horas quedaron guardadas, pero no se pudo guardar su rubro, materia y turno.");
+
+template <typename T>
+inline T *child(QWidget *w, const char *name)
+{
+    T *c = w->findChild<T *>(QString::fromLatin1(name));
+    if (!c)
+        qFatal("control %s not found", name);
+    return c;
+}
+
+inline void choose(QWidget *w, const char *name, const QString &text)
+{
+    if (!child<ui::DataCombo>(w, name)->chooseText(text))
+        qFatal("cannot choose %s", qPrintable(text));
+}
+
+inline void type(QLineEdit *edit, const QString &text)
+{
+    edit->setFocus();
+    edit->selectAll();
+    QTest::keyClick(edit, Qt::Key_Delete);
+    QTest::keyClicks(edit, text);
+}
+
+inline void writeFile(const QString &path, const QString &text)
+{
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    f.write(text.toUtf8());
+}
+
+// A teaching entry of 11111111 dated `date`, filled in and not yet saved.
+inline frmRegistroHoras *fillTeachingEntry(const QDate &date)
+{
+    modPrincipal::gUsuLogin = QStringLiteral("usuario");
+    modPrincipal::gFunCedula = QStringLiteral("11111111");
+    modPrincipal::gAreId = QStringLiteral("DOC");
+    modPrincipal::gPerId = 5;
+    frmRegistroHoras *w = frmRegistroHoras::open();
+    child<ui::DatePicker>(w, "dtpFechas_0")->chooseDate(date);
+    choose(w, "dtcAreas", QStringLiteral("Docencia"));
+    choose(w, "dtcActividades", QStringLiteral("Clases"));
+    choose(w, "dtcDestinos", QStringLiteral("Cursos regulares"));
+    choose(w, "dtcTipoHoras", QStringLiteral("Horas comunes"));
+    type(child<QLineEdit>(w, "txtHoras"), QStringLiteral("2,5"));
+    choose(w, "dtcRubros", QStringLiteral("Ciencias"));
+    choose(w, "dtcMaterias", QStringLiteral("Física"));
+    child<QComboBox>(w, "cboTurno")->setCurrentIndex(1);
+    child<QComboBox>(w, "cboMoneda")->setCurrentIndex(0);
+    return w;
+}
+
+// The chief's tab, on the row `id`.
+inline std::unique_ptr<CierreMesJefeArea> chiefTabOn(qlonglong id)
+{
+    modPrincipal::gUsuLogin = QStringLiteral("jefe");
+    modPrincipal::gFunCedula = QStringLiteral("22222222");
+    modPrincipal::gAreId = QStringLiteral("DOC");
+    modPrincipal::gPerId = 6;
+    auto tab = std::make_unique<CierreMesJefeArea>();
+    tab->show();
+    store::DataControl *adc = tab->adcCierreMeses();
+    for (int r = 0; r < adc->recordCount(); ++r)
+        if (adc->valueAt(r, QStringLiteral("CieMesId")).toLongLong() == id)
+            child<ui::DataGrid>(tab.get(), "dtgCierreMeses")->clickRow(r);
+    return tab;
+}
+
+inline qlonglong approvedClose(tests::TempStore &db, const QDate &cutOff)
+{
+    db.execNative(QStringLiteral("INSERT INTO CIERREMESES (FunCedula, AreId, CieMesMesCierre, CieMesAnioCierre, "
+                                 "CieMesFechaActual, CieMesFechaCierre, CieMesAprobado, CieMesDesaprobado, "
+                                 "CieMesCerrado) VALUES ('22222222', 'DOC', ?, ?, ?, ?, ?, ?, ?)"),
+                  {cutOff.month(), cutOff.year(), cutOff, cutOff, true, false, false});
+    return db.scalar(QStringLiteral("SELECT MAX(CieMesId) FROM CIERREMESES")).toLongLong();
+}
+
+// What a store looks like, to tell that nothing changed.
+struct Census {
+    int horas = 0, hhoras = 0, links = 0, areas = 0, inBoth = 0, orphanLinks = 0, closed = 0;
+    bool operator==(const Census &) const = default;
+};
+
+inline Census census(const std::function<QVariant(const QString &)> &scalar)
+{
+    Census c;
+    c.horas = scalar(QStringLiteral("SELECT COUNT(*) FROM HORAS")).toInt();
+    c.hhoras = scalar(QStringLiteral("SELECT COUNT(*) FROM HHORAS")).toInt();
+    c.links = scalar(QStringLiteral("SELECT COUNT(*) FROM HORAS_RUBROS_MATERIAS")).toInt();
+    c.areas = scalar(QStringLiteral("SELECT COUNT(*) FROM AREAS")).toInt();
+    c.inBoth = scalar(QStringLiteral("SELECT COUNT(*) FROM HORAS H WHERE EXISTS (SELECT 1 FROM HHORAS A WHERE "
+                                     "A.HorId = H.HorId)")).toInt();
+    c.orphanLinks = scalar(QStringLiteral("SELECT COUNT(*) FROM HORAS_RUBROS_MATERIAS L WHERE NOT EXISTS (SELECT 1 FROM "
+                                          "HORAS H WHERE H.HorId = L.HorId) AND NOT EXISTS (SELECT 1 FROM HHORAS A "
+                                          "WHERE A.HorId = L.HorId)")).toInt();
+    c.closed = scalar(QStringLiteral("SELECT COUNT(*) FROM CIERREMESES WHERE CieMesCerrado")).toInt();
+    return c;
+}
+
+inline Census census(tests::TempStore &db)
+{
+    return census([&](const QString &sql) { return db.scalar(sql); });
+}
+
+// A PostgreSQL cluster of this test's own in a temporary folder; run as the user postgres
+// when the tests run as root, as initdb refuses root.
+class OwnCluster {
+public:
+    bool start()
+    {
+        const QStringList bins = QDir(QStringLiteral("/usr/lib/postgresql")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+        if (bins.isEmpty() || !m_dir.isValid())
+            return false;
+        m_bin = QStringLiteral("/usr/lib/postgresql/%1/bin/").arg(bins.last());
+        m_port = 41000 + int(QCoreApplication::applicationPid() % 9000);
+        m_user = getuid() == 0 ? QStringLiteral("postgres") : qEnvironmentVariable("USER", QStringLiteral("postgres"));
+        if (getuid() == 0 && QProcess::execute(QStringLiteral("chown"), {QStringLiteral("postgres"), m_dir.path()}) != 0)
+            return false;
+        if (run({m_bin + QStringLiteral("initdb"), QStringLiteral("-D"), data(), QStringLiteral("-A"),
+                 QStringLiteral("trust"), QStringLiteral("-U"), m_user, QStringLiteral("-E"), QStringLiteral("UTF8")}) != 0)
+            return false;
+        return resume();
+    }
+    bool resume()
+    {
+        return run({m_bin + QStringLiteral("pg_ctl"), QStringLiteral("-D"), data(), QStringLiteral("-l"),
+                    m_dir.path() + QStringLiteral("/log"), QStringLiteral("-w"), QStringLiteral("-o"),
+                    QStringLiteral("-p %1 -k %2 -c listen_addresses=127.0.0.1 -c fsync=off").arg(m_port).arg(m_dir.path()),
+                    QStringLiteral("start")}) == 0;
+    }
+    QStringList stopCommand() const
+    {
+        return wrap({m_bin + QStringLiteral("pg_ctl"), QStringLiteral("-D"), data(), QStringLiteral("-m"),
+                     QStringLiteral("fast"), QStringLiteral("stop")});
+    }
+    void stop() { run({m_bin + QStringLiteral("pg_ctl"), QStringLiteral("-D"), data(), QStringLiteral("-m"),
+                       QStringLiteral("fast"), QStringLiteral("stop")}); }
+    QString dsn() const
+    {
+        return QStringLiteral("[RRHHODBC]\nDriver=PostgreSQL Unicode\nServername=127.0.0.1\nPort=%1\nDatabase=postgres\n"
+                              "Username=%2\nPassword=\nBoolsAsChar=0\nUseDeclareFetch=0\nTextAsLongVarchar=0\n"
+                              "UnknownsAsLongVarchar=0\nMaxVarcharSize=4000\n\n")
+            .arg(m_port)
+            .arg(m_user);
+    }
+    // psql on the cluster, reading its statements from stdin.
+    QStringList psql() const
+    {
+        return {m_bin + QStringLiteral("psql"), QStringLiteral("-h"), QStringLiteral("127.0.0.1"), QStringLiteral("-p"),
+                QString::number(m_port), QStringLiteral("-U"), m_user, QStringLiteral("-d"), QStringLiteral("postgres"),
+                QStringLiteral("-qAt")};
+    }
+
+private:
+    QString data() const { return m_dir.path() + QStringLiteral("/data"); }
+    QStringList wrap(const QStringList &cmd) const
+    {
+        return getuid() == 0 ? QStringList{QStringLiteral("runuser"), QStringLiteral("-u"), QStringLiteral("postgres"),
+                                           QStringLiteral("--")} + cmd
+                             : cmd;
+    }
+    int run(const QStringList &cmd) const
+    {
+        const QStringList full = wrap(cmd);
+        QProcess p;
+        p.setProcessChannelMode(QProcess::MergedChannels);
+        p.start(full.first(), full.mid(1));
+        p.waitForFinished(60000);
+        return p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
+    }
+
+    QTemporaryDir m_dir;
+    QString m_bin;
+    QString m_user;
+    int m_port = 0;
+};
+
+}  // namespace faults

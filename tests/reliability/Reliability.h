@@ -1,0 +1,233 @@
+#pragma once
+
+// What the reliability tests share: a user of the store in a process of its own (the
+// driver program), staff to give those users, and a look at every hour row of the store.
+#include "TempStore.h"
+
+#include <QDate>
+#include <QElapsedTimer>
+#include <QHash>
+#include <QProcess>
+#include <QStringList>
+#include <QTest>
+
+#include <memory>
+
+namespace reliability {
+
+// Sizes of the concurrent runs: small by default, larger through scripts/stress.
+inline int envInt(const char *name, int fallback)
+{
+    bool ok = false;
+    const int v = qEnvironmentVariableIntValue(name, &ok);
+    return ok && v > 0 ? v : fallback;
+}
+inline int processes() { return envInt("TEMPALIA_REL_PROCESSES", 4); }
+inline int entriesPerProcess() { return envInt("TEMPALIA_REL_ENTRIES", 100); }
+
+// One driver process. It inherits this process's environment, and so its data source.
+class Driver {
+public:
+    explicit Driver(const QStringList &args, const QProcessEnvironment &env = QProcessEnvironment::systemEnvironment())
+    {
+        m_process.setProcessEnvironment(env);
+        m_process.setProcessChannelMode(QProcess::SeparateChannels);
+        m_process.start(QStringLiteral(TEMPALIA_DRIVER_PATH), args);
+    }
+    ~Driver()
+    {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished(5000);
+        }
+    }
+
+    // Reads what the driver has printed so far.
+    void poll()
+    {
+        m_process.waitForReadyRead(0);
+        while (m_process.canReadLine())
+            m_lines << QString::fromUtf8(m_process.readLine()).trimmed();
+    }
+    // Waits until a line starting with `prefix` has come (true) or the time is up.
+    bool waitFor(const QString &prefix, int ms = 60000)
+    {
+        QElapsedTimer t;
+        t.start();
+        for (;;) {
+            poll();
+            for (const QString &l : std::as_const(m_lines))
+                if (l.startsWith(prefix))
+                    return true;
+            if (m_process.state() == QProcess::NotRunning || t.elapsed() > ms) {
+                poll();
+                return std::any_of(m_lines.cbegin(), m_lines.cend(),
+                                   [&](const QString &l) { return l.startsWith(prefix); });
+            }
+            m_process.waitForReadyRead(100);
+        }
+    }
+    int countOf(const QString &prefix)
+    {
+        poll();
+        return int(std::count_if(m_lines.cbegin(), m_lines.cend(), [&](const QString &l) { return l.startsWith(prefix); }));
+    }
+    void go() { m_process.write("go\n"); }
+    // Waits for the end; true when the process ended by itself with exit code 0.
+    bool finish(int ms = 120000)
+    {
+        const bool ended = m_process.waitForFinished(ms);
+        poll();
+        m_lines << QString::fromUtf8(m_process.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        m_stderr = QString::fromUtf8(m_process.readAllStandardError());
+        return ended && m_process.exitStatus() == QProcess::NormalExit && m_process.exitCode() == 0;
+    }
+    QStringList lines()
+    {
+        poll();
+        return m_lines;
+    }
+    QStringList linesStarting(const QString &prefix)
+    {
+        QStringList out;
+        for (const QString &l : lines())
+            if (l.startsWith(prefix))
+                out << l;
+        return out;
+    }
+    QString report() { return lines().join(QLatin1Char('\n')) + QStringLiteral("\n[stderr]\n") + m_stderr; }
+
+private:
+    QProcess m_process;
+    QStringList m_lines;
+    QString m_stderr;
+};
+
+// A staff member of the area DOC with one contract, for one driver.
+inline void addStaff(tests::TempStore &db, const QString &cedula)
+{
+    db.execNative(QStringLiteral("INSERT INTO FUNCIONARIOS (FunCedula, FunNombres, FunApellidos, FunTelefonos, "
+                                 "FunDireccion, FunFacturador) VALUES (?, ?, ?, ?, ?, ?)"),
+                  {cedula, QStringLiteral("Usuario"), cedula, QStringLiteral("-"), QStringLiteral("-"), false});
+    db.execNative(QStringLiteral("INSERT INTO FUNCIONARIOS_INSTITUTOS (FunCedula, InsId, AreId, FunInsCategoria, "
+                                 "FunInsHoras_Semanales, FunInsValor_Hora, FunInsMoneda, FunInsInicio, FunInsFinal, "
+                                 "FunInsFinContrato) VALUES (?, 'CEN', 'DOC', 'A', 20, 350, 'Pesos Uruguayos', ?, ?, ?)"),
+                  {cedula, QDate(2020, 1, 1), QDate(2040, 12, 31), false});
+}
+
+inline QString staffCedula(int process) { return QStringLiteral("910000%1").arg(process, 2, 10, QLatin1Char('0')); }
+
+// One entry as a driver reported it.
+struct Entry {
+    qlonglong horId = 0;
+    QString cedula;
+    QDate date;
+    double hours = 0;
+    bool teaching = false;
+    QString rub, mat, turno;
+};
+
+// Reads "OK <i> <horid> <date> <hours> <teaching> <rub> <mat> <turno>" lines.
+inline QList<Entry> entriesOf(const QStringList &lines, const QString &cedula)
+{
+    QList<Entry> out;
+    for (const QString &l : lines) {
+        const QStringList f = l.split(QLatin1Char(' '));
+        if (f.value(0) != QLatin1String("OK") || f.size() < 9)
+            continue;
+        Entry e;
+        e.horId = f[2].toLongLong();
+        e.cedula = cedula;
+        e.date = QDate::fromString(f[3], Qt::ISODate);
+        e.hours = f[4].toDouble();
+        e.teaching = f[5] == QLatin1String("1");
+        e.rub = f[6];
+        e.mat = f[7];
+        e.turno = f[8];
+        out << e;
+    }
+    return out;
+}
+
+// An hour row as the store holds it, in HORAS or in the archive.
+struct StoredRow {
+    QString table;
+    QString cedula;
+    QString area;
+    QDate date;
+    double hours = 0;
+};
+
+inline QMultiHash<qlonglong, StoredRow> hourRows(tests::TempStore &db)
+{
+    QMultiHash<qlonglong, StoredRow> rows;
+    for (const char *table : {"HORAS", "HHORAS"}) {
+        const store::ResultSet rs = db.selectNative(
+            QStringLiteral("SELECT HorId, FunCedula, AreId, HorFecha, HorHoras FROM %1").arg(QLatin1String(table)));
+        for (const store::Row &r : rs.rows)
+            rows.insert(r.value(0).toLongLong(), StoredRow{QLatin1String(table), r.value(1).toString().trimmed(),
+                                                           r.value(2).toString().trimmed(), r.value(3).toDate(),
+                                                           r.value(4).toDouble()});
+    }
+    return rows;
+}
+
+struct Link {
+    QString rub, mat, turno;
+};
+
+inline QMultiHash<qlonglong, Link> links(tests::TempStore &db)
+{
+    QMultiHash<qlonglong, Link> out;
+    const store::ResultSet rs =
+        db.selectNative(QStringLiteral("SELECT HorId, RubId, MatId, HorRubMatTurno FROM HORAS_RUBROS_MATERIAS"));
+    for (const store::Row &r : rs.rows)
+        out.insert(r.value(0).toLongLong(),
+                   Link{r.value(1).toString().trimmed(), r.value(2).toString().trimmed(), r.value(3).toString().trimmed()});
+    return out;
+}
+
+// Every reported entry stands exactly once, in one of HORAS and HHORAS, as it was typed,
+// with its teaching link (and only teaching entries have one); the staff of the drivers
+// has no row that no driver reported. An empty string when all holds, else what is wrong.
+inline QString checkEntries(tests::TempStore &db, const QList<Entry> &entries, const QStringList &cedulas)
+{
+    const auto rows = hourRows(db);
+    const auto linkRows = links(db);
+    QStringList problems;
+    QSet<qlonglong> reported;
+    for (const Entry &e : entries) {
+        reported.insert(e.horId);
+        const QList<StoredRow> found = rows.values(e.horId);
+        if (found.size() != 1) {
+            problems << QStringLiteral("HorId %1 stands %2 times").arg(e.horId).arg(found.size());
+            continue;
+        }
+        const StoredRow &r = found.front();
+        if (r.cedula != e.cedula || r.date != e.date || qAbs(r.hours - e.hours) > 1e-6)
+            problems << QStringLiteral("HorId %1 holds %2 %3 %4, typed %5 %6 %7")
+                            .arg(e.horId)
+                            .arg(r.cedula, r.date.toString(Qt::ISODate))
+                            .arg(r.hours)
+                            .arg(e.cedula, e.date.toString(Qt::ISODate))
+                            .arg(e.hours);
+        const QList<Link> l = linkRows.values(e.horId);
+        if (e.teaching) {
+            if (l.size() != 1 || l.front().rub != e.rub || l.front().mat != e.mat || l.front().turno != e.turno)
+                problems << QStringLiteral("HorId %1: teaching link wrong (%2 rows)").arg(e.horId).arg(l.size());
+        } else if (!l.isEmpty()) {
+            problems << QStringLiteral("HorId %1: a link on an entry that isn't teaching").arg(e.horId);
+        }
+    }
+    for (auto it = rows.cbegin(); it != rows.cend(); ++it)
+        if (cedulas.contains(it->cedula) && !reported.contains(it.key()))
+            problems << QStringLiteral("HorId %1 of %2 stored but never reported").arg(it.key()).arg(it->cedula);
+    for (auto it = linkRows.cbegin(); it != linkRows.cend(); ++it)
+        if (!rows.contains(it.key()))
+            problems << QStringLiteral("link of HorId %1 points at no entry").arg(it.key());
+    if (problems.size() > 20)
+        problems = problems.mid(0, 20) << QStringLiteral("...");
+    return problems.join(QLatin1Char('\n'));
+}
+
+}  // namespace reliability

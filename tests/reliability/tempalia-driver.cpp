@@ -1,0 +1,308 @@
+// tempalia-driver: one user of the store in a process of its own, for the reliability
+// tests. It opens the real windows headless on the data source RRHHODBC named by the
+// ODBCSYSINI / ODBCINI it inherits, performs the actions it is told, answers every box
+// through the dialog seam and prints one line per action with its outcome:
+//
+//   entry <cedula> <count> <first date yyyy-MM-dd>
+//       <count> entries through frmRegistroHoras, every other one teaching; entry i is
+//       dated <first date> + i/4 days and has 1 + (i%4)/4 hours, so each one can be told
+//       from the others. Prints "OK <i> <horid> <date> <hours> <teaching 0|1> <rub> <mat>
+//       <turno>" or "ERROR <i> <what the boxes said>".
+//   close <CieMesId> <area> <chief cedula>
+//       the chief's close of that row through the tab "Cierre de mes", answering Yes.
+//       Prints "CLOSED" or "ERROR <boxes>".
+//   edit <horid> <hours>
+//       frmModificoHoras on that entry, the hours typed; prints "READY", waits for a line
+//       on stdin, then presses cmdGuardar: "SAVED" or "ERROR <boxes>" and "WINDOW open"
+//       or "WINDOW closed".
+//   area <key> <description>
+//       frmMantAreas: cmdNuevo, key and description typed; "READY", waits for a line on
+//       stdin, cmdGuardar: "SAVED" or "ERROR <boxes>", then "WINDOW open <key typed>"
+//       when the window still holds the row.
+//   login <login> <password>
+//       frmLogin with what is typed, cmdOK: "LOGGED <gFunCedula> <gPerId>" or "ERROR <boxes>".
+//
+// Every line ends with "DONE" and the process exits 0; an exception that reaches the top
+// prints "FATAL <message>" and exits 3. A crash is what the tests look for otherwise.
+#include "ScriptedDialogs.h"
+#include "admin/frmMantCatalogos.h"
+#include "hours/frmModificoHoras.h"
+#include "hours/frmRegistroHoras.h"
+#include "monthclose/CierreMesJefeArea.h"
+#include "session/frmLogin.h"
+#include "session/modPrincipal.h"
+#include "store/DataControl.h"
+#include "store/StoreError.h"
+#include "ui/Application.h"
+#include "ui/DataGrid.h"
+#include "ui/DataLists.h"
+#include "ui/DatePicker.h"
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPointer>
+#include <QPushButton>
+#include <QTest>
+
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <string>
+
+namespace {
+
+void say(const QString &line)
+{
+    std::fputs(line.toUtf8().constData(), stdout);
+    std::fputc('\n', stdout);
+    std::fflush(stdout);
+}
+
+void waitForGo()
+{
+    std::string line;
+    std::getline(std::cin, line);
+}
+
+QString boxes(const ScriptedDialogs &dialogs)
+{
+    QStringList texts = dialogs.texts();
+    for (QString &t : texts)
+        t.replace(QLatin1Char('\n'), QLatin1Char(' '));
+    return texts.join(QStringLiteral(" | "));
+}
+
+void flushDeletes()
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+template <typename T>
+T *child(QWidget *w, const char *name)
+{
+    T *c = w->findChild<T *>(QString::fromLatin1(name));
+    if (!c)
+        throw std::runtime_error(std::string("control not found: ") + name);
+    return c;
+}
+
+void choose(QWidget *w, const char *name, const QString &text)
+{
+    auto *c = child<ui::DataCombo>(w, name);
+    if (!c->isEnabled() || !c->chooseText(text))
+        throw std::runtime_error(std::string("cannot choose ") + text.toStdString() + " in " + name);
+}
+
+void chooseFixed(QWidget *w, const char *name, const QString &text)
+{
+    auto *c = child<QComboBox>(w, name);
+    c->setCurrentIndex(c->findText(text));
+}
+
+void type(QLineEdit *edit, const QString &text)
+{
+    edit->setFocus();
+    edit->selectAll();
+    QTest::keyClick(edit, Qt::Key_Delete);
+    QTest::keyClicks(edit, text);
+}
+
+void login(const QString &cedula, const QString &area, qint16 perId)
+{
+    modPrincipal::gUsuLogin = QStringLiteral("driver");
+    modPrincipal::gFunCedula = cedula;
+    modPrincipal::gAreId = area;
+    modPrincipal::gPerId = perId;
+}
+
+int entries(const QStringList &args)
+{
+    const QString cedula = args.value(0);
+    const int count = args.value(1).toInt();
+    const QDate first = QDate::fromString(args.value(2), Qt::ISODate);
+    login(cedula, QStringLiteral("DOC"), 5);
+    int failed = 0;
+    for (int i = 0; i < count; ++i) {
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        const bool teaching = i % 2 == 0;
+        const QDate date = first.addDays(i / 4);
+        const double hours = 1 + (i % 4) * 0.25;
+        const QString rub = QStringLiteral("CIE");
+        const QString mat = (i / 2) % 2 == 0 ? QStringLiteral("FIS") : QStringLiteral("MAT");
+        const QString turno = (i / 2) % 3 == 0 ? QStringLiteral("Mañana") : QStringLiteral("Noche");
+        QPointer<frmRegistroHoras> w;
+        try {
+            w = frmRegistroHoras::open();
+        } catch (const std::exception &e) {
+            ui::showError(e);
+        }
+        if (w) {
+            child<ui::DatePicker>(w, "dtpFechas_0")->chooseDate(date);
+            choose(w, "dtcAreas", QStringLiteral("Docencia"));
+            choose(w, "dtcActividades", teaching ? QStringLiteral("Clases") : QStringLiteral("Reuniones"));
+            choose(w, "dtcDestinos", QStringLiteral("Cursos regulares"));
+            choose(w, "dtcTipoHoras", QStringLiteral("Horas comunes"));
+            type(child<QLineEdit>(w, "txtHoras"), QLocale(QLocale::Spanish, QLocale::Uruguay).toString(hours, 'f', 2));
+            chooseFixed(w, "cboMoneda", QStringLiteral("Pesos Uruguayos"));
+            if (teaching) {
+                choose(w, "dtcRubros", QStringLiteral("Ciencias"));
+                choose(w, "dtcMaterias", mat == QLatin1String("FIS") ? QStringLiteral("Física")
+                                                                     : QStringLiteral("Matemática"));
+                chooseFixed(w, "cboTurno", turno);
+            }
+            QTest::mouseClick(child<QPushButton>(w, "cmdGuardar"), Qt::LeftButton);
+        }
+        const QVariant horId = w ? w->storedHorId() : QVariant();
+        const bool stillOpen = w && w->isVisible();
+        if (dialogs.count() == 0 && !stillOpen && !horId.isNull()) {
+            say(QStringLiteral("OK %1 %2 %3 %4 %5 %6 %7 %8")
+                    .arg(i)
+                    .arg(horId.toLongLong())
+                    .arg(date.toString(Qt::ISODate))
+                    .arg(hours, 0, 'f', 2)
+                    .arg(teaching ? 1 : 0)
+                    .arg(teaching ? rub : QStringLiteral("-"), teaching ? mat : QStringLiteral("-"),
+                         teaching ? turno : QStringLiteral("-")));
+        } else {
+            ++failed;
+            say(QStringLiteral("ERROR %1 %2 stored=%3").arg(i).arg(boxes(dialogs), horId.toString()));
+        }
+        if (w)
+            w->close();
+        flushDeletes();
+    }
+    say(QStringLiteral("DONE ok=%1 errors=%2").arg(count - failed).arg(failed));
+    return 0;
+}
+
+int closeMonth(const QStringList &args)
+{
+    const qlonglong id = args.value(0).toLongLong();
+    login(args.value(2), args.value(1), 6);
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+    CierreMesJefeArea tab;
+    tab.show();
+    store::DataControl *adc = tab.adcCierreMeses();
+    auto *grid = child<ui::DataGrid>(&tab, "dtgCierreMeses");
+    bool found = false;
+    for (int r = 0; r < adc->recordCount() && !found; ++r) {
+        if (adc->valueAt(r, QStringLiteral("CieMesId")).toLongLong() == id) {
+            grid->clickRow(r);
+            found = adc->value(QStringLiteral("CieMesId")).toLongLong() == id;
+        }
+    }
+    if (!found) {
+        say(QStringLiteral("ERROR row %1 not in the list").arg(id));
+    } else {
+        dialogs.answerNext(ui::Answer::Yes);
+        child<QPushButton>(&tab, "cmdCerrar")->click();
+        // The confirmation is the one box a good close shows.
+        if (dialogs.count() == 1 && dialogs.last().buttons == ui::Buttons::YesNo)
+            say(QStringLiteral("CLOSED"));
+        else
+            say(QStringLiteral("ERROR ") + boxes(dialogs));
+    }
+    say(QStringLiteral("DONE"));
+    return 0;
+}
+
+int editEntry(const QStringList &args)
+{
+    login(QStringLiteral("11111111"), QStringLiteral("DOC"), 5);
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+    QPointer<frmModificoHoras> w = frmModificoHoras::open(args.value(0).toInt());
+    if (!w) {
+        say(QStringLiteral("ERROR ") + boxes(dialogs));
+        say(QStringLiteral("DONE"));
+        return 0;
+    }
+    type(child<QLineEdit>(w, "txtHoras"), args.value(1));
+    say(QStringLiteral("READY"));
+    waitForGo();
+    QTest::mouseClick(child<QPushButton>(w, "cmdGuardar"), Qt::LeftButton);
+    say(dialogs.count() == 0 ? QStringLiteral("SAVED") : QStringLiteral("ERROR ") + boxes(dialogs));
+    say(w && w->isVisible() ? QStringLiteral("WINDOW open ") + child<QLineEdit>(w, "txtHoras")->text()
+                            : QStringLiteral("WINDOW closed"));
+    if (w)
+        w->close();
+    flushDeletes();
+    say(QStringLiteral("DONE"));
+    return 0;
+}
+
+int newArea(const QStringList &args)
+{
+    login(QStringLiteral("33333333"), QStringLiteral("ADM"), 7);
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+    auto *w = new frmMantAreas;
+    QPointer<frmMantAreas> guard(w);
+    w->show();
+    child<QPushButton>(w, "cmdNuevo")->click();
+    type(child<QLineEdit>(w, "txtCodigo"), args.value(0));
+    type(child<QLineEdit>(w, "txtDescripcion"), args.value(1));
+    say(QStringLiteral("READY"));
+    waitForGo();
+    child<QPushButton>(w, "cmdGuardar")->click();
+    say(dialogs.count() == 0 ? QStringLiteral("SAVED") : QStringLiteral("ERROR ") + boxes(dialogs));
+    if (guard && guard->isVisible() && !child<QPushButton>(w, "cmdNuevo")->isEnabled())
+        say(QStringLiteral("WINDOW open ") + child<QLineEdit>(w, "txtCodigo")->text());
+    else
+        say(QStringLiteral("WINDOW browsing"));
+    delete guard.data();
+    say(QStringLiteral("DONE"));
+    return 0;
+}
+
+int logIn(const QStringList &args)
+{
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+    std::unique_ptr<frmLogin> w;
+    try {
+        w = std::make_unique<frmLogin>();
+    } catch (const std::exception &e) {
+        ui::showError(e);
+    }
+    if (w) {
+        w->show();
+        type(child<QLineEdit>(w.get(), "txtLogin"), args.value(0));
+        type(child<QLineEdit>(w.get(), "txtPassword"), args.value(1));
+        child<QPushButton>(w.get(), "cmdOK")->click();
+    }
+    if (w && w->LoginSucceeded)
+        say(QStringLiteral("LOGGED %1 %2").arg(modPrincipal::gFunCedula).arg(modPrincipal::gPerId));
+    else
+        say(QStringLiteral("ERROR ") + boxes(dialogs));
+    say(QStringLiteral("DONE"));
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char *argv[])
+{
+    ui::Application app(argc, argv);
+    QStringList args = app.arguments().mid(1);
+    const QString action = args.isEmpty() ? QString() : args.takeFirst();
+    try {
+        if (action == QLatin1String("entry"))
+            return entries(args);
+        if (action == QLatin1String("close"))
+            return closeMonth(args);
+        if (action == QLatin1String("edit"))
+            return editEntry(args);
+        if (action == QLatin1String("area"))
+            return newArea(args);
+        if (action == QLatin1String("login"))
+            return logIn(args);
+    } catch (const std::exception &e) {
+        say(QStringLiteral("FATAL ") + QString::fromStdString(e.what()).replace(QLatin1Char('\n'), QLatin1Char(' ')));
+        return 3;
+    }
+    say(QStringLiteral("FATAL unknown action ") + action);
+    return 2;
+}
