@@ -2,6 +2,7 @@
 
 #include "store/DataControl.h"
 #include "store/StoreError.h"
+#include "ui/DataLists.h"
 #include "ui/Dialogs.h"
 #include "ui/FieldBinding.h"
 
@@ -13,15 +14,6 @@
 #include <QVBoxLayout>
 
 namespace admin {
-
-ui::GridColumn column(const QString &heading, const QString &field, const QString &mask)
-{
-    ui::GridColumn c;
-    c.heading = heading;
-    c.field = field;
-    c.mask = mask;
-    return c;
-}
 
 MaintenanceWindow::MaintenanceWindow(const MaintenanceSpec &spec, QWidget *parent)
     : QWidget(parent, Qt::Window), m_spec(spec)
@@ -130,28 +122,80 @@ void MaintenanceWindow::showRefusal(const std::exception &error)
                ui::Icon::Exclamation, this);
 }
 
-void MaintenanceWindow::cmdNuevo_Click()
+bool MaintenanceWindow::written(const std::function<void()> &write, const std::function<void()> &undo)
 {
     try {
-        m_adc->addNew();
+        write();
     } catch (const store::StoreError &e) {
-        // A pending change that the store refused when the new row pushed it out.
+        if (undo)
+            undo();
         showRefusal(e);
-        return;
+        return false;
     }
+    return true;
+}
+
+bool MaintenanceWindow::newRowPending()
+{
+    if (!m_adc->isNewRow())
+        return false;
+    ui::msgBox(QStringLiteral("Guarde primero el registro nuevo."), {}, ui::Icon::Exclamation, this);
+    return true;
+}
+
+int MaintenanceWindow::findLinks(store::DataControl *links, const QString &statement)
+{
+    links->setRecordSource(statement);
+    links->refresh();
+    links->refresh();
+    return links->recordCount();
+}
+
+bool MaintenanceWindow::addLink(store::DataControl *links, const QList<QPair<QString, QVariant>> &values)
+{
+    const bool ok = written(
+        [&] {
+            links->addNew();
+            for (const auto &value : values)
+                links->setValue(value.first, value.second);
+            links->update();
+        },
+        [&] { links->cancelUpdate(); });
+    if (!ok)
+        return false;
+    links->refresh();
+    links->refresh();
+    return true;
+}
+
+void MaintenanceWindow::removeLink(store::DataControl *links)
+{
+    written([&] { links->deleteCurrent(); });
+    links->refresh();
+    links->refresh();
+}
+
+void MaintenanceWindow::showLinks(store::DataControl *rows, const QString &statement, ui::BoundList *list)
+{
+    rows->setRecordSource(statement);
+    rows->refresh();
+    rows->refresh();
+    list->refill();
+}
+
+void MaintenanceWindow::cmdNuevo_Click()
+{
+    // A pending change that the store refuses when the new row pushes it out stops here.
+    if (!written([&] { m_adc->addNew(); }))
+        return;
     cmdNuevo->setEnabled(false);
     cmdGuardar->setEnabled(true);
 }
 
 void MaintenanceWindow::cmdGuardar_Click()
 {
-    try {
-        if (m_adc->hasCurrentRow())
-            m_adc->update();
-    } catch (const store::StoreError &e) {
-        showRefusal(e);
+    if (m_adc->hasCurrentRow() && !written([&] { m_adc->update(); }))
         return;
-    }
     m_adc->refresh();
     m_adc->refresh();
     m_grid->refresh();

@@ -3,8 +3,12 @@
 #include "ui/DataGrid.h"
 
 #include <QList>
+#include <QPair>
 #include <QString>
+#include <QVariant>
 #include <QWidget>
+
+#include <functional>
 
 class QFormLayout;
 class QLineEdit;
@@ -14,11 +18,13 @@ class QVBoxLayout;
 namespace store {
 class DataControl;
 }
+namespace ui {
+class BoundList;
+}
 
 namespace admin {
 
-// A grid column over a field, with an optional display mask.
-ui::GridColumn column(const QString &heading, const QString &field, const QString &mask = {});
+using ui::column;
 
 // What tells one maintenance window from another: its names, its data control and
 // statement, its grid, and (for the catalogues) the key and description columns that
@@ -78,6 +84,22 @@ protected:
     virtual void currentRowChanged(bool onRow);
     // Shows the store's refusal in a box; the window stays as it was.
     void showRefusal(const std::exception &error);
+    // Runs `write`; if the store refuses it, runs `undo` (when given), shows the refusal and
+    // returns false.
+    bool written(const std::function<void()> &write, const std::function<void()> &undo = {});
+    // A new row not saved yet: says so ("Guarde primero el registro nuevo.") and returns true.
+    bool newRowPending();
+
+    // Link tables (rows that tie the current row to rows of another table), written at once.
+    // Runs `statement` on the link table's data control and returns how many rows it found.
+    static int findLinks(store::DataControl *links, const QString &statement);
+    // Adds a link row with `values`, in that order. A refusal drops the row and is shown, and
+    // gives false; otherwise the data control is read again.
+    bool addLink(store::DataControl *links, const QList<QPair<QString, QVariant>> &values);
+    // Deletes the link row `links` stands on (a refusal is shown) and reads it again.
+    void removeLink(store::DataControl *links);
+    // Runs `statement` on the data control behind `list` and fills the list again.
+    static void showLinks(store::DataControl *rows, const QString &statement, ui::BoundList *list);
 
     QPushButton *cmdNuevo;
     QPushButton *cmdGuardar;

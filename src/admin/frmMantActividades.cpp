@@ -2,7 +2,6 @@
 
 #include "store/DataControl.h"
 #include "store/SqlValue.h"
-#include "store/StoreError.h"
 #include "ui/DataLists.h"
 #include "ui/Dialogs.h"
 #include "ui/FieldBinding.h"
@@ -44,6 +43,19 @@ QPushButton *button(QWidget *parent, const char *name, const QString &caption)
     auto *b = new QPushButton(caption, parent);
     b->setObjectName(QString::fromLatin1(name));
     return b;
+}
+
+// The link of an activity to an area, and to a pair of subject group and subject.
+QString areaLink(const QString &actid, const QString &areid)
+{
+    return QStringLiteral("SELECT * FROM AREAS_ACTIVIDADES WHERE ACTID=") + text(actid) +
+           QStringLiteral(" AND AREID=") + text(areid);
+}
+
+QString subjectLink(const QString &actid, const QString &rubid, const QString &matid)
+{
+    return QStringLiteral("SELECT * FROM DOCENTES_RUBROS_MATERIAS WHERE ACTID=") + text(actid) +
+           QStringLiteral(" AND RUBID=") + text(rubid) + QStringLiteral(" AND MATID=") + text(matid);
 }
 
 // The current row's column, or an empty text when there is no row to read.
@@ -147,21 +159,16 @@ void frmMantActividades::currentRowChanged(bool onRow)
 
 void frmMantActividades::refreshAreaLinks()
 {
-    adcAreasActividades2->setRecordSource(
-        QStringLiteral("SELECT * FROM AREAS_ACTIVIDADES AA, AREAS A WHERE AA.AREID=A.AREID AND AA.ACTID=") +
-        text(actividad(QStringLiteral("ActId"))));
-    adcAreasActividades2->refresh();
-    adcAreasActividades2->refresh();
-    dtlAreasActividades->refill();
+    showLinks(adcAreasActividades2,
+              QStringLiteral("SELECT * FROM AREAS_ACTIVIDADES AA, AREAS A WHERE AA.AREID=A.AREID AND AA.ACTID=") +
+                  text(actividad(QStringLiteral("ActId"))),
+              dtlAreasActividades);
 }
 
 void frmMantActividades::refreshSubjectLinks()
 {
-    adcDocentesRubrosMaterias2->setRecordSource(kDrmList + QStringLiteral(" AND DRM.ACTID=") +
-                                                text(actividad(QStringLiteral("ActId"))));
-    adcDocentesRubrosMaterias2->refresh();
-    adcDocentesRubrosMaterias2->refresh();
-    dtlMaterias->refill();
+    showLinks(adcDocentesRubrosMaterias2,
+              kDrmList + QStringLiteral(" AND DRM.ACTID=") + text(actividad(QStringLiteral("ActId"))), dtlMaterias);
 }
 
 void frmMantActividades::chkDocente_Click()
@@ -183,17 +190,9 @@ void frmMantActividades::dtcMaterias_Change()
     dtcRubros->refill();
 }
 
-bool frmMantActividades::newActivityPending()
-{
-    if (!dataControl()->isNewRow())
-        return false;
-    ui::msgBox(QStringLiteral("Guarde primero el registro nuevo."), {}, ui::Icon::Exclamation, this);
-    return true;
-}
-
 void frmMantActividades::cmdAgregar_Click()
 {
-    if (newActivityPending())
+    if (newRowPending())
         return;
     const QString areid = dtcAreas->boundText();
     if (areid.isEmpty()) {
@@ -201,40 +200,21 @@ void frmMantActividades::cmdAgregar_Click()
         return;
     }
     const QString actid = actividad(QStringLiteral("ActId"));
-    adcAreasActividades->setRecordSource(QStringLiteral("SELECT * FROM AREAS_ACTIVIDADES WHERE ACTID=") +
-                                         text(actid) + QStringLiteral(" AND AREID=") + text(areid));
-    adcAreasActividades->refresh();
-    adcAreasActividades->refresh();
-    if (adcAreasActividades->recordCount() != 0) {
+    if (findLinks(adcAreasActividades, areaLink(actid, areid)) != 0) {
         ui::msgBox(QStringLiteral("El área %1 ya realiza la actividad %2")
                        .arg(current(adcAreas, QStringLiteral("AreDescripcion")),
                             actividad(QStringLiteral("ActDescripcion"))));
         return;
     }
-    try {
-        adcAreasActividades->addNew();
-        adcAreasActividades->setValue(QStringLiteral("ActId"), actid);
-        adcAreasActividades->setValue(QStringLiteral("AreId"), areid);
-        adcAreasActividades->update();
-    } catch (const store::StoreError &e) {
-        adcAreasActividades->cancelUpdate();
-        showRefusal(e);
-        return;
-    }
-    adcAreasActividades->refresh();
-    adcAreasActividades->refresh();
-    refreshAreaLinks();
+    if (addLink(adcAreasActividades, {{QStringLiteral("ActId"), actid}, {QStringLiteral("AreId"), areid}}))
+        refreshAreaLinks();
 }
 
 void frmMantActividades::cmdQuitar_Click()
 {
     const QString areid = dtlAreasActividades->boundText();
     const QString actid = actividad(QStringLiteral("ActId"));
-    adcAreasActividades->setRecordSource(QStringLiteral("SELECT * FROM AREAS_ACTIVIDADES WHERE ACTID=") +
-                                         text(actid) + QStringLiteral(" AND AREID=") + text(areid));
-    adcAreasActividades->refresh();
-    adcAreasActividades->refresh();
-    if (adcAreasActividades->recordCount() != 1) {
+    if (findLinks(adcAreasActividades, areaLink(actid, areid)) != 1) {
         ui::msgBox(QStringLiteral("El área %1 no realiza la actividad %2")
                        .arg(current(adcAreas, QStringLiteral("AreDescripcion")),
                             actividad(QStringLiteral("ActDescripcion"))));
@@ -243,19 +223,13 @@ void frmMantActividades::cmdQuitar_Click()
     if (!ui::ask(QStringLiteral("Esta seguro que desea quitar %1 ?").arg(areid), QStringLiteral("Confirmación"),
                  ui::Icon::Question, this))
         return;
-    try {
-        adcAreasActividades->deleteCurrent();
-    } catch (const store::StoreError &e) {
-        showRefusal(e);
-    }
-    adcAreasActividades->refresh();
-    adcAreasActividades->refresh();
+    removeLink(adcAreasActividades);
     refreshAreaLinks();
 }
 
 void frmMantActividades::cmdAgregarMateria_Click()
 {
-    if (newActivityPending())
+    if (newRowPending())
         return;
     const QString matid = dtcMaterias->boundText();
     const QString rubid = dtcRubros->boundText();
@@ -264,32 +238,17 @@ void frmMantActividades::cmdAgregarMateria_Click()
         return;
     }
     const QString actid = actividad(QStringLiteral("ActId"));
-    adcDocentesRubrosMaterias->setRecordSource(QStringLiteral("SELECT * FROM DOCENTES_RUBROS_MATERIAS WHERE ACTID=") +
-                                               text(actid) + QStringLiteral(" AND RUBID=") + text(rubid) +
-                                               QStringLiteral(" AND MATID=") + text(matid));
-    adcDocentesRubrosMaterias->refresh();
-    adcDocentesRubrosMaterias->refresh();
-    if (adcDocentesRubrosMaterias->recordCount() != 0) {
+    if (findLinks(adcDocentesRubrosMaterias, subjectLink(actid, rubid, matid)) != 0) {
         ui::msgBox(QStringLiteral("La materia %1 ya realiza la actividad %2 en el rubro %3")
                        .arg(current(adcMaterias, QStringLiteral("MatDescripcion")),
                             actividad(QStringLiteral("ActDescripcion")),
                             current(adcRubros, QStringLiteral("RubDescripcion"))));
         return;
     }
-    try {
-        adcDocentesRubrosMaterias->addNew();
-        adcDocentesRubrosMaterias->setValue(QStringLiteral("ActId"), actid);
-        adcDocentesRubrosMaterias->setValue(QStringLiteral("MatId"), matid);
-        adcDocentesRubrosMaterias->setValue(QStringLiteral("RubId"), rubid);
-        adcDocentesRubrosMaterias->update();
-    } catch (const store::StoreError &e) {
-        adcDocentesRubrosMaterias->cancelUpdate();
-        showRefusal(e);
-        return;
-    }
-    adcDocentesRubrosMaterias->refresh();
-    adcDocentesRubrosMaterias->refresh();
-    refreshSubjectLinks();
+    if (addLink(adcDocentesRubrosMaterias, {{QStringLiteral("ActId"), actid},
+                                            {QStringLiteral("MatId"), matid},
+                                            {QStringLiteral("RubId"), rubid}}))
+        refreshSubjectLinks();
 }
 
 void frmMantActividades::cmdQuitarMateria_Click()
@@ -301,13 +260,9 @@ void frmMantActividades::cmdQuitarMateria_Click()
         return;
     }
     const QString actid = actividad(QStringLiteral("ActId"));
-    adcDocentesRubrosMaterias->setRecordSource(QStringLiteral("SELECT * FROM DOCENTES_RUBROS_MATERIAS WHERE ACTID=") +
-                                               text(actid) + QStringLiteral(" AND RUBID=") + text(rubid) +
-                                               QStringLiteral(" AND MATID=") + text(matid));
-    adcDocentesRubrosMaterias->refresh();
-    adcDocentesRubrosMaterias->refresh();
+    const int found = findLinks(adcDocentesRubrosMaterias, subjectLink(actid, rubid, matid));
     const QString activity = actividad(QStringLiteral("ActDescripcion"));
-    if (adcDocentesRubrosMaterias->recordCount() != 1) {
+    if (found != 1) {
         ui::msgBox(QStringLiteral("Verifique que la materia %1 sea realizada por la actividad %2 en el rubro %3")
                        .arg(current(adcMaterias, QStringLiteral("MatDescripcion")), activity,
                             current(adcRubros, QStringLiteral("RubDescripcion"))));
@@ -316,12 +271,6 @@ void frmMantActividades::cmdQuitarMateria_Click()
     if (!ui::ask(QStringLiteral("Esta seguro que desea quitar esta materia y rubro de la actividad %1 ?").arg(activity),
                  QStringLiteral("Confirmación"), ui::Icon::Question, this))
         return;
-    try {
-        adcDocentesRubrosMaterias->deleteCurrent();
-    } catch (const store::StoreError &e) {
-        showRefusal(e);
-    }
-    adcDocentesRubrosMaterias->refresh();
-    adcDocentesRubrosMaterias->refresh();
+    removeLink(adcDocentesRubrosMaterias);
     refreshSubjectLinks();
 }

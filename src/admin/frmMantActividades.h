@@ -32,7 +32,6 @@ private:
     void cmdAgregarMateria_Click();
     void cmdQuitarMateria_Click();
     QString actividad(const QString &field) const;
-    bool newActivityPending();
     void refreshAreaLinks();
     void refreshSubjectLinks();
 

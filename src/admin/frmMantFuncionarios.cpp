@@ -2,7 +2,6 @@
 
 #include "store/DataControl.h"
 #include "store/SqlValue.h"
-#include "store/StoreError.h"
 #include "ui/DataGrid.h"
 #include "ui/Dialogs.h"
 #include "ui/FieldBinding.h"
@@ -112,6 +111,11 @@ void frmMantFuncionarios::currentRowChanged(bool onRow)
     const QString cedula = dataControl()->value(QStringLiteral("FunCedula")).toString();
     adcFuncionariosInstitutos->setRecordSource(
         QStringLiteral("SELECT * FROM FUNCIONARIOS_INSTITUTOS WHERE FUNCEDULA=") + store::sql::text(cedula));
+    reloadContracts();
+}
+
+void frmMantFuncionarios::reloadContracts()
+{
     adcFuncionariosInstitutos->refresh();
     adcFuncionariosInstitutos->refresh();
     dtgContratos->refresh();
@@ -127,13 +131,9 @@ void frmMantFuncionarios::cmdNuevoContrato_Click()
         ui::msgBox(QStringLiteral("Guarde primero el funcionario."), {}, ui::Icon::Exclamation, this);
         return;
     }
-    try {
-        adcFuncionariosInstitutos->addNew();
-    } catch (const store::StoreError &e) {
-        // The pending contract, written first by the move, was refused.
-        showRefusal(e);
+    // Stops when the pending contract, written first by the move, is refused.
+    if (!written([&] { adcFuncionariosInstitutos->addNew(); }))
         return;
-    }
     adcFuncionariosInstitutos->setValue(QStringLiteral("FunCedula"), cedula);
     const int row = dtgContratos->rowCount() - 1;
     if (row >= 0)
@@ -142,16 +142,9 @@ void frmMantFuncionarios::cmdNuevoContrato_Click()
 
 void frmMantFuncionarios::cmdGuardarContrato_Click()
 {
-    try {
-        if (adcFuncionariosInstitutos->hasCurrentRow())
-            adcFuncionariosInstitutos->update();
-    } catch (const store::StoreError &e) {
-        showRefusal(e);
+    if (adcFuncionariosInstitutos->hasCurrentRow() && !written([&] { adcFuncionariosInstitutos->update(); }))
         return;
-    }
-    adcFuncionariosInstitutos->refresh();
-    adcFuncionariosInstitutos->refresh();
-    dtgContratos->refresh();
+    reloadContracts();
 }
 
 void frmMantFuncionarios::cmdEliminarContrato_Click()
@@ -165,13 +158,6 @@ void frmMantFuncionarios::cmdEliminarContrato_Click()
     if (!ui::ask(QStringLiteral("Confirma que desea borrar el contrato seleccionado ? "),
                  QStringLiteral("Esta seguro ?"), ui::Icon::Question, this))
         return;
-    try {
-        adcFuncionariosInstitutos->deleteCurrent();
-    } catch (const store::StoreError &e) {
-        showRefusal(e);
-        return;
-    }
-    adcFuncionariosInstitutos->refresh();
-    adcFuncionariosInstitutos->refresh();
-    dtgContratos->refresh();
+    if (written([&] { adcFuncionariosInstitutos->deleteCurrent(); }))
+        reloadContracts();
 }

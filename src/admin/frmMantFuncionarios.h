@@ -27,6 +27,8 @@ private:
     void cmdNuevoContrato_Click();
     void cmdGuardarContrato_Click();
     void cmdEliminarContrato_Click();
+    // Reads the contracts again and shows them.
+    void reloadContracts();
 
     QLineEdit *txtCedula;
     QLineEdit *txtNombres;

@@ -2,7 +2,6 @@
 
 #include "store/DataControl.h"
 #include "store/SqlValue.h"
-#include "store/StoreError.h"
 #include "ui/DataLists.h"
 #include "ui/Dialogs.h"
 
@@ -88,62 +87,44 @@ void frmMantRubros::currentRowChanged(bool onRow)
 void frmMantRubros::refreshLinks()
 {
     // A group not saved yet has no key, and the list empties.
-    adcRubrosMaterias2->setRecordSource(
-        QStringLiteral("SELECT * FROM RUBROS_MATERIAS RM, MATERIAS M WHERE RM.MATID=M.MATID AND RM.RUBID=") +
-        text(rubro(QStringLiteral("RubId"))) + QStringLiteral(" ORDER BY MATDESCRIPCION ASC"));
-    adcRubrosMaterias2->refresh();
-    adcRubrosMaterias2->refresh();
-    dtlMaterias->refill();
+    showLinks(adcRubrosMaterias2,
+              QStringLiteral("SELECT * FROM RUBROS_MATERIAS RM, MATERIAS M WHERE RM.MATID=M.MATID AND RM.RUBID=") +
+                  text(rubro(QStringLiteral("RubId"))) + QStringLiteral(" ORDER BY MATDESCRIPCION ASC"),
+              dtlMaterias);
 }
 
-void frmMantRubros::findLink(const QString &matid)
+int frmMantRubros::findLink(const QString &matid)
 {
-    adcRubrosMaterias->setRecordSource(QStringLiteral("SELECT * FROM RUBROS_MATERIAS WHERE RUBID=") +
-                                       text(rubro(QStringLiteral("RubId"))) + QStringLiteral(" AND MATID=") +
-                                       text(matid));
-    adcRubrosMaterias->refresh();
-    adcRubrosMaterias->refresh();
+    return findLinks(adcRubrosMaterias, QStringLiteral("SELECT * FROM RUBROS_MATERIAS WHERE RUBID=") +
+                                            text(rubro(QStringLiteral("RubId"))) + QStringLiteral(" AND MATID=") +
+                                            text(matid));
 }
 
 void frmMantRubros::cmdAgregar_Click()
 {
-    if (dataControl()->isNewRow()) {
-        ui::msgBox(QStringLiteral("Guarde primero el registro nuevo."), {}, ui::Icon::Exclamation, this);
+    if (newRowPending())
         return;
-    }
     const QString matid = dtcMaterias->boundText();
     if (matid.isEmpty()) {
         ui::msgBox(QStringLiteral("Seleccione primero un elemento de la lista."), {}, ui::Icon::Exclamation, this);
         return;
     }
-    findLink(matid);
-    if (adcRubrosMaterias->recordCount() != 0) {
+    if (findLink(matid) != 0) {
         const QString subject =
             adcMaterias->hasCurrentRow() ? adcMaterias->value(QStringLiteral("MatDescripcion")).toString() : QString();
         ui::msgBox(QStringLiteral("La materia %1 ya pertenece al rubro %2")
                        .arg(subject, rubro(QStringLiteral("RubDescripcion"))));
         return;
     }
-    try {
-        adcRubrosMaterias->addNew();
-        adcRubrosMaterias->setValue(QStringLiteral("MatId"), matid);
-        adcRubrosMaterias->setValue(QStringLiteral("RubId"), rubro(QStringLiteral("RubId")));
-        adcRubrosMaterias->update();
-    } catch (const store::StoreError &e) {
-        adcRubrosMaterias->cancelUpdate();
-        showRefusal(e);
-        return;
-    }
-    adcRubrosMaterias->refresh();
-    adcRubrosMaterias->refresh();
-    refreshLinks();
+    if (addLink(adcRubrosMaterias,
+                {{QStringLiteral("MatId"), matid}, {QStringLiteral("RubId"), rubro(QStringLiteral("RubId"))}}))
+        refreshLinks();
 }
 
 void frmMantRubros::cmdQuitar_Click()
 {
     const QString matid = dtlMaterias->boundText();
-    findLink(matid);
-    if (adcRubrosMaterias->recordCount() != 1) {
+    if (findLink(matid) != 1) {
         const QString subject = dtlMaterias->binding().text();
         ui::msgBox(subject.isEmpty()
                        ? QStringLiteral("Seleccione en la lista la materia que desea quitar del rubro %1")
@@ -155,12 +136,6 @@ void frmMantRubros::cmdQuitar_Click()
     if (!ui::ask(QStringLiteral("Esta seguro que desea quitar %1 ?").arg(matid), QStringLiteral("Confirmación"),
                  ui::Icon::Question, this))
         return;
-    try {
-        adcRubrosMaterias->deleteCurrent();
-    } catch (const store::StoreError &e) {
-        showRefusal(e);
-    }
-    adcRubrosMaterias->refresh();
-    adcRubrosMaterias->refresh();
+    removeLink(adcRubrosMaterias);
     refreshLinks();
 }

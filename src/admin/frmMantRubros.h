@@ -26,7 +26,8 @@ private:
     void cmdAgregar_Click();
     void cmdQuitar_Click();
     void refreshLinks();
-    void findLink(const QString &matid);
+    // Looks for the link of the current group to `matid`; how many rows it found.
+    int findLink(const QString &matid);
     QString rubro(const QString &field) const;
 
     ui::DataList *dtlMaterias;

@@ -1,5 +1,6 @@
 #include "analysis/BudgetTab.h"
 
+#include "analysis/AreaSource.h"
 #include "session/modPrincipal.h"
 #include "store/DataControl.h"
 #include "store/SqlValue.h"
@@ -104,13 +105,7 @@ BudgetTab::BudgetTab(MainWindow window, QWidget *parent, store::DataControl *are
         connect(m_chkSeleccionarArea, &QCheckBox::clicked, this, &BudgetTab::areaBoxClicked);
         m_dtcSeleccionarArea = new ui::DataCombo(this);
         m_dtcSeleccionarArea->setObjectName(QStringLiteral("dtcSeleccionarArea"));
-        m_adcAreas = areas;
-        if (!m_adcAreas) {
-            m_adcAreas = new store::DataControl(QStringLiteral("adcAreas"), this);
-            m_adcAreas->setObjectName(QStringLiteral("adcAreas"));
-            m_adcAreas->setRecordSource(QStringLiteral("SELECT * FROM AREAS"));
-            m_adcAreas->refresh();
-        }
+        m_adcAreas = areaSource(areas, this);
         m_dtcSeleccionarArea->setRowSource(m_adcAreas, QStringLiteral("AreDescripcion"), QStringLiteral("AreId"));
         m_dtcSeleccionarArea->setEnabled(false);
         filters->addWidget(m_chkSeleccionarArea);

@@ -1,5 +1,6 @@
 #include "analysis/StatisticsTab.h"
 
+#include "analysis/AreaSource.h"
 #include "analysis/frmEstadisticasJefeArea.h"
 #include "analysis/frmEstadisticasSuperUsuario.h"
 #include "store/DataControl.h"
@@ -81,13 +82,7 @@ StatisticsTab::StatisticsTab(MainWindow window, QWidget *parent, store::DataCont
     if (super) {
         m_dtcAreas = new ui::DataCombo(fraOpciones);
         m_dtcAreas->setObjectName(QStringLiteral("dtcEstadisticasAreas"));
-        m_adcAreas = areas;
-        if (!m_adcAreas) {
-            m_adcAreas = new store::DataControl(QStringLiteral("adcAreas"), this);
-            m_adcAreas->setObjectName(QStringLiteral("adcAreas"));
-            m_adcAreas->setRecordSource(QStringLiteral("SELECT * FROM AREAS"));
-            m_adcAreas->refresh();
-        }
+        m_adcAreas = areaSource(areas, this);
         m_dtcAreas->setRowSource(m_adcAreas, QStringLiteral("AreDescripcion"), QStringLiteral("AreId"));
         m_dtcAreas->setEnabled(false);
         opciones->addWidget(m_optEstadisticas[areaOption()], row++, 0, 1, 4);

@@ -438,6 +438,13 @@ void HoursForm::writeHoras()
     adcHoras->update();
 }
 
+void HoursForm::bringForward()
+{
+    show();
+    raise();
+    activateWindow();
+}
+
 void HoursForm::refreshTwice(store::DataControl *adc)
 {
     adc->refresh();

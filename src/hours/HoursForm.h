@@ -90,6 +90,9 @@ protected:
     // cmdGuardar of each window.
     virtual void guardar() = 0;
 
+    // Shows the window again, raised and active: what open() does while it is open.
+    void bringForward();
+
     // Load, step 1: the contracts of the person in gFunCedula, the first one current.
     void loadContracts();
     // Opens the catalogue lists with their design-time statements.

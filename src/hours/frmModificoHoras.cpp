@@ -30,9 +30,7 @@ frmModificoHoras *frmModificoHoras::open(int horid)
 {
     // One window: while it is open it keeps the entry it was opened on.
     if (s_open) {
-        s_open->show();
-        s_open->raise();
-        s_open->activateWindow();
+        s_open->bringForward();
         return s_open;
     }
     auto *window = new frmModificoHoras;

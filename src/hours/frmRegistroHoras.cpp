@@ -31,9 +31,7 @@ frmRegistroHoras *frmRegistroHoras::instance()
 frmRegistroHoras *frmRegistroHoras::open()
 {
     if (s_open) {
-        s_open->show();
-        s_open->raise();
-        s_open->activateWindow();
+        s_open->bringForward();
         return s_open;
     }
     auto *window = new frmRegistroHoras;

@@ -1,5 +1,6 @@
 #include "monthclose/CierreMesJefeArea.h"
 
+#include "monthclose/MonthCloseParts.h"
 #include "session/modPrincipal.h"
 #include "store/Connection.h"
 #include "store/DataControl.h"
@@ -24,17 +25,17 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+using monthclose::column;
+using monthclose::flag;
+using monthclose::labelFor;
+using monthclose::standsOnRow;
+
 namespace {
 
 const QString kNotApproved = QStringLiteral("El mes debe ser aprobado por el Súper Usuario para poder cerrarse.");
 const QString kOtherArea = QStringLiteral("Solo puede cerrar o modificar los cierres de su área.");
 const QString kNoRow = QStringLiteral("Seleccione primero un cierre de mes de la lista, o pulse \"Solicitar Cierre\".");
 const QString kCloseFailed = QStringLiteral("No se pudo cerrar el mes: ");
-
-bool flag(const QVariant &v)
-{
-    return store::normalize(store::ColumnKind::YesNo, v).toBool();
-}
 
 // Marks our own writes for the time of a handler, so that the rules for leaving a row
 // don't apply to them.
@@ -49,22 +50,6 @@ private:
     bool &m_flag;
     bool m_was;
 };
-
-ui::GridColumn column(const QString &heading, const QString &field, const QString &mask = {})
-{
-    ui::GridColumn c;
-    c.heading = heading;
-    c.field = field;
-    c.mask = mask;
-    return c;
-}
-
-QLabel *labelFor(const QString &caption, QWidget *buddy)
-{
-    auto *label = new QLabel(caption);
-    label->setBuddy(buddy);
-    return label;
-}
 
 }  // namespace
 
@@ -232,10 +217,7 @@ void CierreMesJefeArea::setExportHandler(std::function<void()> handler)
 // Whenever the list stands on a row: a closed month can be neither closed nor exported again.
 void CierreMesJefeArea::onRowChanged()
 {
-    const int pos = m_adcCierreMeses->absolutePosition();
-    if (pos == store::DataControl::PosBOF || pos == store::DataControl::PosEOF || !m_adcCierreMeses->hasCurrentRow())
-        return;
-    if (m_adcCierreMeses->recordCount() < 1)
+    if (!standsOnRow(m_adcCierreMeses))
         return;
     const bool closed = flag(m_adcCierreMeses->value(QStringLiteral("CieMesCerrado")));
     m_cmdCerrar->setEnabled(!closed);

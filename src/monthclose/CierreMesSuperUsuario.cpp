@@ -1,5 +1,6 @@
 #include "monthclose/CierreMesSuperUsuario.h"
 
+#include "monthclose/MonthCloseParts.h"
 #include "store/DataControl.h"
 #include "store/SchemaInfo.h"
 #include "store/SqlValue.h"
@@ -16,6 +17,11 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+using monthclose::column;
+using monthclose::flag;
+using monthclose::labelFor;
+using monthclose::standsOnRow;
+
 namespace {
 
 const QString kAllAreas = QStringLiteral(
@@ -24,27 +30,6 @@ const QString kAllAreas = QStringLiteral(
 const QString kOneArea = QStringLiteral(
     "SELECT CM.*, Trim(F.FUNNOMBRES)+', '+Trim(F.FUNAPELLIDOS) FROM CIERREMESES CM, FUNCIONARIOS F "
     "WHERE CM.FUNCEDULA=F.FUNCEDULA AND CM.AREID=");
-
-bool flag(const QVariant &v)
-{
-    return store::normalize(store::ColumnKind::YesNo, v).toBool();
-}
-
-ui::GridColumn column(const QString &heading, const QString &field, const QString &mask = {})
-{
-    ui::GridColumn c;
-    c.heading = heading;
-    c.field = field;
-    c.mask = mask;
-    return c;
-}
-
-QLabel *labelFor(const QString &caption, QWidget *buddy)
-{
-    auto *label = new QLabel(caption);
-    label->setBuddy(buddy);
-    return label;
-}
 
 }  // namespace
 
@@ -210,10 +195,7 @@ void CierreMesSuperUsuario::dtcAnios_Change()
 // denied.
 void CierreMesSuperUsuario::onRowChanged()
 {
-    const int pos = m_adcCierres->absolutePosition();
-    if (pos == store::DataControl::PosBOF || pos == store::DataControl::PosEOF || !m_adcCierres->hasCurrentRow())
-        return;
-    if (m_adcCierres->recordCount() < 1)
+    if (!standsOnRow(m_adcCierres))
         return;
     const bool approved = flag(m_adcCierres->value(QStringLiteral("CieMesAprobado")));
     m_chkCierreAutorizado->setEnabled(!approved);

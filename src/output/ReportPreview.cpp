@@ -352,6 +352,12 @@ bool ReportPreview::saveAsPdf(const QString &path)
     return true;
 }
 
+store::ShapeChapter ReportPreview::loadWaiting(const std::function<store::ShapeChapter()> &load)
+{
+    ui::WaitCursor wait;
+    return load();
+}
+
 void ReportPreview::bringForward()
 {
     setAttribute(Qt::WA_DeleteOnClose);

@@ -12,8 +12,10 @@
 
 #include "output/ReportEngine.h"
 
+#include <QPointer>
 #include <QWidget>
 
+#include <functional>
 #include <memory>
 
 class QComboBox;
@@ -59,6 +61,20 @@ signals:
     void layoutFinished();
 
 protected:
+    // The open-once rule of the report windows: while `open` holds a preview, only that is
+    // brought forward; otherwise load() reads the data under the wait cursor, make() builds
+    // the preview from it and it is shown. Store errors pass to the caller.
+    template <class Report, class Make>
+    static Report *openOnce(QPointer<Report> &open, const std::function<store::ShapeChapter()> &load, Make make)
+    {
+        if (!open)
+            open = make(loadWaiting(load));
+        open->bringForward();
+        return open.data();
+    }
+    // What load() returns, read under the wait cursor.
+    static store::ShapeChapter loadWaiting(const std::function<store::ShapeChapter()> &load);
+
     void keyPressEvent(QKeyEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 

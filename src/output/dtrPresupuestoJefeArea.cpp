@@ -1,27 +1,10 @@
 #include "output/dtrPresupuestoJefeArea.h"
 
-#include "output/ReportDesigns.h"
-#include "output/dteRRHH.h"
-#include "ui/Dialogs.h"
-
 QPointer<dtrPresupuestoJefeArea> dtrPresupuestoJefeArea::s_open;
 
-namespace {
-
-// The budget statement run on the data environment's connection; no statement, no rows.
-store::ShapeChapter budgetData(const QString &statement)
-{
-    if (statement.trimmed().isEmpty())
-        return std::make_shared<store::ShapeRecordset>(QStringLiteral("Presupuesto"), output::budgetColumns());
-    return dteRRHH::instance().open(QStringLiteral("Presupuesto"), statement);
-}
-
-}  // namespace
-
 dtrPresupuestoJefeArea::dtrPresupuestoJefeArea(store::ShapeChapter data)
-    : output::ReportPreview(output::budgetReportLayout(), std::move(data))
+    : output::BudgetReport(std::move(data), QStringLiteral("dtrPresupuestoJefeArea"))
 {
-    setObjectName(QStringLiteral("dtrPresupuestoJefeArea"));
 }
 
 dtrPresupuestoJefeArea *dtrPresupuestoJefeArea::current()
@@ -31,14 +14,7 @@ dtrPresupuestoJefeArea *dtrPresupuestoJefeArea::current()
 
 dtrPresupuestoJefeArea *dtrPresupuestoJefeArea::open(const QString &statement)
 {
-    if (!s_open) {
-        store::ShapeChapter data;
-        {
-            ui::WaitCursor wait;
-            data = budgetData(statement);
-        }
-        s_open = new dtrPresupuestoJefeArea(std::move(data));
-    }
-    s_open->bringForward();
-    return s_open.data();
+    return openOnce(
+        s_open, [&] { return budgetData(statement); },
+        [](store::ShapeChapter data) { return new dtrPresupuestoJefeArea(std::move(data)); });
 }

@@ -7,11 +7,9 @@
 // its preview is open, only brings that forward. The data does not follow later changes.
 // Store errors pass to the caller.
 
-#include "output/ReportPreview.h"
+#include "output/BudgetReport.h"
 
-#include <QPointer>
-
-class dtrPresupuestoSuperUsuario : public output::ReportPreview {
+class dtrPresupuestoSuperUsuario : public output::BudgetReport {
     Q_OBJECT
 public:
     static dtrPresupuestoSuperUsuario *open(const QString &statement);

@@ -2,7 +2,6 @@
 
 #include "output/ReportDesigns.h"
 #include "output/dteRRHH.h"
-#include "ui/Dialogs.h"
 
 QPointer<dtrReporteMesActualArea> dtrReporteMesActualArea::s_open;
 
@@ -19,14 +18,8 @@ dtrReporteMesActualArea *dtrReporteMesActualArea::current()
 
 dtrReporteMesActualArea *dtrReporteMesActualArea::open(const QString &areaId)
 {
-    if (!s_open) {
-        store::ShapeChapter data;
-        {
-            ui::WaitCursor wait;
-            data = dteRRHH::instance().open(QStringLiteral("Funcionarios"), output::areaReportStatement(areaId));
-        }
-        s_open = new dtrReporteMesActualArea(std::move(data));
-    }
-    s_open->bringForward();
-    return s_open.data();
+    return openOnce(
+        s_open,
+        [&] { return dteRRHH::instance().open(QStringLiteral("Funcionarios"), output::areaReportStatement(areaId)); },
+        [](store::ShapeChapter data) { return new dtrReporteMesActualArea(std::move(data)); });
 }

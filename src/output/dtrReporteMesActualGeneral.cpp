@@ -2,7 +2,6 @@
 
 #include "output/ReportDesigns.h"
 #include "output/dteRRHH.h"
-#include "ui/Dialogs.h"
 
 QPointer<dtrReporteMesActualGeneral> dtrReporteMesActualGeneral::s_open;
 
@@ -19,14 +18,7 @@ dtrReporteMesActualGeneral *dtrReporteMesActualGeneral::current()
 
 dtrReporteMesActualGeneral *dtrReporteMesActualGeneral::open()
 {
-    if (!s_open) {
-        store::ShapeChapter data;
-        {
-            ui::WaitCursor wait;
-            data = dteRRHH::instance().open(QStringLiteral("Funcionarios"));
-        }
-        s_open = new dtrReporteMesActualGeneral(std::move(data));
-    }
-    s_open->bringForward();
-    return s_open.data();
+    return openOnce(
+        s_open, [&] { return dteRRHH::instance().open(QStringLiteral("Funcionarios")); },
+        [](store::ShapeChapter data) { return new dtrReporteMesActualGeneral(std::move(data)); });
 }

@@ -2,7 +2,6 @@
 
 #include "output/ReportDesigns.h"
 #include "output/dteRRHH.h"
-#include "ui/Dialogs.h"
 
 QPointer<dtrReporteMesActualUsuario> dtrReporteMesActualUsuario::s_open;
 
@@ -19,14 +18,8 @@ dtrReporteMesActualUsuario *dtrReporteMesActualUsuario::current()
 
 dtrReporteMesActualUsuario *dtrReporteMesActualUsuario::open(const QString &cedula)
 {
-    if (!s_open) {
-        store::ShapeChapter data;
-        {
-            ui::WaitCursor wait;
-            data = dteRRHH::instance().open(QStringLiteral("Funcionarios"), output::personReportStatement(cedula));
-        }
-        s_open = new dtrReporteMesActualUsuario(std::move(data));
-    }
-    s_open->bringForward();
-    return s_open.data();
+    return openOnce(
+        s_open,
+        [&] { return dteRRHH::instance().open(QStringLiteral("Funcionarios"), output::personReportStatement(cedula)); },
+        [](store::ShapeChapter data) { return new dtrReporteMesActualUsuario(std::move(data)); });
 }

@@ -12,6 +12,15 @@
 
 namespace ui {
 
+GridColumn column(const QString &heading, const QString &field, const QString &mask)
+{
+    GridColumn c;
+    c.heading = heading;
+    c.field = field;
+    c.mask = mask;
+    return c;
+}
+
 // The grid's columns over the data control's model: picks, orders, formats.
 class DataGridModel : public QAbstractTableModel {
 public:

@@ -22,6 +22,9 @@ struct GridColumn {
     int width = 0;  // pixels; 0 = fit
 };
 
+// A column over a field, with an optional display mask.
+GridColumn column(const QString &heading, const QString &field, const QString &mask = {});
+
 class DataGridModel;
 
 // The DataGrid: a caption above a table showing every row of its data control. The row

@@ -1,0 +1,18 @@
+#include "analysis/AreaSource.h"
+
+#include "store/DataControl.h"
+
+namespace analysis {
+
+store::DataControl *areaSource(store::DataControl *given, QObject *owner)
+{
+    if (given)
+        return given;
+    auto *areas = new store::DataControl(QStringLiteral("adcAreas"), owner);
+    areas->setObjectName(QStringLiteral("adcAreas"));
+    areas->setRecordSource(QStringLiteral("SELECT * FROM AREAS"));
+    areas->refresh();
+    return areas;
+}
+
+}  // namespace analysis
