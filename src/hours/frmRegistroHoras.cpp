@@ -103,10 +103,12 @@ void frmRegistroHoras::guardar()
             writeLink(m_storedHorId, teaching, false);
         }
     } catch (const store::StoreError &e) {
-        // The store's refusals show their number; a value our own layer could not read
-        // shows why.
-        ui::msgBox(e.kind() == store::StoreError::Kind::BadValue ? e.description() : QString::number(e.number()), {},
-                   ui::Icon::None, this);
+        // The store's refusals show their number, followed by what it means; a value our
+        // own layer could not read shows why.
+        ui::msgBox(e.kind() == store::StoreError::Kind::BadValue
+                       ? e.description()
+                       : QString::number(e.number()) + QLatin1Char('\n') + e.description(),
+                   {}, ui::Icon::None, this);
         if (horasStored)
             ui::msgBox(QStringLiteral("Las horas quedaron guardadas, pero no se pudo guardar su rubro, materia y "
                                       "turno. Pulse \"Guardar\" otra vez para completarlas."),
