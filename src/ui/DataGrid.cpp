@@ -210,6 +210,7 @@ DataGrid::DataGrid(QWidget *parent) : QFrame(parent)
                 }
                 emit rowClicked(current.row());
             });
+    connect(m_model, &QAbstractItemModel::modelReset, this, &DataGrid::fitColumns);
     connect(m_view, &QTableView::doubleClicked, this, [this](const QModelIndex &i) { emit rowDoubleClicked(i.row()); });
 }
 
@@ -271,6 +272,18 @@ void DataGrid::refresh()
         m_view->setColumnHidden(i, !cols.at(i).visible);
     followCurrentRow();
     m_view->viewport()->update();
+}
+
+void DataGrid::fitColumns()
+{
+    // Columns as wide as what they show (within reason), unless a width was given.
+    const auto &cols = m_model->m_columns;
+    for (int i = 0; i < cols.size(); ++i) {
+        if (cols.at(i).width > 0 || !cols.at(i).visible)
+            continue;
+        m_view->resizeColumnToContents(i);
+        m_view->setColumnWidth(i, std::min(m_view->columnWidth(i), 320));
+    }
 }
 
 void DataGrid::followCurrentRow()

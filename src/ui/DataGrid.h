@@ -63,6 +63,7 @@ signals:
 
 private:
     void followCurrentRow();
+    void fitColumns();
 
     QLabel *m_caption;
     QTableView *m_view;

@@ -164,7 +164,7 @@ Workspace::Workspace(const Setup &setup, QWidget *parent) : QMainWindow(parent)
 {
     FocusTrail::instance();
     setWindowTitle(QStringLiteral("Menú Principal"));
-    resize(640, 480);
+    resize(1024, 700);
 
     m_adcMesActual = new store::DataControl(QStringLiteral("adcMesActual"), this);
     m_adcMiArchivo = new store::DataControl(QStringLiteral("adcMiArchivo"), this);
@@ -343,11 +343,27 @@ QString Workspace::filteredStatement(List list, const QString &cedula, const QDa
 
 // --- activation --------------------------------------------------------------------------
 
+// The first show counts as the first activation, so the lists and the status bar are filled
+// even where no window manager ever makes the window active; the activation that follows
+// that show is then not counted twice.
+void Workspace::showEvent(QShowEvent *event)
+{
+    QMainWindow::showEvent(event);
+    if (m_everActivated || m_activatedOnShow)
+        return;
+    m_activatedOnShow = true;
+    windowActivated();
+}
+
 void Workspace::changeEvent(QEvent *event)
 {
     QMainWindow::changeEvent(event);
     if (event->type() != QEvent::ActivationChange || !isActiveWindow())
         return;
+    if (m_activatedOnShow && !m_everActivated) {
+        m_everActivated = true;
+        return;
+    }
     bool fromProgramWindow = !m_everActivated;
     if (!fromProgramWindow) {
         const FocusTrail &trail = FocusTrail::instance();

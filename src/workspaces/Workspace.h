@@ -89,6 +89,7 @@ protected:
     void setCurrentStatement(const QString &statement);
 
     void changeEvent(QEvent *event) override;
+    void showEvent(QShowEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
@@ -120,4 +121,5 @@ private:
     // The first activation always counts; later ones only when the user comes back from
     // another window of the program (not from a message box, a menu or another program).
     bool m_everActivated = false;
+    bool m_activatedOnShow = false;  // the first show ran the activation already
 };
