@@ -119,8 +119,8 @@ struct Row {
     QString rows;
     double program = -1;  // ms, median; -1: not available
     double engine = -1;
-    QString target;       // what the issue asks, and whether it is met
-    QString note;         // "not available" and the like
+    QString target{};      // what the issue asks, and whether it is met
+    QString note{};        // "not available" and the like
 };
 
 struct Options {
