@@ -126,7 +126,7 @@ public:
         volatile char sink = 0;
         for (int i = 0; i < n; ++i)
             for (int c = 0; c < cols; ++c)
-                sink ^= *PQgetvalue(r, i, c);
+                sink = char(sink ^ *PQgetvalue(r, i, c));
         PQclear(r);
         return n;
     }
