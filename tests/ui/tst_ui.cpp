@@ -12,7 +12,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMainWindow>
-#include <QMenu>
 #include <QPointer>
 #include <QProcess>
 #include <QSignalSpy>
@@ -21,7 +20,7 @@
 #include <QTimer>
 #include <QToolButton>
 
-#include <cmath>
+#include <cstdio>
 
 using ui::Answer;
 using ui::Buttons;
@@ -43,730 +42,565 @@ QPoint selectedCell(QCalendarWidget *calendar)
     return view->visualRect(view->currentIndex()).center();
 }
 
+// A shown window with the hours workspace's buttons.
+struct ToolbarWindow {
+    QMainWindow window;
+    ui::KeyedToolBar *bar = new ui::KeyedToolBar(&window);
+    QSignalSpy clicked{bar, &ui::KeyedToolBar::buttonClicked};
+    QSignalSpy chosen{bar, &ui::KeyedToolBar::menuEntryClicked};
+    ToolbarWindow()
+    {
+        const QList<ui::KeyedToolBar::MenuEntry> sorts = {
+            {"actividad", "Actividad"}, {"destino", "Destino"}, {"fecha", "Fecha"},
+            {"semana", "Semana"},       {"tipohora", "Tipo de hora"}};
+        window.addToolBar(bar);
+        bar->addButton("nuevo", "Nuevo", "Nuevo registro de horas");
+        bar->addButton("eliminar", "Eliminar");
+        bar->addButton("ordenar_asc", "Ascendente", "Orden ascendente por fecha", {}, sorts);
+        bar->addButton("ordenar_des", "Descendete", "Orden descendente por fecha", {}, sorts);
+        bar->addButton("salir", "Salir");
+        window.show();
+    }
+};
+
 }  // namespace
 
 class TstUi : public QObject {
     Q_OBJECT
 
 private slots:
-    void weekOfYear_data();
-    void weekOfYear();
-    void monthViewReadsWeekOfItsValue();
+    // ---------------------------------------------------------------- week numbers
+    void weekOfYear_data()
+    {
+        QTest::addColumn<QDate>("date");
+        QTest::addColumn<int>("firstDay");
+        QTest::addColumn<int>("week");
 
-    void formatValue_data();
-    void formatValue();
-    void parseValue_data();
-    void parseValue();
-    void datesRoundTripThroughEveryMask();
-    void maskedEditLimitsTypingNotDisplay();
-
-    void datePickerHoldsNoDate();
-    void datePickerTyping_data();
-    void datePickerTyping();
-    void datePickerKeysAndCalendar();
-    void calendarDoubleClick();
-
-    void toolbarButtonsByKey();
-    void toolbarRespectsEnabledState();
-    void statusPanelsByKey();
-
-    void scriptedAnswersAndLog();
-    void scriptedInputs();
-    void scriptedBusyAndEndProgram();
-    void installRestoresPrevious();
-    void realDialogsDoNotHangWithoutScreen();
-    void realEndProgramEndsProcessAtOnce();
-    void endProgramChild();
-};
-
-// ---------------------------------------------------------------- week numbers
-
-void TstUi::weekOfYear_data()
-{
-    QTest::addColumn<QDate>("date");
-    QTest::addColumn<int>("firstDay");
-    QTest::addColumn<int>("week");
-
-    // 1 January on each day of the week: it is in week 1, the next Monday starts week 2.
-    QTest::newRow("2001 starts on Monday") << QDate(2001, 1, 1) << 1 << 1;
-    QTest::newRow("2001 first Sunday") << QDate(2001, 1, 7) << 1 << 1;
-    QTest::newRow("2001 second Monday") << QDate(2001, 1, 8) << 1 << 2;
-    QTest::newRow("2002 starts on Tuesday") << QDate(2002, 1, 1) << 1 << 1;
-    QTest::newRow("2002 first Monday") << QDate(2002, 1, 7) << 1 << 2;
-    QTest::newRow("2003 starts on Wednesday") << QDate(2003, 1, 5) << 1 << 1;
-    QTest::newRow("2003 first Monday") << QDate(2003, 1, 6) << 1 << 2;
-    QTest::newRow("2004 starts on Thursday") << QDate(2004, 1, 4) << 1 << 1;
-    QTest::newRow("2004 first Monday") << QDate(2004, 1, 5) << 1 << 2;
-    QTest::newRow("2010 starts on Friday") << QDate(2010, 1, 1) << 1 << 1;
-    QTest::newRow("2010 first Monday") << QDate(2010, 1, 4) << 1 << 2;
-    QTest::newRow("2005 starts on Saturday") << QDate(2005, 1, 2) << 1 << 1;
-    QTest::newRow("2005 first Monday") << QDate(2005, 1, 3) << 1 << 2;
-    QTest::newRow("2006 starts on Sunday") << QDate(2006, 1, 1) << 1 << 1;
-    QTest::newRow("2006 first Monday") << QDate(2006, 1, 2) << 1 << 2;
-
-    // The end of the year: never week 1 of the next year.
-    QTest::newRow("31 Dec 2001") << QDate(2001, 12, 31) << 1 << 53;
-    QTest::newRow("31 Dec 2004 (leap)") << QDate(2004, 12, 31) << 1 << 53;
-    QTest::newRow("29 Feb 2004") << QDate(2004, 2, 29) << 1 << 9;
-    QTest::newRow("1 Mar 2004") << QDate(2004, 3, 1) << 1 << 10;
-    QTest::newRow("leap year from Sunday ends in week 54") << QDate(2012, 12, 31) << 1 << 54;
-    QTest::newRow("30 Dec 2012 still week 53") << QDate(2012, 12, 30) << 1 << 53;
-
-    // Weeks that start on Sunday.
-    QTest::newRow("Sunday start: 2012 first Saturday") << QDate(2012, 1, 7) << 7 << 1;
-    QTest::newRow("Sunday start: 2012 second Sunday") << QDate(2012, 1, 8) << 7 << 2;
-    QTest::newRow("Sunday start: 31 Dec 2000 (leap, from Saturday)")
-        << QDate(2000, 12, 31) << 7 << 54;
-}
-
-void TstUi::weekOfYear()
-{
-    QFETCH(QDate, date);
-    QFETCH(int, firstDay);
-    QFETCH(int, week);
-    QCOMPARE(ui::MonthView::weekOfYear(date, Qt::DayOfWeek(firstDay)), week);
-}
-
-void TstUi::monthViewReadsWeekOfItsValue()
-{
-    ui::MonthView view;
-    QCOMPARE(view.firstDayOfWeek(), Qt::Monday);
-    view.setValue(QDate(2006, 1, 1));
-    QCOMPARE(view.week(), 1);
-    view.setValue(QDate(2006, 1, 2));
-    QCOMPARE(view.value(), QDate(2006, 1, 2));
-    QCOMPARE(view.week(), 2);
-    // A null date doesn't move the control.
-    view.setValue(QDate());
-    QCOMPARE(view.week(), 2);
-}
-
-// ---------------------------------------------------------------- masks
-
-void TstUi::formatValue_data()
-{
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<QString>("mask");
-    QTest::addColumn<QString>("text");
-
-    QTest::newRow("hours") << QVariant(12.5) << "0,00" << "12,50";
-    QTest::newRow("half rounds up in decimal") << QVariant(2.675) << "0,00" << "2,68";
-    QTest::newRow("negative") << QVariant(-1.5) << "0,00" << "-1,50";
-    QTest::newRow("tiny negative is zero") << QVariant(-0.004) << "0,00" << "0,00";
-    QTest::newRow("integer") << QVariant(3) << "0,00" << "3,00";
-    QTest::newRow("number as store text") << QVariant(QStringLiteral("1234.5")) << "0,00"
-                                          << "1234,50";
-    QTest::newRow("factor") << QVariant(1.5) << "0,0000" << "1,5000";
-    QTest::newRow("text in a number field") << QVariant(QStringLiteral("abc")) << "0,00"
-                                            << "abc";
-    QTest::newRow("null") << QVariant() << "0,00" << "";
-    QTest::newRow("null date") << QVariant(QMetaType::fromType<QDate>()) << "d-MMM-yy" << "";
-
-    QTest::newRow("H:mm") << QVariant(QTime(8, 5)) << "H:mm" << "8:05";
-    QTest::newRow("HH:mm") << QVariant(QTime(8, 5)) << "HH:mm" << "08:05";
-    QTest::newRow("time as store text") << QVariant(QStringLiteral("08:30:00")) << "H:mm"
-                                        << "8:30";
-    QTest::newRow("time on a date") << QVariant(QDateTime(QDate(1899, 12, 30), QTime(17, 0)))
-                                    << "H:mm" << "17:00";
-
-    const QDate nov4(2001, 11, 4);
-    QTest::newRow("d-MMM-yy") << QVariant(nov4) << "d-MMM-yy" << "4-nov-01";
-    QTest::newRow("d-MMM-yyyy") << QVariant(nov4) << "d-MMM-yyyy" << "4-nov-2001";
-    QTest::newRow("dd-MMM-yyyy") << QVariant(nov4) << "dd-MMM-yyyy" << "04-nov-2001";
-    QTest::newRow("dd/MM/yy") << QVariant(nov4) << "dd/MM/yy" << "04/11/01";
-    QTest::newRow("d/MM/yy") << QVariant(nov4) << "d/MM/yy" << "4/11/01";
-    QTest::newRow("d-M-yy") << QVariant(nov4) << "d-M-yy" << "4-11-01";
-    QTest::newRow("statement mask") << QVariant(nov4) << "mm-d-yy" << "11-4-01";
-    QTest::newRow("September") << QVariant(QDate(1999, 9, 15)) << "d-MMM-yy" << "15-sep-99";
-    QTest::newRow("date as store text") << QVariant(QStringLiteral("2001-11-04")) << "d-MMM-yy"
-                                        << "4-nov-01";
-    QTest::newRow("date and time") << QVariant(QDateTime(nov4, QTime(10, 0))) << "dd/MM/yy"
-                                   << "04/11/01";
-
-    QTest::newRow("yes/no true") << QVariant(true) << "" << "Si";
-    QTest::newRow("yes/no false") << QVariant(false) << "" << "No";
-    QTest::newRow("plain decimal") << QVariant(1.25) << "" << "1,25";
-}
-
-void TstUi::formatValue()
-{
-    QFETCH(QVariant, value);
-    QFETCH(QString, mask);
-    QFETCH(QString, text);
-    QCOMPARE(ui::formatValue(value, mask), text);
-}
-
-void TstUi::parseValue_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("mask");
-    QTest::addColumn<bool>("ok");
-    QTest::addColumn<QVariant>("value");
-
-    QTest::newRow("comma") << "1,5" << "0,00" << true << QVariant(1.5);
-    QTest::newRow("keypad dot") << "1.5" << "0,00" << true << QVariant(1.5);
-    QTest::newRow("grouped") << "1.234,5" << "0,00" << true << QVariant(1234.5);
-    QTest::newRow("grouped by dots") << "1.234.567" << "0,00" << true << QVariant(1234567.0);
-    QTest::newRow("blanks around") << " 12 " << "0,00" << true << QVariant(12.0);
-    QTest::newRow("negative") << "-3,25" << "0,0000" << true << QVariant(-3.25);
-    QTest::newRow("blank is null") << "  " << "0,00" << true << QVariant();
-    QTest::newRow("two commas") << "1,2,3" << "0,00" << false << QVariant();
-    QTest::newRow("bad grouping") << "12.34,5" << "0,00" << false << QVariant();
-    QTest::newRow("letters") << "abc" << "0,00" << false << QVariant();
-    QTest::newRow("comma alone") << "," << "0,00" << false << QVariant();
-
-    QTest::newRow("H:mm") << "8:30" << "H:mm" << true << QVariant(QTime(8, 30));
-    QTest::newRow("HH:mm") << "08:30" << "HH:mm" << true << QVariant(QTime(8, 30));
-    QTest::newRow("dot") << "8.30" << "H:mm" << true << QVariant(QTime(8, 30));
-    QTest::newRow("no separator") << "1745" << "H:mm" << true << QVariant(QTime(17, 45));
-    QTest::newRow("hour only") << "8" << "H:mm" << true << QVariant(QTime(8, 0));
-    QTest::newRow("hour 24") << "24:00" << "H:mm" << false << QVariant();
-    QTest::newRow("minute 75") << "8:75" << "H:mm" << false << QVariant();
-
-    const QVariant nov4(QDate(2001, 11, 4));
-    QTest::newRow("abbreviation") << "4-nov-01" << "d-MMM-yy" << true << nov4;
-    QTest::newRow("capitalised, four digits") << "4-Nov-2001" << "d-MMM-yy" << true << nov4;
-    QTest::newRow("abbreviation with dot") << "4-nov.-01" << "d-MMM-yy" << true << nov4;
-    QTest::newRow("full name") << "4 noviembre 2001" << "d-MMM-yy" << true << nov4;
-    QTest::newRow("numbers with slashes") << "4/11/01" << "d-MMM-yy" << true << nov4;
-    QTest::newRow("padded, four digits") << "04-11-2001" << "dd/MM/yy" << true << nov4;
-    QTest::newRow("ISO") << "2001-11-04" << "d-M-yy" << true << nov4;
-    QTest::newRow("set") << "15-set-99" << "d-MMM-yy" << true << QVariant(QDate(1999, 9, 15));
-    QTest::newRow("sept") << "15-sept-99" << "d-MMM-yy" << true << QVariant(QDate(1999, 9, 15));
-    QTest::newRow("00 is 2000 (leap)") << "29-feb-00" << "d-MMM-yy" << true
-                                       << QVariant(QDate(2000, 2, 29));
-    QTest::newRow("29 is 2029") << "1-1-29" << "d-M-yy" << true << QVariant(QDate(2029, 1, 1));
-    QTest::newRow("30 is 1930") << "1-1-30" << "d-M-yy" << true << QVariant(QDate(1930, 1, 1));
-    QTest::newRow("31 February") << "31-feb-01" << "d-MMM-yy" << false << QVariant();
-    QTest::newRow("unknown month") << "4-xyz-01" << "d-MMM-yy" << false << QVariant();
-    QTest::newRow("three-digit year") << "4-11-001" << "d-M-yy" << false << QVariant();
-    QTest::newRow("junk between") << "4-11x-01" << "d-M-yy" << false << QVariant();
-    QTest::newRow("word") << "hola" << "d-M-yy" << false << QVariant();
-
-    QTest::newRow("no mask keeps the text") << " a b " << "" << true << QVariant(" a b ");
-}
-
-void TstUi::parseValue()
-{
-    QFETCH(QString, text);
-    QFETCH(QString, mask);
-    QFETCH(bool, ok);
-    QFETCH(QVariant, value);
-    bool parsed = !ok;
-    const QVariant result = ui::parseValue(text, mask, &parsed);
-    QCOMPARE(parsed, ok);
-    if (value.typeId() == QMetaType::Double) {
-        QCOMPARE(result.typeId(), int(QMetaType::Double));
-        QCOMPARE(result.toDouble(), value.toDouble());
-    } else {
-        QCOMPARE(result, value);
+        // 1 January is in week 1 whatever its weekday; the next first day of the week starts week 2.
+        QTest::newRow("year from Monday: second Monday") << QDate(2001, 1, 8) << 1 << 2;
+        QTest::newRow("year from Monday: first Sunday") << QDate(2001, 1, 7) << 1 << 1;
+        QTest::newRow("year from Sunday: 1 January") << QDate(2006, 1, 1) << 1 << 1;
+        QTest::newRow("year from Sunday: 2 January") << QDate(2006, 1, 2) << 1 << 2;
+        QTest::newRow("year from Thursday: Sunday") << QDate(2004, 1, 4) << 1 << 1;
+        QTest::newRow("year from Thursday: Monday") << QDate(2004, 1, 5) << 1 << 2;
+        // The end of the year is never week 1 of the next; a leap year from Sunday reaches 54.
+        QTest::newRow("31 Dec 2001") << QDate(2001, 12, 31) << 1 << 53;
+        QTest::newRow("1 Mar 2004 (leap)") << QDate(2004, 3, 1) << 1 << 10;
+        QTest::newRow("31 Dec 2012") << QDate(2012, 12, 31) << 1 << 54;
+        // Weeks that start on Sunday.
+        QTest::newRow("Sunday start: first Saturday") << QDate(2012, 1, 7) << 7 << 1;
+        QTest::newRow("Sunday start: second Sunday") << QDate(2012, 1, 8) << 7 << 2;
+        QTest::newRow("Sunday start: 31 Dec 2000") << QDate(2000, 12, 31) << 7 << 54;
     }
-    if (!ok) {
-        // The message names what was typed.
-        QVERIFY(ui::badValueMessage(text, mask).contains(text.trimmed()));
-    }
-}
 
-void TstUi::datesRoundTripThroughEveryMask()
-{
-    const QStringList masks = {"d-MMM-yy",  "d-MMM-yyyy", "dd-MMM-yyyy",
-                               "dd/MM/yy",  "d/MM/yy",    "d-M-yy"};
-    for (const QString &mask : masks) {
-        for (int year : {1930, 1999, 2000, 2001, 2029}) {
-            for (int month = 1; month <= 12; ++month) {
-                for (int day : {1, 9, 28}) {
-                    const QDate date(year, month, day);
-                    const QString text = ui::formatValue(date, mask);
-                    bool ok = false;
-                    const QVariant back = ui::parseValue(text, mask, &ok);
-                    QVERIFY2(ok && back.toDate() == date,
-                             qPrintable(mask + QStringLiteral(": ") + text));
-                    QVERIFY2(!text.contains(QLatin1Char('.')), qPrintable(text));
-                }
-            }
+    void weekOfYear()
+    {
+        QFETCH(QDate, date);
+        QFETCH(int, firstDay);
+        QFETCH(int, week);
+        QCOMPARE(ui::MonthView::weekOfYear(date, Qt::DayOfWeek(firstDay)), week);
+    }
+
+    void monthViewReadsWeekOfItsValue()
+    {
+        ui::MonthView view;  // weeks from Monday by default
+        view.setValue(QDate(2006, 1, 2));
+        QCOMPARE(view.week(), 2);
+        // A null date doesn't move the control.
+        view.setValue(QDate());
+        QCOMPARE(view.week(), 2);
+    }
+
+    // ---------------------------------------------------------------- masks
+    void formatValue_data()
+    {
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<QString>("mask");
+        QTest::addColumn<QString>("text");
+
+        QTest::newRow("half rounds up in decimal") << QVariant(2.675) << "0,00" << "2,68";
+        QTest::newRow("tiny negative is zero") << QVariant(-0.004) << "0,00" << "0,00";
+        QTest::newRow("number as store text") << QVariant(QStringLiteral("-1234.5")) << "0,0000" << "-1234,5000";
+        QTest::newRow("text in a number field") << QVariant(QStringLiteral("abc")) << "0,00" << "abc";
+        QTest::newRow("null date") << QVariant(QMetaType::fromType<QDate>()) << "d-MMM-yy" << "";
+        QTest::newRow("H:mm") << QVariant(QTime(8, 5)) << "H:mm" << "8:05";
+        QTest::newRow("HH:mm, store text") << QVariant(QStringLiteral("08:30:00")) << "HH:mm" << "08:30";
+        QTest::newRow("time on a date") << QVariant(QDateTime(QDate(1899, 12, 30), QTime(17, 0))) << "H:mm" << "17:00";
+        const QDate nov4(2001, 11, 4);
+        QTest::newRow("d-MMM-yy") << QVariant(nov4) << "d-MMM-yy" << "4-nov-01";
+        QTest::newRow("dd-MMM-yyyy") << QVariant(nov4) << "dd-MMM-yyyy" << "04-nov-2001";
+        QTest::newRow("d/MM/yy") << QVariant(nov4) << "d/MM/yy" << "4/11/01";
+        QTest::newRow("statement mask") << QVariant(nov4) << "mm-d-yy" << "11-4-01";
+        QTest::newRow("September") << QVariant(QDate(1999, 9, 15)) << "d-MMM-yy" << "15-sep-99";
+        QTest::newRow("date as store text") << QVariant(QStringLiteral("2001-11-04")) << "d-MMM-yy" << "4-nov-01";
+        QTest::newRow("date and time") << QVariant(QDateTime(nov4, QTime(10, 0))) << "dd/MM/yy" << "04/11/01";
+        QTest::newRow("yes/no true") << QVariant(true) << "" << "Si";
+        QTest::newRow("yes/no false") << QVariant(false) << "" << "No";
+        QTest::newRow("plain decimal") << QVariant(1.25) << "" << "1,25";
+    }
+
+    void formatValue()
+    {
+        QFETCH(QVariant, value);
+        QFETCH(QString, mask);
+        QFETCH(QString, text);
+        QCOMPARE(ui::formatValue(value, mask), text);
+    }
+
+    void parseValue_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("mask");
+        QTest::addColumn<bool>("ok");
+        QTest::addColumn<QVariant>("value");
+
+        QTest::newRow("keypad dot") << "1.5" << "0,00" << true << QVariant(1.5);
+        QTest::newRow("grouped, negative") << "-1.234,5" << "0,0000" << true << QVariant(-1234.5);
+        QTest::newRow("grouped by dots") << "1.234.567" << "0,00" << true << QVariant(1234567.0);
+        QTest::newRow("blanks around") << " 12 " << "0,00" << true << QVariant(12.0);
+        QTest::newRow("blank is null") << "  " << "0,00" << true << QVariant();
+        QTest::newRow("two commas") << "1,2,3" << "0,00" << false << QVariant();
+        QTest::newRow("bad grouping") << "12.34,5" << "0,00" << false << QVariant();
+        QTest::newRow("comma alone") << "," << "0,00" << false << QVariant();
+        QTest::newRow("HH:mm") << "08:30" << "HH:mm" << true << QVariant(QTime(8, 30));
+        QTest::newRow("dot") << "8.30" << "H:mm" << true << QVariant(QTime(8, 30));
+        QTest::newRow("no separator") << "1745" << "H:mm" << true << QVariant(QTime(17, 45));
+        QTest::newRow("hour only") << "8" << "H:mm" << true << QVariant(QTime(8, 0));
+        QTest::newRow("hour 24") << "24:00" << "H:mm" << false << QVariant();
+        QTest::newRow("minute 75") << "8:75" << "H:mm" << false << QVariant();
+        const QVariant nov4(QDate(2001, 11, 4));
+        QTest::newRow("capitalised, four digits") << "4-Nov-2001" << "d-MMM-yy" << true << nov4;
+        QTest::newRow("abbreviation with dot") << "4-nov.-01" << "d-MMM-yy" << true << nov4;
+        QTest::newRow("full name") << "4 noviembre 2001" << "d-MMM-yy" << true << nov4;
+        QTest::newRow("numbers with slashes") << "4/11/01" << "d-MMM-yy" << true << nov4;
+        QTest::newRow("padded, dashes") << "04-11-2001" << "dd/MM/yy" << true << nov4;
+        QTest::newRow("ISO") << "2001-11-04" << "d-M-yy" << true << nov4;
+        QTest::newRow("set") << "15-set-99" << "d-MMM-yy" << true << QVariant(QDate(1999, 9, 15));
+        QTest::newRow("sept") << "15-sept-99" << "d-MMM-yy" << true << QVariant(QDate(1999, 9, 15));
+        QTest::newRow("00 is 2000 (leap)") << "29-feb-00" << "d-MMM-yy" << true << QVariant(QDate(2000, 2, 29));
+        QTest::newRow("29 is 2029") << "1-1-29" << "d-M-yy" << true << QVariant(QDate(2029, 1, 1));
+        QTest::newRow("30 is 1930") << "1-1-30" << "d-M-yy" << true << QVariant(QDate(1930, 1, 1));
+        QTest::newRow("31 February") << "31-feb-01" << "d-MMM-yy" << false << QVariant();
+        QTest::newRow("unknown month") << "4-xyz-01" << "d-MMM-yy" << false << QVariant();
+        QTest::newRow("three-digit year") << "4-11-001" << "d-M-yy" << false << QVariant();
+        QTest::newRow("junk between") << "4-11x-01" << "d-M-yy" << false << QVariant();
+        QTest::newRow("no mask keeps the text") << " a b " << "" << true << QVariant(" a b ");
+    }
+
+    void parseValue()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, mask);
+        QFETCH(bool, ok);
+        QFETCH(QVariant, value);
+        bool parsed = !ok;
+        const QVariant result = ui::parseValue(text, mask, &parsed);
+        QCOMPARE(parsed, ok);
+        if (value.typeId() == QMetaType::Double) {
+            QCOMPARE(result.typeId(), int(QMetaType::Double));
+            QCOMPARE(result.toDouble(), value.toDouble());
+        } else {
+            QCOMPARE(result, value);
+        }
+        if (!ok) {
+            // The message names what was typed.
+            QVERIFY(ui::badValueMessage(text, mask).contains(text.trimmed()));
         }
     }
-    for (const QString &mask : {QStringLiteral("0,00"), QStringLiteral("0,0000")}) {
-        for (double v : {0.0, 0.25, 1.5, 12.75, 999.99, -7.5}) {
+
+    void datesRoundTripThroughEveryMask()
+    {
+        const auto roundTrip = [](const QVariant &v, const QString &mask) {
             bool ok = false;
-            const double back = ui::parseValue(ui::formatValue(v, mask), mask, &ok).toDouble();
-            QVERIFY(ok);
-            QCOMPARE(back, v);
+            const QString text = ui::formatValue(v, mask);
+            const QVariant back = ui::parseValue(text, mask, &ok);
+            QVERIFY2(ok && back == v && !text.contains(QLatin1Char('.')), qPrintable(mask + QStringLiteral(": ") + text));
+        };
+        for (const char *mask : {"d-MMM-yy", "d-MMM-yyyy", "dd-MMM-yyyy", "dd/MM/yy", "d/MM/yy", "d-M-yy"})
+            for (int year : {1930, 1999, 2000, 2029})
+                for (int month = 1; month <= 12; ++month)
+                    for (int day : {1, 9, 28})
+                        roundTrip(QDate(year, month, day), QLatin1String(mask));
+        for (double v : {0.0, 0.25, 12.75, 999.99, -7.5}) {
+            roundTrip(v, QStringLiteral("0,00"));
+            roundTrip(v, QStringLiteral("0,0000"));
         }
+        for (const QTime &t : {QTime(0, 0), QTime(8, 5), QTime(23, 59)})
+            roundTrip(t, QStringLiteral("H:mm"));
     }
-    for (const QString &mask : {QStringLiteral("H:mm"), QStringLiteral("HH:mm")}) {
-        for (const QTime &t : {QTime(0, 0), QTime(8, 5), QTime(23, 59)}) {
-            bool ok = false;
-            QCOMPARE(ui::parseValue(ui::formatValue(t, mask), mask, &ok).toTime(), t);
-            QVERIFY(ok);
-        }
+
+    void maskedEditLimitsTypingNotDisplay()
+    {
+        ui::MaskedEdit edit(QStringLiteral("0,00"), 6);
+        edit.setValue(1234.5);
+        // Shown whole although it is longer than what can be typed.
+        QCOMPARE(edit.text(), QStringLiteral("1234,50"));
+        QCOMPARE(edit.value().toDouble(), 1234.5);
+
+        edit.clear();
+        QTest::keyClicks(&edit, QStringLiteral("12a3,4567"));
+        QCOMPARE(edit.text(), QStringLiteral("123,45"));
+        QCOMPARE(edit.value().toDouble(), 123.45);
+        QVERIFY(edit.problem().isEmpty());
+
+        // Shortening a long value is allowed.
+        edit.setValue(1234.5);
+        edit.end(false);
+        QTest::keyClick(&edit, Qt::Key_Backspace);
+        QCOMPARE(edit.text(), QStringLiteral("1234,5"));
+
+        edit.setText(QStringLiteral("1,2,3"));
+        bool ok = true;
+        QVERIFY(!edit.value(&ok).isValid());
+        QVERIFY(!ok);
+        QVERIFY(edit.problem().contains(QStringLiteral("1,2,3")));
+
+        edit.clear();
+        QCOMPARE(edit.value(), QVariant());
     }
-}
 
-void TstUi::maskedEditLimitsTypingNotDisplay()
-{
-    ui::MaskedEdit edit(QStringLiteral("0,00"), 6);
-    edit.setValue(1234.5);
-    // Shown whole although it is longer than what can be typed.
-    QCOMPARE(edit.text(), QStringLiteral("1234,50"));
-    QCOMPARE(edit.value().toDouble(), 1234.5);
+    // ---------------------------------------------------------------- date picker, calendars
+    void datePickerHoldsNoDate()
+    {
+        ui::DatePicker picker(QStringLiteral("d-M-yy"));
+        QSignalSpy changed(&picker, &ui::DatePicker::dateChanged);
+        QVERIFY(picker.isBlank());
+        picker.setDate(QDate(2001, 11, 4));
+        QCOMPARE(picker.text(), QStringLiteral("4-11-01"));
+        picker.setDisplayFormat(QStringLiteral("dd-MMM-yyyy"));
+        QCOMPARE(picker.text(), QStringLiteral("04-nov-2001"));
 
-    edit.clear();
-    QTest::keyClicks(&edit, QStringLiteral("12a3,4567"));
-    QCOMPARE(edit.text(), QStringLiteral("123,45"));
-    QCOMPARE(edit.value().toDouble(), 123.45);
-    QVERIFY(edit.problem().isEmpty());
-
-    // Shortening a long value is allowed.
-    edit.setValue(1234.5);
-    edit.end(false);
-    QTest::keyClick(&edit, Qt::Key_Backspace);
-    QCOMPARE(edit.text(), QStringLiteral("1234,5"));
-
-    edit.setText(QStringLiteral("1,2,3"));
-    bool ok = true;
-    QVERIFY(!edit.value(&ok).isValid());
-    QVERIFY(!ok);
-    QVERIFY(edit.problem().contains(QStringLiteral("1,2,3")));
-
-    ui::MaskedEdit time(QStringLiteral("H:mm"));
-    time.setValue(QTime(7, 5));
-    QCOMPARE(time.text(), QStringLiteral("7:05"));
-    time.clear();
-    QCOMPARE(time.value(), QVariant());
-}
-
-// ---------------------------------------------------------------- date picker, calendars
-
-void TstUi::datePickerHoldsNoDate()
-{
-    ui::DatePicker picker(QStringLiteral("d-M-yy"));
-    QSignalSpy changed(&picker, &ui::DatePicker::dateChanged);
-    QVERIFY(picker.isBlank());
-    QVERIFY(picker.date().isNull());
-    QCOMPARE(picker.text(), QString());
-
-    picker.setDate(QDate(2001, 11, 4));
-    QCOMPARE(picker.text(), QStringLiteral("4-11-01"));
-    picker.setDisplayFormat(QStringLiteral("dd-MMM-yyyy"));
-    QCOMPARE(picker.text(), QStringLiteral("04-nov-2001"));
-
-    picker.setDate(QDate());
-    QVERIFY(picker.date().isNull());
-    QCOMPARE(picker.text(), QString());
-    // Changes made by code are quiet.
-    QCOMPARE(changed.count(), 0);
-}
-
-void TstUi::datePickerTyping_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<bool>("blankAllowed");
-    QTest::addColumn<QDate>("date");
-    QTest::addColumn<QString>("shown");
-    QTest::addColumn<int>("boxes");
-
-    const QDate start(2001, 11, 4);
-    QTest::newRow("abbreviation") << "15-set-99" << false << QDate(1999, 9, 15) << "15-sep-99"
-                                  << 0;
-    QTest::newRow("numbers") << "1/2/2003" << false << QDate(2003, 2, 1) << "1-feb-03" << 0;
-    QTest::newRow("no date") << "31-feb-01" << false << start << "4-nov-01" << 1;
-    QTest::newRow("junk") << "ayer" << false << start << "4-nov-01" << 1;
-    QTest::newRow("blank refused") << "" << false << start << "4-nov-01" << 1;
-    QTest::newRow("blank allowed") << "" << true << QDate() << "" << 0;
-}
-
-void TstUi::datePickerTyping()
-{
-    QFETCH(QString, typed);
-    QFETCH(bool, blankAllowed);
-    QFETCH(QDate, date);
-    QFETCH(QString, shown);
-    QFETCH(int, boxes);
-
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
-    ui::DatePicker picker(QStringLiteral("d-MMM-yy"));
-    picker.setBlankAllowed(blankAllowed);
-    const QDate start(2001, 11, 4);
-    picker.setDate(start);
-    QSignalSpy changed(&picker, &ui::DatePicker::dateChanged);
-
-    picker.lineEdit()->selectAll();
-    QTest::keyClick(picker.lineEdit(), Qt::Key_Delete);
-    QTest::keyClicks(picker.lineEdit(), typed);
-    QTest::keyClick(picker.lineEdit(), Qt::Key_Return);
-
-    QCOMPARE(picker.date(), date);
-    QCOMPARE(picker.text(), shown);
-    QCOMPARE(dialogs.count(), boxes);
-    if (boxes) {
-        QCOMPARE(dialogs.last().icon, Icon::Exclamation);
-        QCOMPARE(dialogs.last().title, QStringLiteral("Quronda"));
-        QVERIFY(dialogs.last().text.contains(typed.isEmpty() ? QStringLiteral("blanco") : typed));
-    }
-    // One signal per change of the date the user made, carrying the final date.
-    if (date == start) {
+        picker.setDate(QDate());
+        QVERIFY(picker.date().isNull());
+        QCOMPARE(picker.text(), QString());
+        // Changes made by code are quiet.
         QCOMPARE(changed.count(), 0);
-    } else {
-        QVERIFY(changed.count() >= 1);
-        QCOMPARE(changed.last().at(0).toDate(), date);
     }
-}
 
-void TstUi::datePickerKeysAndCalendar()
-{
-    QWidget window;
-    auto *picker = new ui::DatePicker(QStringLiteral("d-M-yy"), &window);
-    window.show();
-    picker->setDate(QDate(2004, 2, 28));
-    QSignalSpy changed(picker, &ui::DatePicker::dateChanged);
-
-    QTest::keyClick(picker->lineEdit(), Qt::Key_Up);
-    QCOMPARE(picker->date(), QDate(2004, 2, 29));
-    QTest::keyClick(picker->lineEdit(), Qt::Key_PageUp);
-    QCOMPARE(picker->date(), QDate(2004, 3, 29));
-    QTest::keyClick(picker->lineEdit(), Qt::Key_Down);
-    QCOMPARE(picker->date(), QDate(2004, 3, 28));
-    QCOMPARE(picker->text(), QStringLiteral("28-3-04"));
-    QCOMPARE(changed.count(), 3);
-
-    // Picking a day in the calendar that drops down.
-    picker->showCalendar();
-    QCalendarWidget *calendar = picker->calendarWidget();
-    QVERIFY(calendar->isVisible());
-    QCOMPARE(calendar->selectedDate(), QDate(2004, 3, 28));
-    calendar->setSelectedDate(QDate(2004, 3, 10));
-    QTest::mouseClick(daysOf(calendar)->viewport(), Qt::LeftButton, {}, selectedCell(calendar));
-    QCOMPARE(picker->date(), QDate(2004, 3, 10));
-    QCOMPARE(changed.count(), 4);
-    QVERIFY(!calendar->isVisible());
-
-    // A disabled picker opens nothing.
-    picker->setEnabled(false);
-    picker->showCalendar();
-    QVERIFY(!calendar->isVisible());
-}
-
-void TstUi::calendarDoubleClick()
-{
-    ui::Calendar calendar;
-    calendar.show();
-    calendar.setValue(QDate(2002, 5, 17));
-    QSignalSpy doubled(&calendar, &ui::Calendar::doubleClicked);
-    QWidget *days = daysOf(&calendar)->viewport();
-
-    QTest::mouseClick(days, Qt::LeftButton, {}, selectedCell(&calendar));
-    QCOMPARE(doubled.count(), 0);
-    QTest::mouseDClick(days, Qt::LeftButton, {}, selectedCell(&calendar));
-    QCOMPARE(doubled.count(), 1);
-    QCOMPARE(doubled.at(0).at(0).toDate(), QDate(2002, 5, 17));
-    QCOMPARE(calendar.value(), QDate(2002, 5, 17));
-}
-
-// ---------------------------------------------------------------- toolbar, status bar
-
-static void addWorkspaceButtons(ui::KeyedToolBar &bar)
-{
-    const QList<ui::KeyedToolBar::MenuEntry> sorts = {
-        {"actividad", "Actividad"}, {"destino", "Destino"}, {"fecha", "Fecha"},
-        {"semana", "Semana"},       {"tipohora", "Tipo de hora"}};
-    bar.addButton("nuevo", "Nuevo", "Nuevo registro de horas");
-    bar.addButton("eliminar", "Eliminar");
-    bar.addButton("ordenar_asc", "Ascendente", "Orden ascendente por fecha", {}, sorts);
-    bar.addButton("ordenar_des", "Descendete", "Orden descendente por fecha", {}, sorts);
-    bar.addButton("salir", "Salir");
-}
-
-void TstUi::toolbarButtonsByKey()
-{
-    QMainWindow window;
-    auto *bar = new ui::KeyedToolBar(&window);
-    bar->setObjectName("tbrBarraHerramientas");
-    window.addToolBar(bar);
-    addWorkspaceButtons(*bar);
-    window.show();
-    QSignalSpy clicked(bar, &ui::KeyedToolBar::buttonClicked);
-    QSignalSpy chosen(bar, &ui::KeyedToolBar::menuEntryClicked);
-
-    QCOMPARE(bar->keys(), QStringList({"nuevo", "eliminar", "ordenar_asc", "ordenar_des", "salir"}));
-    auto *nuevo = window.findChild<QToolButton *>("nuevo");
-    QVERIFY(nuevo);
-    QCOMPARE(nuevo, bar->button("nuevo"));
-    QCOMPARE(nuevo->text(), QStringLiteral("Nuevo"));
-    QCOMPARE(bar->buttonToolTip("eliminar"), QString());
-
-    // A real click on a button, and on the face of a drop-down button.
-    QTest::mouseClick(nuevo, Qt::LeftButton);
-    QTest::mouseClick(bar->button("ordenar_asc"), Qt::LeftButton, {}, QPoint(4, 4));
-    QCOMPARE(clicked.count(), 2);
-    QCOMPARE(clicked.at(0).at(0).toString(), QStringLiteral("nuevo"));
-    QCOMPARE(clicked.at(1).at(0).toString(), QStringLiteral("ordenar_asc"));
-    QCOMPARE(chosen.count(), 0);
-
-    // The menu entries, found by name, and chosen through the menu.
-    auto *entry = window.findChild<QAction *>("ordenar_des_tipohora");
-    QVERIFY(entry);
-    QCOMPARE(entry->text(), QStringLiteral("Tipo de hora"));
-    QCOMPARE(bar->menuKeys("ordenar_des").size(), 5);
-    entry->trigger();
-    QVERIFY(bar->triggerMenuEntry("ordenar_asc", "fecha"));
-    QCOMPARE(chosen.count(), 2);
-    QCOMPARE(chosen.at(0), QVariantList({"ordenar_des", "tipohora"}));
-    QCOMPARE(chosen.at(1), QVariantList({"ordenar_asc", "fecha"}));
-    QCOMPARE(clicked.count(), 2);
-
-    // The sort menus rename their button.
-    bar->setButtonCaption("ordenar_des", "Tipo Hora");
-    QCOMPARE(bar->button("ordenar_des")->text(), QStringLiteral("Tipo Hora"));
-    QCOMPARE(bar->buttonCaption("ordenar_des"), QStringLiteral("Tipo Hora"));
-
-    QVERIFY(!bar->trigger("nada"));
-    QVERIFY(!bar->triggerMenuEntry("ordenar_asc", "nada"));
-}
-
-void TstUi::toolbarRespectsEnabledState()
-{
-    QMainWindow window;
-    auto *bar = new ui::KeyedToolBar(&window);
-    window.addToolBar(bar);
-    addWorkspaceButtons(*bar);
-    window.show();
-    QSignalSpy clicked(bar, &ui::KeyedToolBar::buttonClicked);
-    QSignalSpy chosen(bar, &ui::KeyedToolBar::menuEntryClicked);
-
-    for (const QString &key : bar->keys())
-        QVERIFY(bar->isButtonEnabled(key));
-
-    bar->setButtonEnabled("eliminar", false);
-    bar->setButtonEnabled("ordenar_asc", false);
-    QVERIFY(!bar->isButtonEnabled("eliminar"));
-    QVERIFY(!bar->button("eliminar")->isEnabled());
-    QVERIFY(!bar->trigger("eliminar"));
-    QTest::mouseClick(bar->button("eliminar"), Qt::LeftButton);
-    QVERIFY(!bar->trigger("ordenar_asc"));
-    QVERIFY(!bar->triggerMenuEntry("ordenar_asc", "fecha"));
-    QCOMPARE(clicked.count(), 0);
-    QCOMPARE(chosen.count(), 0);
-
-    bar->setButtonEnabled("eliminar", true);
-    QVERIFY(bar->trigger("eliminar"));
-    QCOMPARE(clicked.count(), 1);
-
-    // A disabled window takes no clicks either.
-    window.setEnabled(false);
-    QVERIFY(!bar->trigger("nuevo"));
-    QCOMPARE(clicked.count(), 1);
-}
-
-void TstUi::statusPanelsByKey()
-{
-    QMainWindow window;
-    auto *bar = new ui::StatusPanels(&window);
-    bar->setObjectName("stbPrincipal");
-    window.setStatusBar(bar);
-    bar->addPanel("Usuario");
-    bar->addPanel("Area");
-    bar->addPanel("Acceso");
-    bar->addPanel("Fecha", ui::StatusPanels::Style::Date, 0);
-    bar->addPanel("Hora", ui::StatusPanels::Style::Time, 0);
-    window.show();
-
-    bar->setPanelText("Usuario", "Usuario: ana ");
-    bar->setPanelText("Acceso", "Tipo: 6");
-    QCOMPARE(bar->panelText("Usuario"), QStringLiteral("Usuario: ana "));
-    QCOMPARE(window.findChild<QLabel *>("Acceso")->text(), QStringLiteral("Tipo: 6"));
-    QCOMPARE(bar->panelText("Area"), QString());
-    QCOMPARE(bar->keys(), QStringList({"Usuario", "Area", "Acceso", "Fecha", "Hora"}));
-
-    // The clock panels fill themselves.
-    QCOMPARE(bar->panelText("Fecha"), QDate::currentDate().toString("dd/MM/yyyy"));
-    QVERIFY(QTime::fromString(bar->panelText("Hora"), "H:mm").isValid());
-    bar->showMessage("una ayuda");
-    QVERIFY(bar->panel("Usuario")->isVisible());
-}
-
-// ---------------------------------------------------------------- the dialogs seam
-
-void TstUi::scriptedAnswersAndLog()
-{
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
-
-    // Unanswered: Ok for an OK box, No for a question, Cancel where there is one.
-    ui::msgBox("Solo es posible eliminar horas del mes en curso");
-    QVERIFY(!ui::ask("Confirma que desea eliminar las horas seleccionadas ?", "Atención",
-                     Icon::None));
-    QCOMPARE(ui::message("¿Guardar?", "Horas", Buttons::OkCancel), Answer::Cancel);
-    QCOMPARE(ui::message("¿Guardar?", "Horas", Buttons::YesNoCancel), Answer::No);
-
-    // A notice in between doesn't eat the Yes meant for the question.
-    dialogs.answerNext(Answer::Yes);
-    ui::msgBox("Aviso", {}, Icon::Information);
-    QVERIFY(ui::ask("¿Seguro?"));
-    dialogs.answerNext(Answer::Cancel);
-    QCOMPARE(ui::message("¿Seguro?", {}, Buttons::YesNoCancel, Icon::Question), Answer::Cancel);
-    QVERIFY(dialogs.problems().isEmpty());
-    QCOMPARE(dialogs.pendingAnswers(), 0);
-
-    const auto &shown = dialogs.shown();
-    QCOMPARE(shown.size(), 7);
-    QCOMPARE(shown.at(0).title, QStringLiteral("Quronda"));
-    QCOMPARE(shown.at(0).buttons, Buttons::Ok);
-    QCOMPARE(shown.at(0).icon, Icon::None);
-    QCOMPARE(shown.at(1).text, QStringLiteral("Confirma que desea eliminar las horas seleccionadas ?"));
-    QCOMPARE(shown.at(1).title, QStringLiteral("Atención"));
-    QCOMPARE(shown.at(1).buttons, Buttons::YesNo);
-    QCOMPARE(shown.at(1).answer, Answer::No);
-    QCOMPARE(shown.at(4).icon, Icon::Information);
-    QCOMPARE(shown.at(5).icon, Icon::Question);
-    QCOMPARE(shown.at(5).answer, Answer::Yes);
-    QCOMPARE(shown.at(5).kind, ScriptedDialogs::Kind::Message);
-
-    // An answer the box has no button for is the script's fault, and is said so.
-    dialogs.answerNext(Answer::Yes);
-    QCOMPARE(ui::message("Horas", {}, Buttons::OkCancel), Answer::Cancel);
-    QCOMPARE(dialogs.problems().size(), 1);
-}
-
-void TstUi::scriptedInputs()
-{
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
-
-    dialogs.typeNext("C:\\horas.xls");
-    dialogs.cancelNextInput();
-    dialogs.answerNext(Answer::Yes);  // for a question, not for an input box
-    QVERIFY(ui::inputBox("Ingrese la ruta", "Exportar", "C:\\") == QStringLiteral("C:\\horas.xls"));
-    QVERIFY(!ui::inputBox("Ingrese la ruta"));
-    QVERIFY(!ui::inputBox("Otra vez"));  // nothing scripted: Cancel
-    QCOMPARE(dialogs.pendingAnswers(), 1);
-    QVERIFY(ui::ask("¿Seguro?"));
-
-    QCOMPARE(dialogs.count(), 4);
-    const auto first = dialogs.shown().at(0);
-    QCOMPARE(first.kind, ScriptedDialogs::Kind::Input);
-    QCOMPARE(first.text, QStringLiteral("Ingrese la ruta"));
-    QCOMPARE(first.title, QStringLiteral("Exportar"));
-    QCOMPARE(first.defaultText, QStringLiteral("C:\\"));
-    QCOMPARE(first.answer, Answer::Ok);
-    QCOMPARE(dialogs.shown().at(1).title, QStringLiteral("Quronda"));
-    QCOMPARE(dialogs.shown().at(1).answer, Answer::Cancel);
-}
-
-void TstUi::scriptedBusyAndEndProgram()
-{
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
-    QList<bool> busyWhenShown;
-    dialogs.setOnShown([&](const ScriptedDialogs::Box &box) { busyWhenShown.append(box.busy); });
-
-    QVERIFY(!ui::isBusy());
+    void datePickerTyping_data()
     {
-        ui::WaitCursor wait;
-        QVERIFY(ui::isBusy());
-        ui::msgBox("trabajando");
-        {
-            ui::WaitCursor inner;
-        }
-        // The inner one puts back the hourglass it found.
-        QVERIFY(ui::isBusy());
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<bool>("blankAllowed");
+        QTest::addColumn<QDate>("date");
+        QTest::addColumn<QString>("shown");
+        QTest::addColumn<int>("boxes");
+
+        const QDate start(2001, 11, 4);
+        QTest::newRow("abbreviation") << "15-set-99" << false << QDate(1999, 9, 15) << "15-sep-99" << 0;
+        QTest::newRow("numbers") << "1/2/2003" << false << QDate(2003, 2, 1) << "1-feb-03" << 0;
+        QTest::newRow("no date") << "31-feb-01" << false << start << "4-nov-01" << 1;
+        QTest::newRow("blank refused") << "" << false << start << "4-nov-01" << 1;
+        QTest::newRow("blank allowed") << "" << true << QDate() << "" << 0;
     }
-    QVERIFY(!ui::isBusy());
-    ui::setBusy(true);
-    ui::setBusy(false);
-    QCOMPARE(dialogs.busyHistory(), QList<bool>({true, true, true, false, true, false}));
-    QCOMPARE(busyWhenShown, QList<bool>({true}));
-    QVERIFY(dialogs.last().busy);
 
-    // The end of the program closes the windows and leaves the test running.
-    QPointer<QWidget> first = new QWidget;
-    first->setAttribute(Qt::WA_DeleteOnClose);
-    first->show();
-    QWidget second;
-    second.show();
-    QVERIFY(!dialogs.endProgramCalled());
-    ui::endProgram();
-    QVERIFY(dialogs.endProgramCalled());
-    QCOMPARE(dialogs.endProgramCount(), 1);
-    QVERIFY(!second.isVisible());
-    QTRY_VERIFY(first.isNull());
-}
-
-void TstUi::installRestoresPrevious()
-{
-    QCOMPARE(ScriptedDialogs::current(), nullptr);
+    void datePickerTyping()
     {
-        ScriptedDialogs outer;
-        ScriptedDialogs::Install outerInstalled(outer);
-        {
-            ScriptedDialogs inner;
-            ScriptedDialogs::Install innerInstalled(inner);
-            QCOMPARE(ScriptedDialogs::current(), &inner);
-            ui::msgBox("dentro");
-            QCOMPARE(inner.count(), 1);
+        QFETCH(QString, typed);
+        QFETCH(bool, blankAllowed);
+        QFETCH(QDate, date);
+        QFETCH(QString, shown);
+        QFETCH(int, boxes);
+
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        ui::DatePicker picker(QStringLiteral("d-MMM-yy"));
+        picker.setBlankAllowed(blankAllowed);
+        const QDate start(2001, 11, 4);
+        picker.setDate(start);
+        QSignalSpy changed(&picker, &ui::DatePicker::dateChanged);
+
+        picker.lineEdit()->selectAll();
+        QTest::keyClick(picker.lineEdit(), Qt::Key_Delete);
+        QTest::keyClicks(picker.lineEdit(), typed);
+        QTest::keyClick(picker.lineEdit(), Qt::Key_Return);
+
+        QCOMPARE(picker.date(), date);
+        QCOMPARE(picker.text(), shown);
+        QCOMPARE(dialogs.count(), boxes);
+        if (boxes) {
+            QCOMPARE(dialogs.last().icon, Icon::Exclamation);
+            QCOMPARE(dialogs.last().title, QStringLiteral("Quronda"));
+            QVERIFY(dialogs.last().text.contains(typed.isEmpty() ? QStringLiteral("blanco") : typed));
         }
-        QCOMPARE(ScriptedDialogs::current(), &outer);
-        ui::msgBox("fuera");
-        QCOMPARE(outer.texts(), QStringList({"fuera"}));
+        // One signal per change of the date the user made, carrying the final date.
+        if (date == start) {
+            QCOMPARE(changed.count(), 0);
+        } else {
+            QVERIFY(changed.count() >= 1);
+            QCOMPARE(changed.last().at(0).toDate(), date);
+        }
     }
-    QCOMPARE(ScriptedDialogs::current(), nullptr);
-}
 
-void TstUi::realDialogsDoNotHangWithoutScreen()
-{
-    if (QGuiApplication::platformName() != QLatin1String("offscreen"))
-        QSKIP("only meaningful without a screen");
-    auto previous = ui::setDialogs(std::make_unique<ui::QtDialogs>());
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("sin pantalla"));
-    const bool yes = ui::ask("¿Seguro?");
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("sin pantalla"));
-    const auto typed = ui::inputBox("Ruta");
-    ui::setDialogs(std::move(previous));
-    QVERIFY(!yes);
-    QVERIFY(!typed);
-}
+    void datePickerKeysAndCalendar()
+    {
+        QWidget window;
+        auto *picker = new ui::DatePicker(QStringLiteral("d-M-yy"), &window);
+        window.show();
+        picker->setDate(QDate(2004, 2, 28));
+        QSignalSpy changed(picker, &ui::DatePicker::dateChanged);
 
-void TstUi::realEndProgramEndsProcessAtOnce()
-{
-    QProcess child;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(kChildVariable, "1");
-    env.insert("QT_QPA_PLATFORM", "offscreen");
-    child.setProcessEnvironment(env);
-    child.start(QCoreApplication::applicationFilePath(), {"endProgramChild"});
-    QVERIFY(child.waitForFinished(60000));
-    const QString out = QString::fromUtf8(child.readAllStandardOutput());
-    QCOMPARE(child.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(child.exitCode(), 0);
-    QVERIFY2(out.contains("open-windows"), qPrintable(out));
-    // Nothing ran after the call: not the rest of the handler, not the test's end.
-    QVERIFY2(!out.contains("after-end"), qPrintable(out));
-    QVERIFY2(!out.contains("Totals"), qPrintable(out));
-}
+        QTest::keyClick(picker->lineEdit(), Qt::Key_Up);
+        QCOMPARE(picker->date(), QDate(2004, 2, 29));
+        QTest::keyClick(picker->lineEdit(), Qt::Key_PageUp);
+        QCOMPARE(picker->date(), QDate(2004, 3, 29));
+        QTest::keyClick(picker->lineEdit(), Qt::Key_Down);
+        QCOMPARE(picker->date(), QDate(2004, 3, 28));
+        QCOMPARE(picker->text(), QStringLiteral("28-3-04"));
+        QCOMPARE(changed.count(), 3);
 
-// Runs only inside the child started above: ends the program from a handler while two
-// windows are open and a nested event loop runs, as "salir" does over an hours window.
-void TstUi::endProgramChild()
-{
-    if (qEnvironmentVariableIsEmpty(kChildVariable))
-        QSKIP("runs inside realEndProgramEndsProcessAtOnce");
-    ui::setDialogs(nullptr);
-    QWidget main;
-    main.show();
-    QWidget other;
-    other.show();
-    QEventLoop nested;
-    QTimer::singleShot(0, [&] {
-        std::printf("open-windows\n");
-        std::fflush(stdout);
+        // Picking a day in the calendar that drops down.
+        picker->showCalendar();
+        QCalendarWidget *calendar = picker->calendarWidget();
+        QVERIFY(calendar->isVisible());
+        QCOMPARE(calendar->selectedDate(), QDate(2004, 3, 28));
+        calendar->setSelectedDate(QDate(2004, 3, 10));
+        QTest::mouseClick(daysOf(calendar)->viewport(), Qt::LeftButton, {}, selectedCell(calendar));
+        QCOMPARE(picker->date(), QDate(2004, 3, 10));
+        QCOMPARE(changed.count(), 4);
+        QVERIFY(!calendar->isVisible());
+
+        // A disabled picker opens nothing.
+        picker->setEnabled(false);
+        picker->showCalendar();
+        QVERIFY(!calendar->isVisible());
+    }
+
+    void calendarDoubleClick()
+    {
+        ui::Calendar calendar;
+        calendar.show();
+        calendar.setValue(QDate(2002, 5, 17));
+        QSignalSpy doubled(&calendar, &ui::Calendar::doubleClicked);
+        QWidget *days = daysOf(&calendar)->viewport();
+
+        QTest::mouseClick(days, Qt::LeftButton, {}, selectedCell(&calendar));
+        QCOMPARE(doubled.count(), 0);
+        QTest::mouseDClick(days, Qt::LeftButton, {}, selectedCell(&calendar));
+        QCOMPARE(doubled.count(), 1);
+        QCOMPARE(doubled.at(0).at(0).toDate(), QDate(2002, 5, 17));
+    }
+
+    void toolbarButtonsByKey()
+    {
+        ToolbarWindow w;
+        auto *bar = w.bar;
+        QSignalSpy &clicked = w.clicked, &chosen = w.chosen;
+        QCOMPARE(bar->keys(), QStringList({"nuevo", "eliminar", "ordenar_asc", "ordenar_des", "salir"}));
+        auto *nuevo = w.window.findChild<QToolButton *>("nuevo");
+        QVERIFY(nuevo);
+        QCOMPARE(nuevo->text(), QStringLiteral("Nuevo"));
+
+        // A real click on a button, and on the face of a drop-down button.
+        QTest::mouseClick(nuevo, Qt::LeftButton);
+        QTest::mouseClick(bar->button("ordenar_asc"), Qt::LeftButton, {}, QPoint(4, 4));
+        QCOMPARE(clicked.count(), 2);
+        QCOMPARE(clicked.at(0).at(0).toString(), QStringLiteral("nuevo"));
+        QCOMPARE(clicked.at(1).at(0).toString(), QStringLiteral("ordenar_asc"));
+        QCOMPARE(chosen.count(), 0);
+
+        // The menu entries, found by name, and chosen through the menu.
+        auto *entry = w.window.findChild<QAction *>("ordenar_des_tipohora");
+        QVERIFY(entry);
+        entry->trigger();
+        QVERIFY(bar->triggerMenuEntry("ordenar_asc", "fecha"));
+        QCOMPARE(chosen.count(), 2);
+        QCOMPARE(chosen.at(0), QVariantList({"ordenar_des", "tipohora"}));
+        QCOMPARE(chosen.at(1), QVariantList({"ordenar_asc", "fecha"}));
+        QCOMPARE(clicked.count(), 2);
+
+        // The sort menus rename their button.
+        bar->setButtonCaption("ordenar_des", "Tipo Hora");
+        QCOMPARE(bar->button("ordenar_des")->text(), QStringLiteral("Tipo Hora"));
+
+        QVERIFY(!bar->trigger("nada"));
+        QVERIFY(!bar->triggerMenuEntry("ordenar_asc", "nada"));
+    }
+
+    void toolbarRespectsEnabledState()
+    {
+        ToolbarWindow w;
+        auto *bar = w.bar;
+        bar->setButtonEnabled("eliminar", false);
+        bar->setButtonEnabled("ordenar_asc", false);
+        QVERIFY(!bar->button("eliminar")->isEnabled());
+        QVERIFY(!bar->trigger("eliminar"));
+        QTest::mouseClick(bar->button("eliminar"), Qt::LeftButton);
+        QVERIFY(!bar->trigger("ordenar_asc"));
+        QVERIFY(!bar->triggerMenuEntry("ordenar_asc", "fecha"));
+        QCOMPARE(w.clicked.count() + w.chosen.count(), 0);
+
+        bar->setButtonEnabled("eliminar", true);
+        QVERIFY(bar->trigger("eliminar"));
+        QCOMPARE(w.clicked.count(), 1);
+
+        // A disabled window takes no clicks either.
+        w.window.setEnabled(false);
+        QVERIFY(!bar->trigger("nuevo"));
+        QCOMPARE(w.clicked.count(), 1);
+    }
+
+    void statusPanelsByKey()
+    {
+        QMainWindow window;
+        auto *bar = new ui::StatusPanels(&window);
+        window.setStatusBar(bar);
+        for (const char *key : {"Usuario", "Area", "Acceso"})
+            bar->addPanel(key);
+        bar->addPanel("Fecha", ui::StatusPanels::Style::Date, 0);
+        bar->addPanel("Hora", ui::StatusPanels::Style::Time, 0);
+        window.show();
+
+        bar->setPanelText("Acceso", "Tipo: 6");
+        QCOMPARE(window.findChild<QLabel *>("Acceso")->text(), QStringLiteral("Tipo: 6"));
+        QCOMPARE(bar->panelText("Area"), QString());
+        QCOMPARE(bar->keys(), QStringList({"Usuario", "Area", "Acceso", "Fecha", "Hora"}));
+
+        // The clock panels fill themselves.
+        QCOMPARE(bar->panelText("Fecha"), QDate::currentDate().toString("dd/MM/yyyy"));
+        QVERIFY(QTime::fromString(bar->panelText("Hora"), "H:mm").isValid());
+        bar->showMessage("una ayuda");
+        QVERIFY(bar->panel("Usuario")->isVisible());
+    }
+
+    // ---------------------------------------------------------------- the dialogs seam
+    void scriptedAnswersAndLog()
+    {
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+
+        // Unanswered: Ok for an OK box, No for a question, Cancel where there is one.
+        ui::msgBox("Solo es posible eliminar horas del mes en curso");
+        QVERIFY(!ui::ask("Confirma que desea eliminar las horas seleccionadas ?", "Atención", Icon::None));
+        QCOMPARE(ui::message("¿Guardar?", "Horas", Buttons::OkCancel), Answer::Cancel);
+        QCOMPARE(ui::message("¿Guardar?", "Horas", Buttons::YesNoCancel), Answer::No);
+
+        // Neither a notice nor an input box in between eats the Yes meant for the question.
+        dialogs.answerNext(Answer::Yes);
+        dialogs.typeNext("C:\\horas.xls");
+        dialogs.cancelNextInput();
+        ui::msgBox("Aviso", {}, Icon::Information);
+        QVERIFY(ui::inputBox("Ingrese la ruta", "Exportar", "C:\\") == QStringLiteral("C:\\horas.xls"));
+        QVERIFY(!ui::inputBox("Ingrese la ruta"));
+        QVERIFY(!ui::inputBox("Otra vez"));  // nothing scripted: Cancel
+        QVERIFY(ui::ask("¿Seguro?"));
+        QVERIFY(dialogs.problems().isEmpty());
+        QCOMPARE(dialogs.pendingAnswers(), 0);
+
+        const auto &shown = dialogs.shown();
+        QCOMPARE(shown.size(), 9);
+        QCOMPARE(shown.at(0).title, QStringLiteral("Quronda"));
+        QCOMPARE(shown.at(0).buttons, Buttons::Ok);
+        QCOMPARE(shown.at(1).title, QStringLiteral("Atención"));
+        QCOMPARE(shown.at(1).buttons, Buttons::YesNo);
+        QCOMPARE(shown.at(1).answer, Answer::No);
+        QCOMPARE(shown.at(4).icon, Icon::Information);
+        const auto input = shown.at(5);
+        QCOMPARE(input.kind, ScriptedDialogs::Kind::Input);
+        QCOMPARE(input.title, QStringLiteral("Exportar"));
+        QCOMPARE(input.defaultText, QStringLiteral("C:\\"));
+        QCOMPARE(shown.at(6).title, QStringLiteral("Quronda"));
+        QCOMPARE(shown.at(6).answer, Answer::Cancel);
+        QCOMPARE(shown.at(8).icon, Icon::Question);
+        QCOMPARE(shown.at(8).answer, Answer::Yes);
+
+        // An answer the box has no button for is the script's fault, and is said so.
+        dialogs.answerNext(Answer::Yes);
+        QCOMPARE(ui::message("Horas", {}, Buttons::OkCancel), Answer::Cancel);
+        QCOMPARE(dialogs.problems().size(), 1);
+    }
+
+    void scriptedBusyAndEndProgram()
+    {
+        ScriptedDialogs dialogs;
+        ScriptedDialogs::Install installed(dialogs);
+        QList<bool> busyWhenShown;
+        dialogs.setOnShown([&](const ScriptedDialogs::Box &box) { busyWhenShown.append(box.busy); });
+
+        QVERIFY(!ui::isBusy());
+        {
+            ui::WaitCursor wait;
+            QVERIFY(ui::isBusy());
+            ui::msgBox("trabajando");
+            {
+                ui::WaitCursor inner;
+            }
+            // The inner one puts back the hourglass it found.
+            QVERIFY(ui::isBusy());
+        }
+        QVERIFY(!ui::isBusy());
+        ui::setBusy(true);
+        ui::setBusy(false);
+        QCOMPARE(dialogs.busyHistory(), QList<bool>({true, true, true, false, true, false}));
+        QCOMPARE(busyWhenShown, QList<bool>({true}));
+        QVERIFY(dialogs.last().busy);
+
+        // The end of the program closes the windows and leaves the test running.
+        QPointer<QWidget> first = new QWidget;
+        first->setAttribute(Qt::WA_DeleteOnClose);
+        first->show();
+        QWidget second;
+        second.show();
         ui::endProgram();
+        QCOMPARE(dialogs.endProgramCount(), 1);
+        QVERIFY(!second.isVisible());
+        QTRY_VERIFY(first.isNull());
+    }
+
+    void realDialogsDoNotHangWithoutScreen()
+    {
+        if (QGuiApplication::platformName() != QLatin1String("offscreen"))
+            QSKIP("only meaningful without a screen");
+        auto previous = ui::setDialogs(std::make_unique<ui::QtDialogs>());
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("sin pantalla"));
+        const bool yes = ui::ask("¿Seguro?");
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("sin pantalla"));
+        const auto typed = ui::inputBox("Ruta");
+        ui::setDialogs(std::move(previous));
+        QVERIFY(!yes);
+        QVERIFY(!typed);
+    }
+
+    void realEndProgramEndsProcessAtOnce()
+    {
+        QProcess child;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(kChildVariable, "1");
+        env.insert("QT_QPA_PLATFORM", "offscreen");
+        child.setProcessEnvironment(env);
+        child.start(QCoreApplication::applicationFilePath(), {"endProgramChild"});
+        QVERIFY(child.waitForFinished(60000));
+        const QString out = QString::fromUtf8(child.readAllStandardOutput());
+        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(child.exitCode(), 0);
+        QVERIFY2(out.contains("open-windows"), qPrintable(out));
+        // Nothing ran after the call: not the rest of the handler, not the test's end.
+        QVERIFY2(!out.contains("after-end"), qPrintable(out));
+        QVERIFY2(!out.contains("Totals"), qPrintable(out));
+    }
+
+    // Runs only inside the child started above: ends the program from a handler while two
+    // windows are open and a nested event loop runs, as "salir" does over an hours window.
+    void endProgramChild()
+    {
+        if (qEnvironmentVariableIsEmpty(kChildVariable))
+            QSKIP("runs inside realEndProgramEndsProcessAtOnce");
+        ui::setDialogs(nullptr);
+        QWidget main;
+        main.show();
+        QWidget other;
+        other.show();
+        QEventLoop nested;
+        QTimer::singleShot(0, [&] {
+            std::printf("open-windows\n");
+            std::fflush(stdout);
+            ui::endProgram();
+            std::printf("after-end\n");
+            nested.quit();
+        });
+        nested.exec();
         std::printf("after-end\n");
-        nested.quit();
-    });
-    nested.exec();
-    std::printf("after-end\n");
-}
+    }
+};
 
 int main(int argc, char *argv[])
 {
