@@ -81,13 +81,32 @@ void editCell(ui::DataGrid *grid, int row, int column, const QString &text)
 class TstAdmin : public QObject {
     Q_OBJECT
 
+    std::unique_ptr<tests::TempStore> m_store;
+    std::unique_ptr<ScriptedDialogs> m_dialogs;
+    std::unique_ptr<ScriptedDialogs::Install> m_installed;
+    tests::TempStore &store() { return *m_store; }
+    ScriptedDialogs &dialogs() { return *m_dialogs; }
+    QString describe(const QString &table, const QString &key, const QString &description, const QString &id)
+    {
+        return store().scalar(QStringLiteral("SELECT %1 FROM %2 WHERE %3 = ?").arg(description, table, key), {id}).toString();
+    }
+
 private slots:
+    void init()
+    {
+        m_store = std::make_unique<tests::TempStore>();
+        m_dialogs = std::make_unique<ScriptedDialogs>();
+        m_installed = std::make_unique<ScriptedDialogs::Install>(*m_dialogs);
+    }
+    void cleanup()
+    {
+        m_installed.reset();
+        m_dialogs.reset();
+        m_store.reset();
+    }
+
     void catalogue_data();
     void catalogue();
-    void catalogueRefusedWriteKeepsTheRow_data();
-    void catalogueRefusedWriteKeepsTheRow();
-    void catalogueGridEditedInPlace_data();
-    void catalogueGridEditedInPlace();
     void emptyCatalogueDisablesTheBoxes();
     void tipoHorasFactor();
     void administratorPanel();
@@ -102,7 +121,7 @@ private slots:
     void aboutSystemInformation();
 };
 
-static void catalogueColumns()
+void TstAdmin::catalogue_data()
 {
     QTest::addColumn<WindowFactory>("make");
     QTest::addColumn<QString>("table");
@@ -110,198 +129,105 @@ static void catalogueColumns()
     QTest::addColumn<QString>("description");
     QTest::addColumn<QString>("existing");  // a key of the demo rows
     QTest::addColumn<bool>("newHasAction");
-    QTest::newRow("areas") << WindowFactory([] { return new frmMantAreas; }) << "AREAS"
-                           << "AreId"
-                           << "AreDescripcion"
-                           << "DOC" << true;
-    QTest::newRow("institutos") << WindowFactory([] { return new frmMantInstitutos; }) << "INSTITUTOS"
-                                << "InsId"
-                                << "InsDescripcion"
-                                << "CEN" << true;
-    QTest::newRow("destinos") << WindowFactory([] { return new frmMantDestinos; }) << "DESTINOS"
-                              << "DesId"
-                              << "DesDescripcion"
-                              << "GES" << false;
-    QTest::newRow("materias") << WindowFactory([] { return new frmMantMaterias; }) << "MATERIAS"
-                              << "MatId"
-                              << "MatDescripcion"
-                              << "FIS" << true;
-    QTest::newRow("tipohoras") << WindowFactory([] { return new frmMantTipoHoras; }) << "TIPOHORAS"
-                               << "TipId"
-                               << "TipDescripcion"
-                               << "EXT" << true;
+    QTest::newRow("areas") << WindowFactory([] { return new frmMantAreas; }) << "AREAS" << "AreId" << "AreDescripcion" << "DOC" << true;
+    QTest::newRow("institutos") << WindowFactory([] { return new frmMantInstitutos; }) << "INSTITUTOS" << "InsId" << "InsDescripcion" << "CEN" << true;
+    QTest::newRow("destinos") << WindowFactory([] { return new frmMantDestinos; }) << "DESTINOS" << "DesId" << "DesDescripcion" << "GES" << false;
+    QTest::newRow("materias") << WindowFactory([] { return new frmMantMaterias; }) << "MATERIAS" << "MatId" << "MatDescripcion" << "FIS" << true;
+    QTest::newRow("tipohoras") << WindowFactory([] { return new frmMantTipoHoras; }) << "TIPOHORAS" << "TipId" << "TipDescripcion" << "EXT" << true;
 }
 
-void TstAdmin::catalogue_data()
-{
-    catalogueColumns();
-}
-
-// A new row begun with cmdNuevo, typed in the boxes and saved; a key with an apostrophe.
+// Each catalogue: a description typed in a grid cell is written when the user moves to
+// another row; a new row begun with cmdNuevo and saved (a key with an apostrophe); a key
+// already in use or empty is refused with the pending row and the typing kept, and saved
+// once corrected.
 void TstAdmin::catalogue()
 {
     QFETCH(WindowFactory, make);
     QFETCH(QString, table);
     QFETCH(QString, key);
     QFETCH(QString, description);
+    QFETCH(QString, existing);
     QFETCH(bool, newHasAction);
-    tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
     std::unique_ptr<admin::MaintenanceWindow> w(make());
     w->show();
-    const int before = store.count(table);
+    auto *codigo = child<QLineEdit>(w.get(), "txtCodigo");
+    auto *cmdNuevo = child<QPushButton>(w.get(), "cmdNuevo");
+    const int before = store().count(table);
     QCOMPARE(w->grid()->rowCount(), before);
-    QVERIFY(child<QLineEdit>(w.get(), "txtCodigo")->isEnabled());
-    QVERIFY(child<QLineEdit>(w.get(), "txtDescripcion")->isEnabled());
-    QCOMPARE(child<QLineEdit>(w.get(), "txtCodigo")->maxLength(), 4);
+    QCOMPARE(codigo->maxLength(), 4);
     QCOMPARE(child<QLineEdit>(w.get(), "txtDescripcion")->maxLength(), 30);
-    QVERIFY(child<QPushButton>(w.get(), "cmdGuardar")->isEnabled());
 
-    const QString firstKey = child<QLineEdit>(w.get(), "txtCodigo")->text();
-    click(w.get(), "cmdNuevo");
-    if (!newHasAction) {
-        // Nothing begun: the boxes still show the first row, the button stays as it was.
-        QVERIFY(child<QPushButton>(w.get(), "cmdNuevo")->isEnabled());
-        QCOMPARE(child<QLineEdit>(w.get(), "txtCodigo")->text(), firstKey);
-        QVERIFY(!w->dataControl()->isNewRow());
-        return;
-    }
-    QVERIFY(!child<QPushButton>(w.get(), "cmdNuevo")->isEnabled());
-    QVERIFY(child<QLineEdit>(w.get(), "txtCodigo")->isEnabled());
-    QCOMPARE(child<QLineEdit>(w.get(), "txtCodigo")->text(), QString());
-    type(w.get(), "txtCodigo", QStringLiteral("O'K"));
-    type(w.get(), "txtDescripcion", QStringLiteral("Nueva d'escripción"));
-    click(w.get(), "cmdGuardar");
-    QCOMPARE(dialogs.count(), 0);
-    QVERIFY(child<QPushButton>(w.get(), "cmdNuevo")->isEnabled());
-    QCOMPARE(store.count(table), before + 1);
-    QCOMPARE(store.scalar(QStringLiteral("SELECT %1 FROM %2 WHERE %3 = ?").arg(description, table, key),
-                          {QStringLiteral("O'K")})
-                 .toString(),
-             QStringLiteral("Nueva d'escripción"));
-    QCOMPARE(w->grid()->rowCount(), before + 1);
-    QVERIFY(gridRowOf(w->grid(), 0, QStringLiteral("O'K")) >= 0);
-
-    // cmdGuardar with nothing pending writes nothing and leaves cmdNuevo enabled.
-    click(w.get(), "cmdGuardar");
-    QCOMPARE(store.count(table), before + 1);
-    QCOMPARE(dialogs.count(), 0);
-}
-
-void TstAdmin::catalogueRefusedWriteKeepsTheRow_data()
-{
-    catalogueColumns();
-}
-
-// A key already in use: the store's message, the pending row and what was typed stay;
-// once the key is corrected the same row is saved.
-void TstAdmin::catalogueRefusedWriteKeepsTheRow()
-{
-    QFETCH(WindowFactory, make);
-    QFETCH(QString, table);
-    QFETCH(QString, key);
-    QFETCH(QString, description);
-    QFETCH(QString, existing);
-    QFETCH(bool, newHasAction);
-    if (!newHasAction)
-        QSKIP("cmdNuevo has no action in this window");
-    tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
-    std::unique_ptr<admin::MaintenanceWindow> w(make());
-    w->show();
-    const int before = store.count(table);
-    const QString oldDescription =
-        store.scalar(QStringLiteral("SELECT %1 FROM %2 WHERE %3 = ?").arg(description, table, key), {existing})
-            .toString();
-
-    click(w.get(), "cmdNuevo");
-    type(w.get(), "txtCodigo", existing);
-    type(w.get(), "txtDescripcion", QStringLiteral("Repetido"));
-    click(w.get(), "cmdGuardar");
-    QCOMPARE(dialogs.count(), 1);
-    QVERIFY2(dialogs.last().text.contains(QStringLiteral("Ya existe un registro con esa clave.")),
-             qPrintable(dialogs.last().text));
-    QVERIFY(!child<QPushButton>(w.get(), "cmdNuevo")->isEnabled());
-    QVERIFY(w->dataControl()->isNewRow());
-    QCOMPARE(child<QLineEdit>(w.get(), "txtCodigo")->text(), existing);
-    QCOMPARE(child<QLineEdit>(w.get(), "txtDescripcion")->text(), QStringLiteral("Repetido"));
-    QCOMPARE(store.count(table), before);
-    QCOMPARE(store.scalar(QStringLiteral("SELECT %1 FROM %2 WHERE %3 = ?").arg(description, table, key), {existing})
-                 .toString(),
-             oldDescription);
-
-    // An empty key is refused the same way.
-    type(w.get(), "txtCodigo", QString());
-    click(w.get(), "cmdGuardar");
-    QCOMPARE(dialogs.count(), 2);
-    QVERIFY(w->dataControl()->isNewRow());
-
-    type(w.get(), "txtCodigo", QStringLiteral("ZZ9"));
-    click(w.get(), "cmdGuardar");
-    QCOMPARE(dialogs.count(), 2);
-    QCOMPARE(store.count(table), before + 1);
-    QCOMPARE(store.scalar(QStringLiteral("SELECT %1 FROM %2 WHERE %3 = ?").arg(description, table, key),
-                          {QStringLiteral("ZZ9")})
-                 .toString(),
-             QStringLiteral("Repetido"));
-    QVERIFY(child<QPushButton>(w.get(), "cmdNuevo")->isEnabled());
-}
-
-void TstAdmin::catalogueGridEditedInPlace_data()
-{
-    catalogueColumns();
-}
-
-// A description typed in a cell is written when the user moves to another row; the boxes
-// follow the row chosen in the grid.
-void TstAdmin::catalogueGridEditedInPlace()
-{
-    QFETCH(WindowFactory, make);
-    QFETCH(QString, table);
-    QFETCH(QString, key);
-    QFETCH(QString, description);
-    QFETCH(QString, existing);
-    tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
-    std::unique_ptr<admin::MaintenanceWindow> w(make());
-    w->show();
     ui::DataGrid *grid = w->grid();
     const int row = gridRowOf(grid, 0, existing);
     QVERIFY(row >= 0);
     grid->clickRow(row);
-    QCOMPARE(child<QLineEdit>(w.get(), "txtCodigo")->text(), existing);
+    QCOMPARE(codigo->text(), existing);
     editCell(grid, row, 1, QStringLiteral("Cambiada en la grilla"));
     const int other = row == 0 ? 1 : 0;
     grid->clickRow(other);
-    QCOMPARE(child<QLineEdit>(w.get(), "txtCodigo")->text(), grid->cellText(other, 0));
-    QCOMPARE(store.scalar(QStringLiteral("SELECT %1 FROM %2 WHERE %3 = ?").arg(description, table, key), {existing})
-                 .toString(),
-             QStringLiteral("Cambiada en la grilla"));
-    QCOMPARE(dialogs.count(), 0);
+    QCOMPARE(codigo->text(), grid->cellText(other, 0));
+    QCOMPARE(describe(table, key, description, existing), QStringLiteral("Cambiada en la grilla"));
+
+    click(w.get(), "cmdNuevo");
+    if (!newHasAction) {
+        // Nothing begun: the boxes still show the row, the button stays as it was.
+        QVERIFY(cmdNuevo->isEnabled());
+        QCOMPARE(codigo->text(), grid->cellText(other, 0));
+        QVERIFY(!w->dataControl()->isNewRow());
+        QCOMPARE(dialogs().count(), 0);
+        return;
+    }
+    QVERIFY(!cmdNuevo->isEnabled());
+    QCOMPARE(codigo->text(), QString());
+    type(w.get(), "txtCodigo", existing);
+    type(w.get(), "txtDescripcion", QStringLiteral("Nueva d'escripción"));
+    click(w.get(), "cmdGuardar");
+    QCOMPARE(dialogs().count(), 1);
+    QVERIFY2(dialogs().last().text.contains(QStringLiteral("Ya existe un registro con esa clave.")),
+             qPrintable(dialogs().last().text));
+    QVERIFY(!cmdNuevo->isEnabled());
+    QVERIFY(w->dataControl()->isNewRow());
+    QCOMPARE(codigo->text(), existing);
+    QCOMPARE(child<QLineEdit>(w.get(), "txtDescripcion")->text(), QStringLiteral("Nueva d'escripción"));
+    QCOMPARE(store().count(table), before);
+    QCOMPARE(describe(table, key, description, existing), QStringLiteral("Cambiada en la grilla"));
+    type(w.get(), "txtCodigo", QString());
+    click(w.get(), "cmdGuardar");
+    QCOMPARE(dialogs().count(), 2);
+    QVERIFY(w->dataControl()->isNewRow());
+
+    type(w.get(), "txtCodigo", QStringLiteral("O'K"));
+    click(w.get(), "cmdGuardar");
+    QCOMPARE(dialogs().count(), 2);
+    QVERIFY(cmdNuevo->isEnabled());
+    QCOMPARE(store().count(table), before + 1);
+    QCOMPARE(describe(table, key, description, QStringLiteral("O'K")), QStringLiteral("Nueva d'escripción"));
+    QCOMPARE(w->grid()->rowCount(), before + 1);
+    QVERIFY(gridRowOf(w->grid(), 0, QStringLiteral("O'K")) >= 0);
+    // cmdGuardar with nothing pending writes nothing.
+    click(w.get(), "cmdGuardar");
+    QCOMPARE(store().count(table), before + 1);
+    QCOMPARE(dialogs().count(), 2);
 }
 
 // With no row to stand on, the boxes are closed; a new row opens them.
 void TstAdmin::emptyCatalogueDisablesTheBoxes()
 {
-    tests::TempStore store(tests::TempStore::Content::Schema);
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    m_store.reset();
+    m_store = std::make_unique<tests::TempStore>(tests::TempStore::Content::Schema);
     frmMantAreas w;
     w.show();
     QCOMPARE(w.grid()->rowCount(), 0);
     QVERIFY(!child<QLineEdit>(&w, "txtCodigo")->isEnabled());
     QVERIFY(!child<QLineEdit>(&w, "txtDescripcion")->isEnabled());
     click(&w, "cmdGuardar");  // nothing to write
-    QCOMPARE(dialogs.count(), 0);
+    QCOMPARE(dialogs().count(), 0);
     click(&w, "cmdNuevo");
     QVERIFY(child<QLineEdit>(&w, "txtCodigo")->isEnabled());
     type(&w, "txtCodigo", QStringLiteral("DOC"));
     type(&w, "txtDescripcion", QStringLiteral("Docencia"));
     click(&w, "cmdGuardar");
-    QCOMPARE(store.count(QStringLiteral("AREAS")), 1);
+    QCOMPARE(store().count(QStringLiteral("AREAS")), 1);
     QCOMPARE(w.grid()->cellText(0, 1), QStringLiteral("Docencia"));
 }
 
@@ -309,9 +235,6 @@ void TstAdmin::emptyCatalogueDisablesTheBoxes()
 // is not a number is refused with a message and kept in the box.
 void TstAdmin::tipoHorasFactor()
 {
-    tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
     frmMantTipoHoras w;
     w.show();
     click(&w, "cmdNuevo");
@@ -319,8 +242,8 @@ void TstAdmin::tipoHorasFactor()
     type(&w, "txtDescripcion", QStringLiteral("Horas nocturnas"));
     type(&w, "txtPorcentaje", QStringLiteral("1,25"));
     click(&w, "cmdGuardar");
-    QCOMPARE(dialogs.count(), 0);
-    QCOMPARE(store.scalar(QStringLiteral("SELECT TipPorcentaje FROM TIPOHORAS WHERE TipId = 'NOC'")).toDouble(), 1.25);
+    QCOMPARE(dialogs().count(), 0);
+    QCOMPARE(store().scalar(QStringLiteral("SELECT TipPorcentaje FROM TIPOHORAS WHERE TipId = 'NOC'")).toDouble(), 1.25);
     const int row = gridRowOf(w.grid(), 0, QStringLiteral("NOC"));
     QVERIFY(row >= 0);
     QCOMPARE(w.grid()->cellText(row, 2), QStringLiteral("1,2500"));
@@ -329,9 +252,9 @@ void TstAdmin::tipoHorasFactor()
     type(&w, "txtCodigo", QStringLiteral("MAL"));
     type(&w, "txtPorcentaje", QStringLiteral("mucho"));
     click(&w, "cmdGuardar");
-    QCOMPARE(dialogs.count(), 1);
+    QCOMPARE(dialogs().count(), 1);
     QCOMPARE(child<QLineEdit>(&w, "txtPorcentaje")->text(), QStringLiteral("mucho"));
-    QCOMPARE(store.count(QStringLiteral("TIPOHORAS"), QStringLiteral("TipId = 'MAL'")), 0);
+    QCOMPARE(store().count(QStringLiteral("TIPOHORAS"), QStringLiteral("TipId = 'MAL'")), 0);
     QVERIFY(!child<QPushButton>(&w, "cmdNuevo")->isEnabled());
 }
 
@@ -339,9 +262,6 @@ void TstAdmin::tipoHorasFactor()
 // forward; cmdSalir ends the program.
 void TstAdmin::administratorPanel()
 {
-    tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
     auto *panel = new frmAdministrador;
     panel->show();
     QCOMPARE(panel->windowTitle(), QStringLiteral("Administración del sistema"));
@@ -368,17 +288,14 @@ void TstAdmin::administratorPanel()
     click(panel, "cmdAreas");
     QVERIFY(panel->findChild<QWidget *>(QStringLiteral("frmMantAreas")));
     click(panel, "cmdSalir");
-    QVERIFY(dialogs.endProgramCalled());
-    QCOMPARE(dialogs.count(), 0);
+    QVERIFY(dialogs().endProgramCalled());
+    QCOMPARE(dialogs().count(), 0);
     delete panel;
 }
 
 // Contracts follow the staff row; one added in the grid, saved; a delete asks first.
 void TstAdmin::contracts()
 {
-    tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
     frmMantFuncionarios w;
     w.show();
     auto *staff = child<ui::DataGrid>(&w, "dtgFuncionarios");
@@ -401,9 +318,9 @@ void TstAdmin::contracts()
     editCell(contracts, 1, 3, QStringLiteral("12,5"));
     editCell(contracts, 1, 5, QStringLiteral("Dolares"));
     click(&w, "cmdGuardarContrato");
-    QCOMPARE(dialogs.count(), 0);
-    QCOMPARE(store.count(QStringLiteral("FUNCIONARIOS_INSTITUTOS"), QStringLiteral("FunCedula = '33333333'")), 2);
-    QCOMPARE(store.scalar(QStringLiteral("SELECT FunInsHoras_Semanales FROM FUNCIONARIOS_INSTITUTOS "
+    QCOMPARE(dialogs().count(), 0);
+    QCOMPARE(store().count(QStringLiteral("FUNCIONARIOS_INSTITUTOS"), QStringLiteral("FunCedula = '33333333'")), 2);
+    QCOMPARE(store().scalar(QStringLiteral("SELECT FunInsHoras_Semanales FROM FUNCIONARIOS_INSTITUTOS "
                                          "WHERE FunCedula = '33333333' AND AreId = 'INV' AND InsId = 'EST' "
                                          "AND FunInsMoneda = 'Dolares'"))
                  .toDouble(),
@@ -412,16 +329,16 @@ void TstAdmin::contracts()
 
     // Delete: No keeps it, Yes removes it from the store at once.
     contracts->clickRow(gridRowOf(contracts, 1, QStringLiteral("INV")));
-    dialogs.answerNext(Answer::No);
+    dialogs().answerNext(Answer::No);
     click(&w, "cmdEliminarContrato");
-    QCOMPARE(dialogs.last().text, QStringLiteral("Confirma que desea borrar el contrato seleccionado ? "));
-    QCOMPARE(dialogs.last().title, QStringLiteral("Esta seguro ?"));
-    QCOMPARE(store.count(QStringLiteral("FUNCIONARIOS_INSTITUTOS"), QStringLiteral("FunCedula = '33333333'")), 2);
+    QCOMPARE(dialogs().last().text, QStringLiteral("Confirma que desea borrar el contrato seleccionado ? "));
+    QCOMPARE(dialogs().last().title, QStringLiteral("Esta seguro ?"));
+    QCOMPARE(store().count(QStringLiteral("FUNCIONARIOS_INSTITUTOS"), QStringLiteral("FunCedula = '33333333'")), 2);
     contracts->clickRow(gridRowOf(contracts, 1, QStringLiteral("INV")));
-    dialogs.answerNext(Answer::Yes);
+    dialogs().answerNext(Answer::Yes);
     click(&w, "cmdEliminarContrato");
-    QCOMPARE(store.count(QStringLiteral("FUNCIONARIOS_INSTITUTOS"), QStringLiteral("FunCedula = '33333333'")), 1);
-    QCOMPARE(store.count(QStringLiteral("FUNCIONARIOS_INSTITUTOS"), QStringLiteral("AreId = 'INV' AND FunCedula = '33333333'")), 0);
+    QCOMPARE(store().count(QStringLiteral("FUNCIONARIOS_INSTITUTOS"), QStringLiteral("FunCedula = '33333333'")), 1);
+    QCOMPARE(store().count(QStringLiteral("FUNCIONARIOS_INSTITUTOS"), QStringLiteral("AreId = 'INV' AND FunCedula = '33333333'")), 0);
     QCOMPARE(contracts->rowCount(), 1);
 }
 
@@ -429,12 +346,9 @@ void TstAdmin::contracts()
 // delete there says a contract must be chosen.
 void TstAdmin::newStaffRowHasNoContracts()
 {
-    tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
     frmMantFuncionarios w;
     w.show();
-    const int contractsBefore = store.count(QStringLiteral("FUNCIONARIOS_INSTITUTOS"));
+    const int contractsBefore = store().count(QStringLiteral("FUNCIONARIOS_INSTITUTOS"));
     click(&w, "cmdNuevo");
     QCOMPARE(child<ui::DataGrid>(&w, "dtgContratos")->rowCount(), 0);
     type(&w, "txtCedula", QStringLiteral("12345678"));
@@ -442,20 +356,20 @@ void TstAdmin::newStaffRowHasNoContracts()
     type(&w, "txtApellidos", QStringLiteral("Funcionario"));
     child<QCheckBox>(&w, "chkFacturador")->click();
     click(&w, "cmdNuevoContrato");
-    QCOMPARE(dialogs.last().text, QStringLiteral("Guarde primero el funcionario."));
-    QCOMPARE(store.count(QStringLiteral("FUNCIONARIOS_INSTITUTOS")), contractsBefore);
+    QCOMPARE(dialogs().last().text, QStringLiteral("Guarde primero el funcionario."));
+    QCOMPARE(store().count(QStringLiteral("FUNCIONARIOS_INSTITUTOS")), contractsBefore);
     click(&w, "cmdGuardar");
-    QCOMPARE(dialogs.count(), 1);
-    QCOMPARE(store.scalar(QStringLiteral("SELECT FunFacturador FROM FUNCIONARIOS WHERE FunCedula = '12345678'"))
+    QCOMPARE(dialogs().count(), 1);
+    QCOMPARE(store().scalar(QStringLiteral("SELECT FunFacturador FROM FUNCIONARIOS WHERE FunCedula = '12345678'"))
                  .toInt(),
              1);
     auto *staff = child<ui::DataGrid>(&w, "dtgFuncionarios");
     staff->clickRow(gridRowOf(staff, 0, QStringLiteral("12345678")));
     QCOMPARE(child<ui::DataGrid>(&w, "dtgContratos")->rowCount(), 0);
     click(&w, "cmdEliminarContrato");
-    QCOMPARE(dialogs.last().text, QStringLiteral("Debe seleccionar un contrato para eliminar"));
-    QCOMPARE(dialogs.last().title, QStringLiteral("Verifique"));
-    QCOMPARE(store.count(QStringLiteral("FUNCIONARIOS_INSTITUTOS")), contractsBefore);
+    QCOMPARE(dialogs().last().text, QStringLiteral("Debe seleccionar un contrato para eliminar"));
+    QCOMPARE(dialogs().last().title, QStringLiteral("Verifique"));
+    QCOMPARE(store().count(QStringLiteral("FUNCIONARIOS_INSTITUTOS")), contractsBefore);
 }
 
 static void chooseActivity(frmMantActividades &w, const QString &actid)
@@ -483,9 +397,6 @@ static QStringList items(QComboBox *combo)
 
 void TstAdmin::activityAreaLinks()
 {
-    tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
     frmMantActividades w;
     w.show();
     auto *list = child<ui::DataList>(&w, "dtlAreasActividades");
@@ -495,49 +406,46 @@ void TstAdmin::activityAreaLinks()
     chooseActivity(w, QStringLiteral("REU"));
     QCOMPARE(list->count(), 3);
     click(&w, "cmdAgregar");
-    QCOMPARE(dialogs.last().text, QStringLiteral("Seleccione primero un elemento de la lista."));
+    QCOMPARE(dialogs().last().text, QStringLiteral("Seleccione primero un elemento de la lista."));
     QVERIFY(areas->chooseText(QStringLiteral("Docencia")));
     click(&w, "cmdAgregar");
-    QCOMPARE(dialogs.last().text, QStringLiteral("El área Docencia ya realiza la actividad Reuniones"));
-    QCOMPARE(store.count(links, QStringLiteral("ActId = 'REU'")), 3);
+    QCOMPARE(dialogs().last().text, QStringLiteral("El área Docencia ya realiza la actividad Reuniones"));
+    QCOMPARE(store().count(links, QStringLiteral("ActId = 'REU'")), 3);
 
     chooseActivity(w, QStringLiteral("ADM"));
     QCOMPARE(items(list), QStringList{QStringLiteral("Administración")});
     QVERIFY(areas->chooseText(QStringLiteral("Docencia")));
-    dialogs.clearShown();
+    dialogs().clearShown();
     click(&w, "cmdAgregar");
-    QCOMPARE(dialogs.count(), 0);
-    QCOMPARE(store.count(links, QStringLiteral("ActId = 'ADM' AND AreId = 'DOC'")), 1);
+    QCOMPARE(dialogs().count(), 0);
+    QCOMPARE(store().count(links, QStringLiteral("ActId = 'ADM' AND AreId = 'DOC'")), 1);
     QCOMPARE(list->count(), 2);
 
     // Removal works from the list: nothing chosen there, nothing removed.
     click(&w, "cmdQuitar");
-    QCOMPARE(dialogs.last().text, QStringLiteral("El área Docencia no realiza la actividad Tareas administrativas"));
+    QCOMPARE(dialogs().last().text, QStringLiteral("El área Docencia no realiza la actividad Tareas administrativas"));
     QVERIFY(list->chooseText(QStringLiteral("Docencia")));
-    dialogs.answerNext(Answer::No);
+    dialogs().answerNext(Answer::No);
     click(&w, "cmdQuitar");
-    QCOMPARE(dialogs.last().text, QStringLiteral("Esta seguro que desea quitar DOC ?"));
-    QCOMPARE(dialogs.last().title, QStringLiteral("Confirmación"));
-    QCOMPARE(store.count(links, QStringLiteral("ActId = 'ADM' AND AreId = 'DOC'")), 1);
+    QCOMPARE(dialogs().last().text, QStringLiteral("Esta seguro que desea quitar DOC ?"));
+    QCOMPARE(dialogs().last().title, QStringLiteral("Confirmación"));
+    QCOMPARE(store().count(links, QStringLiteral("ActId = 'ADM' AND AreId = 'DOC'")), 1);
     QVERIFY(list->chooseText(QStringLiteral("Docencia")));
-    dialogs.answerNext(Answer::Yes);
+    dialogs().answerNext(Answer::Yes);
     click(&w, "cmdQuitar");
-    QCOMPARE(store.count(links, QStringLiteral("ActId = 'ADM' AND AreId = 'DOC'")), 0);
+    QCOMPARE(store().count(links, QStringLiteral("ActId = 'ADM' AND AreId = 'DOC'")), 0);
     QCOMPARE(list->count(), 1);
 
     // A new activity has no key yet: nothing is linked until it is saved.
     click(&w, "cmdNuevo");
     QVERIFY(areas->chooseText(QStringLiteral("Docencia")));
     click(&w, "cmdAgregar");
-    QCOMPARE(dialogs.last().text, QStringLiteral("Guarde primero el registro nuevo."));
-    QCOMPARE(store.count(links, QStringLiteral("ActId = '' OR ActId IS NULL")), 0);
+    QCOMPARE(dialogs().last().text, QStringLiteral("Guarde primero el registro nuevo."));
+    QCOMPARE(store().count(links, QStringLiteral("ActId = '' OR ActId IS NULL")), 0);
 }
 
 void TstAdmin::activitySubjectLinks()
 {
-    tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
     frmMantActividades w;
     w.show();
     auto *chk = child<QCheckBox>(&w, "chkDocente");
@@ -569,28 +477,28 @@ void TstAdmin::activitySubjectLinks()
     QCOMPARE(items(rubros), (QStringList{QStringLiteral("Ciencias"), QStringLiteral("Humanidades")}));
 
     click(&w, "cmdAgregarMateria");
-    QCOMPARE(dialogs.last().text, QStringLiteral("Seleccione primero un elemento de la lista."));
+    QCOMPARE(dialogs().last().text, QStringLiteral("Seleccione primero un elemento de la lista."));
     QVERIFY(rubros->chooseText(QStringLiteral("Ciencias")));
     click(&w, "cmdAgregarMateria");
-    QCOMPARE(dialogs.last().text, QStringLiteral("La materia Matemática ya realiza la actividad Clases en el rubro Ciencias"));
-    QCOMPARE(store.count(links, QStringLiteral("ActId = 'CLA'")), 5);
+    QCOMPARE(dialogs().last().text, QStringLiteral("La materia Matemática ya realiza la actividad Clases en el rubro Ciencias"));
+    QCOMPARE(store().count(links, QStringLiteral("ActId = 'CLA'")), 5);
     QVERIFY(rubros->chooseText(QStringLiteral("Humanidades")));
     click(&w, "cmdAgregarMateria");
-    QCOMPARE(store.count(links, QStringLiteral("ActId = 'CLA' AND RubId = 'HUM' AND MatId = 'MAT'")), 1);
+    QCOMPARE(store().count(links, QStringLiteral("ActId = 'CLA' AND RubId = 'HUM' AND MatId = 'MAT'")), 1);
     QCOMPARE(list->count(), 6);
 
-    dialogs.answerNext(Answer::No);
+    dialogs().answerNext(Answer::No);
     click(&w, "cmdQuitarMateria");
-    QCOMPARE(dialogs.last().text,
+    QCOMPARE(dialogs().last().text,
              QStringLiteral("Esta seguro que desea quitar esta materia y rubro de la actividad Clases ?"));
-    QCOMPARE(store.count(links, QStringLiteral("ActId = 'CLA'")), 6);
-    dialogs.answerNext(Answer::Yes);
+    QCOMPARE(store().count(links, QStringLiteral("ActId = 'CLA'")), 6);
+    dialogs().answerNext(Answer::Yes);
     click(&w, "cmdQuitarMateria");
-    QCOMPARE(store.count(links, QStringLiteral("ActId = 'CLA' AND RubId = 'HUM' AND MatId = 'MAT'")), 0);
+    QCOMPARE(store().count(links, QStringLiteral("ActId = 'CLA' AND RubId = 'HUM' AND MatId = 'MAT'")), 0);
     QCOMPARE(list->count(), 5);
     // A pair the activity does not hold: nothing removed.
     click(&w, "cmdQuitarMateria");
-    QCOMPARE(dialogs.last().text,
+    QCOMPARE(dialogs().last().text,
              QStringLiteral("Verifique que la materia Matemática sea realizada por la actividad Clases en el rubro Humanidades"));
 
     // Unticking closes the five controls and leaves the links stored.
@@ -600,15 +508,12 @@ void TstAdmin::activitySubjectLinks()
     QVERIFY(allOpen(true));
     chk->click();
     click(&w, "cmdGuardar");
-    QCOMPARE(store.scalar(QStringLiteral("SELECT ActEsDocente FROM ACTIVIDADES WHERE ActId = 'CLA'")).toInt(), 0);
-    QCOMPARE(store.count(links, QStringLiteral("ActId = 'CLA'")), 5);
+    QCOMPARE(store().scalar(QStringLiteral("SELECT ActEsDocente FROM ACTIVIDADES WHERE ActId = 'CLA'")).toInt(), 0);
+    QCOMPARE(store().count(links, QStringLiteral("ActId = 'CLA'")), 5);
 }
 
 void TstAdmin::groupSubjects()
 {
-    tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
     frmMantRubros w;
     w.show();
     auto *grid = child<ui::DataGrid>(&w, "dtgRubros");
@@ -619,20 +524,20 @@ void TstAdmin::groupSubjects()
 
     QVERIFY(materias->chooseText(QStringLiteral("Historia")));
     click(&w, "cmdAgregar");
-    QCOMPARE(dialogs.count(), 0);
-    QCOMPARE(store.count(QStringLiteral("RUBROS_MATERIAS"), QStringLiteral("RubId = 'CIE' AND MatId = 'HIS'")), 1);
+    QCOMPARE(dialogs().count(), 0);
+    QCOMPARE(store().count(QStringLiteral("RUBROS_MATERIAS"), QStringLiteral("RubId = 'CIE' AND MatId = 'HIS'")), 1);
     QCOMPARE(list->count(), 4);
     QVERIFY(materias->chooseText(QStringLiteral("Historia")));
     click(&w, "cmdAgregar");
-    QCOMPARE(dialogs.last().text, QStringLiteral("La materia Historia ya pertenece al rubro Ciencias"));
-    QCOMPARE(store.count(QStringLiteral("RUBROS_MATERIAS"), QStringLiteral("MatId = 'HIS'")), 2);
+    QCOMPARE(dialogs().last().text, QStringLiteral("La materia Historia ya pertenece al rubro Ciencias"));
+    QCOMPARE(store().count(QStringLiteral("RUBROS_MATERIAS"), QStringLiteral("MatId = 'HIS'")), 2);
 
     QVERIFY(list->chooseText(QStringLiteral("Historia")));
-    dialogs.answerNext(Answer::Yes);
+    dialogs().answerNext(Answer::Yes);
     click(&w, "cmdQuitar");
-    QCOMPARE(dialogs.last().text, QStringLiteral("Esta seguro que desea quitar HIS ?"));
-    QCOMPARE(store.count(QStringLiteral("RUBROS_MATERIAS"), QStringLiteral("RubId = 'CIE' AND MatId = 'HIS'")), 0);
-    QCOMPARE(store.count(QStringLiteral("RUBROS_MATERIAS"), QStringLiteral("RubId = 'HUM' AND MatId = 'HIS'")), 1);
+    QCOMPARE(dialogs().last().text, QStringLiteral("Esta seguro que desea quitar HIS ?"));
+    QCOMPARE(store().count(QStringLiteral("RUBROS_MATERIAS"), QStringLiteral("RubId = 'CIE' AND MatId = 'HIS'")), 0);
+    QCOMPARE(store().count(QStringLiteral("RUBROS_MATERIAS"), QStringLiteral("RubId = 'HUM' AND MatId = 'HIS'")), 1);
     QCOMPARE(list->count(), 3);
 
     // A new group has no key: its list is empty and nothing can be added to it yet.
@@ -640,15 +545,12 @@ void TstAdmin::groupSubjects()
     QCOMPARE(list->count(), 0);
     QVERIFY(materias->chooseText(QStringLiteral("Historia")));
     click(&w, "cmdAgregar");
-    QCOMPARE(dialogs.last().text, QStringLiteral("Guarde primero el registro nuevo."));
+    QCOMPARE(dialogs().last().text, QStringLiteral("Guarde primero el registro nuevo."));
 }
 
 // A user made with cmdNuevo goes to the store with the encoded password and can log in.
 void TstAdmin::newUserCanLogIn()
 {
-    tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
     {
         frmMantUsuarios w;
         w.show();
@@ -659,8 +561,8 @@ void TstAdmin::newUserCanLogIn()
         type(&w, "txtPassword", QStringLiteral("clave12Larga"));
         QVERIFY(child<ui::DataCombo>(&w, "dtcPermisos")->chooseText(QStringLiteral("Usuario común")));
         click(&w, "cmdGuardar");
-        QCOMPARE(dialogs.count(), 0);
-        const auto rs = store.select(QStringLiteral("SELECT * FROM USUARIOS WHERE USULOGIN='lucia'"));
+        QCOMPARE(dialogs().count(), 0);
+        const auto rs = store().select(QStringLiteral("SELECT * FROM USUARIOS WHERE USULOGIN='lucia'"));
         QCOMPARE(int(rs.rows.size()), 1);
         QCOMPARE(rs.value(0, QStringLiteral("UsuPassword")).toString(), *Usuario::encode(QStringLiteral("clave12Larga")));
         QCOMPARE(rs.value(0, QStringLiteral("FunCedula")).toString(), QStringLiteral("55555555"));
@@ -682,13 +584,10 @@ void TstAdmin::newUserCanLogIn()
 // is encoded once, also when the first write is refused.
 void TstAdmin::storedUserKeepsPassword()
 {
-    tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
     frmMantUsuarios w;
     w.show();
     const auto password = [&](const QString &login) {
-        return store.scalar(QStringLiteral("SELECT UsuPassword FROM USUARIOS WHERE UsuLogin = ?"), {login}).toString();
+        return store().scalar(QStringLiteral("SELECT UsuPassword FROM USUARIOS WHERE UsuLogin = ?"), {login}).toString();
     };
     w.grid()->clickRow(gridRowOf(w.grid(), 1, QStringLiteral("jefe")));
     auto *box = child<QLineEdit>(&w, "txtPassword");
@@ -696,18 +595,18 @@ void TstAdmin::storedUserKeepsPassword()
     QVERIFY(!box->toolTip().isEmpty());
     QVERIFY(child<ui::DataCombo>(&w, "dtcPermisos")->chooseText(QStringLiteral("Súper usuario")));
     click(&w, "cmdGuardar");
-    QCOMPARE(store.scalar(QStringLiteral("SELECT PerId FROM USUARIOS WHERE UsuLogin = 'jefe'")).toInt(), 8);
+    QCOMPARE(store().scalar(QStringLiteral("SELECT PerId FROM USUARIOS WHERE UsuLogin = 'jefe'")).toInt(), 8);
     QCOMPARE(password(QStringLiteral("jefe")), *Usuario::encode(QStringLiteral("jefe")));
 
     w.grid()->clickRow(gridRowOf(w.grid(), 1, QStringLiteral("jefe")));
     type(&w, "txtPassword", QStringLiteral("nueva"));
     type(&w, "txtLogin", QStringLiteral("admin"));  // taken: refused
     click(&w, "cmdGuardar");
-    QCOMPARE(dialogs.count(), 1);
+    QCOMPARE(dialogs().count(), 1);
     QCOMPARE(password(QStringLiteral("jefe")), *Usuario::encode(QStringLiteral("jefe")));
     type(&w, "txtLogin", QStringLiteral("jefa"));
     click(&w, "cmdGuardar");
-    QCOMPARE(dialogs.count(), 1);
+    QCOMPARE(dialogs().count(), 1);
     QCOMPARE(password(QStringLiteral("jefa")), *Usuario::encode(QStringLiteral("nueva")));
 }
 
@@ -727,8 +626,6 @@ void TstAdmin::aboutTexts()
 // so; with one, GetKeyValue finds it and the button starts it.
 void TstAdmin::aboutSystemInformation()
 {
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
     const QByteArray oldPath = qgetenv("PATH");
     QTemporaryDir bin;
     qputenv("PATH", bin.path().toLocal8Bit());
@@ -740,8 +637,8 @@ void TstAdmin::aboutSystemInformation()
                                       QStringLiteral("PATH"), value));
     QCOMPARE(value, QString());
     click(&w, "cmdSysInfo");
-    QCOMPARE(dialogs.count(), 1);
-    QCOMPARE(dialogs.last().text, QStringLiteral("System Information Is Unavailable At This Time"));
+    QCOMPARE(dialogs().count(), 1);
+    QCOMPARE(dialogs().last().text, QStringLiteral("System Information Is Unavailable At This Time"));
 
     const QString marker = bin.filePath(QStringLiteral("started"));
     const QString tool = bin.filePath(QStringLiteral("hardinfo"));
@@ -756,7 +653,7 @@ void TstAdmin::aboutSystemInformation()
     QCOMPARE(value, tool);
     click(&w, "cmdSysInfo");
     QTRY_VERIFY(QFile::exists(marker));
-    QCOMPARE(dialogs.count(), 1);
+    QCOMPARE(dialogs().count(), 1);
     qputenv("PATH", oldPath);
 }
 

@@ -77,6 +77,24 @@ QStringList items(QComboBox *c)
     return out;
 }
 
+// Area, activity, destination and kind of hours, chosen in that order.
+void choosePlain(QWidget *w, const QString &area, const QString &activity, const QString &destino,
+                 const QString &tipo)
+{
+    choose(w, "dtcAreas", area);
+    choose(w, "dtcActividades", activity);
+    choose(w, "dtcDestinos", destino);
+    choose(w, "dtcTipoHoras", tipo);
+}
+
+// Closes a window and lets it go.
+template <typename Window>
+void closeNow(Window *w)
+{
+    w->close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
 void login(const QString &cedula)
 {
     modPrincipal::gUsuLogin = QStringLiteral("usuario");
@@ -110,6 +128,7 @@ private slots:
 
 private:
     qlonglong maxHorId();
+    qlonglong firstHour(const QString &actId);
     store::ResultSet links(qlonglong horId);
     store::ResultSet horas(qlonglong horId);
 
@@ -141,6 +160,14 @@ void TestHours::cleanup()
 qlonglong TestHours::maxHorId()
 {
     return m_store->scalar(QStringLiteral("SELECT MAX(HorId) FROM HORAS")).toLongLong();
+}
+
+// The first stored entry of the user 11111111 with that activity.
+qlonglong TestHours::firstHour(const QString &actId)
+{
+    return m_store->scalar(QStringLiteral("SELECT MIN(HorId) FROM HORAS WHERE FunCedula='11111111' AND ActId='%1'")
+                               .arg(actId))
+        .toLongLong();
 }
 
 store::ResultSet TestHours::horas(qlonglong horId)
@@ -178,10 +205,8 @@ void TestHours::entryStoresEveryColumn()
     const int week = ui::MonthView::weekOfYear(expectedDate) - 1;
     QCOMPARE(control<QLineEdit>(w, "txtSemana")->text(), QString::number(week));
 
-    choose(w, "dtcAreas", QStringLiteral("Docencia"));
-    choose(w, "dtcActividades", teaching ? QStringLiteral("Clases") : QStringLiteral("Reuniones"));
-    choose(w, "dtcDestinos", QStringLiteral("Cursos regulares"));
-    choose(w, "dtcTipoHoras", QStringLiteral("Horas extra"));
+    choosePlain(w, QStringLiteral("Docencia"), teaching ? QStringLiteral("Clases") : QStringLiteral("Reuniones"),
+                QStringLiteral("Cursos regulares"), QStringLiteral("Horas extra"));
     type(w, "txtHoras", QStringLiteral("3,5"));
     chooseFixed(w, "cboMoneda", QStringLiteral("Dolares"));
     if (teaching) {
@@ -315,10 +340,8 @@ void TestHours::valueAndCategoryFromFirstContract()
         type(w, "txtCategoria", QStringLiteral("Z"));
     }
 
-    choose(w, "dtcAreas", QStringLiteral("Docencia"));
-    choose(w, "dtcActividades", QStringLiteral("Reuniones"));
-    choose(w, "dtcDestinos", QStringLiteral("Gestión"));
-    choose(w, "dtcTipoHoras", QStringLiteral("Horas comunes"));
+    choosePlain(w, QStringLiteral("Docencia"), QStringLiteral("Reuniones"), QStringLiteral("Gestión"),
+                QStringLiteral("Horas comunes"));
     type(w, "txtHoras", QStringLiteral("2"));
     clickSave(w);
     QCOMPARE(m_dialogs->texts(), QStringList());
@@ -363,11 +386,7 @@ void TestHours::changeKeepsLinkInStep()
     QFETCH(QString, expectRub);
     QFETCH(QString, expectMat);
 
-    const qlonglong horId = m_store
-                                ->scalar(QStringLiteral("SELECT MIN(HorId) FROM HORAS WHERE FunCedula='11111111' "
-                                                        "AND ActId=?"),
-                                         {storedActivity})
-                                .toLongLong();
+    const qlonglong horId = firstHour(storedActivity);
     QVERIFY(horId > 0);
     const store::ResultSet stored = horas(horId);
     const store::ResultSet storedLink = links(horId);
@@ -439,10 +458,7 @@ void TestHours::changeWorksOutWeekOnlyWhenDateChanges()
     QFETCH(QDate, newDate);
     QFETCH(QString, storedCurrency);
     QFETCH(QString, expectCurrency);
-    const qlonglong horId = m_store
-                                ->scalar(QStringLiteral("SELECT MIN(HorId) FROM HORAS WHERE FunCedula='11111111' "
-                                                        "AND ActId='REU'"))
-                                .toLongLong();
+    const qlonglong horId = firstHour(QStringLiteral("REU"));
     // A week number the calendar would never give, and the currency under test.
     m_store->execNative(QStringLiteral("UPDATE HORAS SET HorSemana=77, HorMoneda=? WHERE HorId=?"),
                         {storedCurrency, horId});
@@ -478,10 +494,7 @@ void TestHours::refusedSaveKeepsWindowAndTyping()
 {
     QFETCH(bool, change);
     const qlonglong before = maxHorId();
-    const qlonglong horId = m_store
-                                ->scalar(QStringLiteral("SELECT MIN(HorId) FROM HORAS WHERE FunCedula='11111111' "
-                                                        "AND ActId='REU'"))
-                                .toLongLong();
+    const qlonglong horId = firstHour(QStringLiteral("REU"));
     HoursForm *w = change ? static_cast<HoursForm *>(frmModificoHoras::open(int(horId)))
                           : static_cast<HoursForm *>(frmRegistroHoras::open());
     QVERIFY(w);
@@ -508,10 +521,8 @@ void TestHours::refusedSaveKeepsWindowAndTyping()
 
     if (!change) {
         // What was typed is still there: completing the entry stores it.
-        choose(w, "dtcAreas", QStringLiteral("Docencia"));
-        choose(w, "dtcActividades", QStringLiteral("Reuniones"));
-        choose(w, "dtcDestinos", QStringLiteral("Cursos regulares"));
-        choose(w, "dtcTipoHoras", QStringLiteral("Horas comunes"));
+        choosePlain(w, QStringLiteral("Docencia"), QStringLiteral("Reuniones"), QStringLiteral("Cursos regulares"),
+                    QStringLiteral("Horas comunes"));
         clickSave(w);
         QCOMPARE(m_dialogs->count(), 1);
         const store::ResultSet rs = m_store->select(QStringLiteral("SELECT * FROM HORAS WHERE HORID>%1").arg(before));
@@ -524,10 +535,8 @@ void TestHours::failedLinkIsRepairedByNextSave()
 {
     const qlonglong before = maxHorId();
     frmRegistroHoras *w = frmRegistroHoras::open();
-    choose(w, "dtcAreas", QStringLiteral("Docencia"));
-    choose(w, "dtcActividades", QStringLiteral("Clases"));
-    choose(w, "dtcDestinos", QStringLiteral("Cursos regulares"));
-    choose(w, "dtcTipoHoras", QStringLiteral("Horas comunes"));
+    choosePlain(w, QStringLiteral("Docencia"), QStringLiteral("Clases"), QStringLiteral("Cursos regulares"),
+                QStringLiteral("Horas comunes"));
     choose(w, "dtcRubros", QStringLiteral("Humanidades"));
     choose(w, "dtcMaterias", QStringLiteral("Historia"));
     chooseFixed(w, "cboTurno", QStringLiteral("Noche"));
@@ -566,8 +575,7 @@ void TestHours::missingPiecesGiveMessages()
     frmRegistroHoras *w = frmRegistroHoras::open();
     QVERIFY(control<ui::DatePicker>(w, "dtpFechas_1")->isBlank());
     QVERIFY(!control<ui::DatePicker>(w, "dtpFechas_2")->isBlank());
-    w->close();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    closeNow(w);
 
     // A person without contracts: the window opens, the save says why it can't go on.
     const qlonglong before = maxHorId();
@@ -579,8 +587,7 @@ void TestHours::missingPiecesGiveMessages()
     QCOMPARE(m_dialogs->count(), 1);
     QVERIFY(m_dialogs->last().text.contains(QStringLiteral("contratos")));
     QVERIFY(frmRegistroHoras::instance());
-    w->close();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    closeNow(w);
 
     // An area without activities.
     login(QStringLiteral("11111111"));
@@ -594,8 +601,7 @@ void TestHours::missingPiecesGiveMessages()
     QCOMPARE(m_dialogs->count(), 2);
     QVERIFY(m_dialogs->last().text.contains(QStringLiteral("actividades")));
     QCOMPARE(maxHorId(), before);
-    w->close();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    closeNow(w);
 
     // A change window on a row that has gone.
     QVERIFY(!frmModificoHoras::open(int(before + 1000)));

@@ -8,7 +8,6 @@
 #include "output/ReportDesigns.h"
 #include "output/ReportEngine.h"
 #include "output/ReportPreview.h"
-#include "output/dteRRHH.h"
 #include "output/dtrPresupuestoJefeArea.h"
 #include "output/dtrPresupuestoSuperUsuario.h"
 #include "output/dtrReporteMesActualArea.h"
@@ -211,12 +210,8 @@ class TestReports : public QObject {
 private slots:
     void cleanup();
 
-    void dataEnvironmentCommands();
-    void personReport_data();
-    void personReport();
-    void areaReport_data();
-    void areaReport();
-    void generalReportPagesAndTotals();
+    void monthReport_data();
+    void monthReport();
     void budgetReport_data();
     void budgetReport();
     void reopeningBringsForwardWithFixedData();
@@ -233,139 +228,77 @@ void TestReports::cleanup()
     closeReport<dtrPresupuestoSuperUsuario>();
 }
 
-void TestReports::dataEnvironmentCommands()
+// Each month report read back against the store: every person it should hold, each with
+// their areas, hour rows and totals; the person report's sections in order.
+void TestReports::monthReport_data()
 {
-    tests::TempStore db;
-    QCOMPARE(dteRRHH::commandNames().size(), 9);
-    const char *tables[] = {"ACTIVIDADES", "AREAS", "RUBROS", "DESTINOS", "INSTITUTOS", "TIPOHORAS", "MATERIAS"};
-    const QStringList names = dteRRHH::commandNames();
-    for (int i = 0; i < 7; ++i) {
-        const store::ShapeChapter rows = dteRRHH::instance().open(names.at(i));
-        QCOMPARE(int(rows->size()), db.count(QLatin1String(tables[i])));
-    }
-    // The design statement of "Funcionarios": every staff member, their hours nested.
-    const store::ShapeChapter all = dteRRHH::instance().open(QStringLiteral("Funcionarios"));
-    QCOMPARE(int(all->size()), db.count(QStringLiteral("FUNCIONARIOS")));
-    QVERIFY(all->chapterIndex(QStringLiteral("MesActual_Grouping")) >= 0);
+    QTest::addColumn<QString>("kind");  // person, area or general
+    QTest::addColumn<QString>("key");   // the person's cedula or the area
+    QTest::newRow("person, one area") << "person" << "11111111";
+    QTest::newRow("person, two areas") << "person" << "55555555";
+    QTest::newRow("person without hours") << "person" << "12121212";
+    QTest::newRow("area") << "area" << "INV";
+    QTest::newRow("area without hours") << "area" << "XXX";
+    QTest::newRow("general") << "general" << QString();
 }
 
-void TestReports::personReport_data()
+void TestReports::monthReport()
 {
-    QTest::addColumn<QString>("cedula");
-    QTest::addColumn<bool>("withoutHours");
-    QTest::newRow("one area") << "11111111" << false;
-    QTest::newRow("two areas") << "55555555" << false;
-    QTest::newRow("no hours") << "12121212" << true;
-}
-
-void TestReports::personReport()
-{
-    QFETCH(QString, cedula);
-    QFETCH(bool, withoutHours);
+    QFETCH(QString, kind);
+    QFETCH(QString, key);
     tests::TempStore db;
-    if (withoutHours)
-        addPerson(db, cedula);
+    addPerson(db, QStringLiteral("12121212"));
+    db.execNative(QStringLiteral("INSERT INTO AREAS (AreId, AreDescripcion) VALUES ('XXX', 'Sin horas')"));
     modPrincipal::gFunCedula = QStringLiteral("11111111");  // the parameter wins over the session
-
-    dtrReporteMesActualUsuario *report = dtrReporteMesActualUsuario::open(cedula);
-    QVERIFY(report);
-    QCOMPARE(report->windowTitle(), QStringLiteral("Reporte de horas realizadas durante el mes en curso"));
-    QVERIFY(report->isVisible());
+    modPrincipal::gAreId = key;
+    const bool person = kind == QLatin1String("person");
+    output::ReportPreview *report = nullptr;
+    if (person)
+        report = dtrReporteMesActualUsuario::open(key);
+    else if (kind == QLatin1String("area"))
+        report = dtrReporteMesActualArea::open();
+    else
+        report = dtrReporteMesActualGeneral::open();
+    QVERIFY(report && report->isVisible());
     report->finishLayout();
     const ReportDocument &doc = report->document();
+    checkPages(doc, QStringLiteral("REPORTE DE HORAS TRABAJADAS"));
 
     READ_MONTH_REPORT(people, doc);
-    QCOMPARE(people.size(), 1);
-    const Person expected = expectedPerson(db, cedula);
-    QCOMPARE(describe(people.first()), describe(expected));
-    if (cedula == QLatin1String("55555555"))
-        QCOMPARE(people.first().groups.size(), std::size_t(2));
-    if (withoutHours) {
-        QCOMPARE(people.first().total, QStringLiteral("0"));
-        QCOMPARE(doc.sectionSequence().filter(QStringLiteral("MesActual")), QStringList());
+    QStringList cedulas;
+    for (const Person &p : people) {
+        cedulas << p.cedula;
+        QCOMPARE(describe(p), describe(expectedPerson(db, p.cedula, kind == QLatin1String("area") ? key : QString())));
     }
-    // The person's name on their header line.
+    cedulas.sort();
+    QCOMPARE(cedulas, person ? QStringList{key} : allCedulas(db));
+    if (key == QLatin1String("55555555"))
+        QCOMPARE(people.first().groups.size(), std::size_t(2));
+    if (kind == QLatin1String("general")) {
+        QVERIFY2(doc.pageCount() > 2, "the demo's hours fill several pages");
+        // The report header is empty (height 0) and the report footer comes once, at the end.
+        QCOMPARE(doc.sectionSequence().count(QStringLiteral("ReportHeader")), 0);
+        QCOMPARE(doc.sectionSequence().count(QStringLiteral("ReportFooter")), 1);
+        const auto &last = doc.pages.back().sections;
+        QCOMPARE(last.at(last.size() - 2).name, QStringLiteral("ReportFooter"));
+    }
+    if (!person)
+        return;
+    QCOMPARE(report->windowTitle(), QStringLiteral("Reporte de horas realizadas durante el mes en curso"));
     const QStringList header = doc.pages.front().texts(QStringLiteral("Funcionarios_Header"));
     QCOMPARE(header.size(), 3);
-    QCOMPARE(header.at(0), cedula);
-
+    QCOMPARE(header.at(0), key);
     // Sections in order, pages aside: header, areas, the person's total, the report footer.
     QStringList order = doc.sectionSequence();
     order.removeAll(QStringLiteral("PageHeader"));
     order.removeAll(QStringLiteral("PageFooter"));
     order.removeDuplicates();
     QStringList want{QStringLiteral("Funcionarios_Header")};
-    if (!withoutHours)
+    if (key != QLatin1String("12121212"))
         want << QStringLiteral("MesActual_Grouping_Header") << QStringLiteral("MesActual_Detail")
              << QStringLiteral("MesActual_Grouping_Footer");
     want << QStringLiteral("Funcionarios_Footer") << QStringLiteral("ReportFooter");
     QCOMPARE(order, want);
-    checkPages(doc, QStringLiteral("REPORTE DE HORAS TRABAJADAS"));
-}
-
-void TestReports::areaReport_data()
-{
-    QTest::addColumn<QString>("areaId");
-    QTest::newRow("research") << "INV";
-    QTest::newRow("teaching") << "DOC";
-    QTest::newRow("area without hours") << "XXX";
-}
-
-void TestReports::areaReport()
-{
-    QFETCH(QString, areaId);
-    tests::TempStore db;
-    db.execNative(QStringLiteral("INSERT INTO AREAS (AreId, AreDescripcion) VALUES ('XXX', 'Sin horas')"));
-    modPrincipal::gAreId = areaId;
-
-    dtrReporteMesActualArea *report = dtrReporteMesActualArea::open();
-    report->finishLayout();
-    READ_MONTH_REPORT(people, report->document());
-
-    // Every staff member has a section, empty where they have no hours in the area.
-    QStringList cedulas;
-    int withHours = 0;
-    for (const Person &p : people) {
-        cedulas << p.cedula;
-        QCOMPARE(describe(p), describe(expectedPerson(db, p.cedula, areaId)));
-        withHours += p.groups.empty() ? 0 : 1;
-        QVERIFY(p.groups.size() <= 1);
-    }
-    cedulas.sort();
-    QCOMPARE(cedulas, allCedulas(db));
-    if (areaId == QLatin1String("XXX"))
-        QCOMPARE(withHours, 0);
-    else
-        QVERIFY(withHours > 0 && withHours < people.size());
-    checkPages(report->document(), QStringLiteral("REPORTE DE HORAS TRABAJADAS"));
-}
-
-void TestReports::generalReportPagesAndTotals()
-{
-    tests::TempStore db;
-    dtrReporteMesActualGeneral *report = dtrReporteMesActualGeneral::open();
-    report->finishLayout();
-    const ReportDocument &doc = report->document();
-    QVERIFY2(doc.pageCount() > 2, "the demo's hours fill several pages");
-    checkPages(doc, QStringLiteral("REPORTE DE HORAS TRABAJADAS"));
-
-    READ_MONTH_REPORT(people, doc);
-    QStringList cedulas;
-    int details = 0;
-    for (const Person &p : people) {
-        cedulas << p.cedula;
-        QCOMPARE(describe(p), describe(expectedPerson(db, p.cedula)));
-        for (const auto &[area, g] : p.groups)
-            details += g.details;
-    }
-    cedulas.sort();
-    QCOMPARE(cedulas, allCedulas(db));
-    QCOMPARE(details, db.count(QStringLiteral("HORAS")));
-    // The report header is empty (height 0) and the report footer comes once, at the end.
-    QCOMPARE(doc.sectionSequence().count(QStringLiteral("ReportHeader")), 0);
-    QCOMPARE(doc.sectionSequence().count(QStringLiteral("ReportFooter")), 1);
-    const auto &last = doc.pages.back().sections;
-    QCOMPARE(last.at(last.size() - 2).name, QStringLiteral("ReportFooter"));
 }
 
 void TestReports::budgetReport_data()
