@@ -262,9 +262,9 @@ auto Connection::run(const QString &sql, const QVariantList &values, Use use) ->
     throw StoreError::fromSql(failure, sql);
 }
 
-ResultSet Connection::selectNative(const QString &sql, const QVariantList &values, int maxRows)
+ResultSet Connection::selectNative(const QString &sql, const QVariantList &values, int maxRows, bool *more)
 {
-    return run(sql, values, [maxRows](QSqlQuery &q) { return readAll(q, maxRows); });
+    return run(sql, values, [maxRows, more](QSqlQuery &q) { return readAll(q, maxRows, more); });
 }
 
 int Connection::executeNative(const QString &sql, const QVariantList &values)

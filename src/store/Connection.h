@@ -47,7 +47,9 @@ public:
 
     ResultSet select(const QString &statement);
     int execute(const QString &statement);  // rows affected
-    ResultSet selectNative(const QString &sql, const QVariantList &values = {}, int maxRows = -1);
+    // At most maxRows rows (-1: all); *more tells whether rows were left unread.
+    ResultSet selectNative(const QString &sql, const QVariantList &values = {}, int maxRows = -1,
+                           bool *more = nullptr);
     int executeNative(const QString &sql, const QVariantList &values = {});
 
     void beginTransaction();

@@ -6,9 +6,6 @@
 #include "store/StoreError.h"
 
 #include <QRegularExpression>
-#include <QSqlError>
-#include <QSqlQuery>
-#include <QSqlRecord>
 
 namespace store {
 namespace {
@@ -99,12 +96,8 @@ void DataControl::refresh()
     m_index = -1;
     try {
         m_translated = m_conn->translate(m_source);
-        QSqlQuery q(m_conn->database());
-        q.setForwardOnly(true);
-        if (!q.exec(m_translated))
-            throw StoreError::fromSql(q.lastError(), m_translated);
         bool more = false;
-        ResultSet rs = readAll(q, isGrouped(m_translated) ? -1 : kFirstRows, &more);
+        ResultSet rs = m_conn->selectNative(m_translated, {}, isGrouped(m_translated) ? -1 : kFirstRows, &more);
         m_columns = rs.columns;
         m_rows = std::move(rs.rows);
         m_allFetched = !more;
@@ -150,11 +143,7 @@ void DataControl::fetchAll()
 {
     if (!m_open || m_allFetched)
         return;
-    QSqlQuery q(m_conn->database());
-    q.setForwardOnly(true);
-    if (!q.exec(m_translated))
-        throw StoreError::fromSql(q.lastError(), m_translated);
-    ResultSet rs = readAll(q);
+    ResultSet rs = m_conn->selectNative(m_translated);
     const int old = int(m_rows.size());
     const int now = int(rs.rows.size());
     // The first rows are read again with the rest, so the whole list is one consistent read.
