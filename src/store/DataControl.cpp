@@ -5,8 +5,6 @@
 #include "store/StatementTables.h"
 #include "store/StoreError.h"
 
-#include <QRegularExpression>
-
 namespace store {
 namespace {
 
@@ -17,9 +15,7 @@ constexpr int kFirstRows = 50;  // what a refresh reads before anybody looks fur
 // not run it again.
 bool isGrouped(const QString &sql)
 {
-    static const QRegularExpression groupBy(QStringLiteral("\\bGROUP\\s+BY\\b"),
-                                            QRegularExpression::CaseInsensitiveOption);
-    return groupBy.match(sql).hasMatch();
+    return StatementTables::of(sql).grouped;
 }
 
 bool isUnset(const QVariant &v)

@@ -1,5 +1,6 @@
 #include "store/Shape.h"
 
+#include "store/SqlTokenizer.h"
 #include "store/StoreError.h"
 
 #include <QDateTime>
@@ -64,129 +65,50 @@ QString describe(const Token &t)
     }
 }
 
-bool isWordChar(QChar c)
-{
-    return c.isLetterOrNumber() || c == QLatin1Char('_');
-}
-
-// Splits the command outside the inner statements. An inner statement runs from '{' to the
-// matching '}', skipping what stands in its string literals ('...', "...") and bracketed
-// names ([...]), so that braces inside them do not end it.
+// The SHAPE grammar's view of the lexer's tokens: names between [ ], " " or ' ' are all
+// names here, each {statement} is one token, and blanks are dropped.
 std::vector<Token> tokenize(const QString &text)
 {
+    using Kind = SqlToken::Kind;
     std::vector<Token> tokens;
-    const int n = text.size();
-    int i = 0;
-    while (i < n) {
-        const QChar c = text.at(i);
-        if (c.isSpace()) {
-            ++i;
-            continue;
-        }
+    for (const SqlToken &s : SqlTokenizer::significant(text, SqlTokenizer::Mode::Shape)) {
         Token t;
-        t.pos = i + 1;
-        if (c == QLatin1Char('{')) {
-            int depth = 1;
-            int j = i + 1;
-            while (j < n && depth > 0) {
-                const QChar d = text.at(j);
-                if (d == QLatin1Char('\'') || d == QLatin1Char('"')) {
-                    // a literal; a doubled quote stands for one quote inside it
-                    int k = j + 1;
-                    for (;;) {
-                        if (k >= n)
-                            fail(QStringLiteral("la comilla abierta en la posición %1 no se cierra").arg(j + 1));
-                        if (text.at(k) == d) {
-                            if (k + 1 < n && text.at(k + 1) == d) {
-                                k += 2;
-                                continue;
-                            }
-                            break;
-                        }
-                        ++k;
-                    }
-                    j = k + 1;
-                } else if (d == QLatin1Char('[')) {
-                    const int close = text.indexOf(QLatin1Char(']'), j + 1);
-                    if (close < 0)
-                        fail(QStringLiteral("el corchete abierto en la posición %1 no se cierra").arg(j + 1));
-                    j = close + 1;
-                } else {
-                    if (d == QLatin1Char('{'))
-                        ++depth;
-                    else if (d == QLatin1Char('}'))
-                        --depth;
-                    ++j;
-                }
-            }
-            if (depth > 0)
-                fail(QStringLiteral("falta la llave de cierre de la sentencia que empieza en la posición %1").arg(i + 1));
-            t.type = Token::Type::Statement;
-            t.text = text.mid(i + 1, j - i - 2).trimmed();
-            if (t.text.isEmpty())
-                fail(QStringLiteral("la sentencia entre llaves de la posición %1 está vacía").arg(i + 1));
-            i = j;
-        } else if (c == QLatin1Char('[')) {
-            QString name;
-            int j = i + 1;
-            for (;;) {
-                if (j >= n)
-                    fail(QStringLiteral("el corchete abierto en la posición %1 no se cierra").arg(i + 1));
-                if (text.at(j) == QLatin1Char(']')) {
-                    if (j + 1 < n && text.at(j + 1) == QLatin1Char(']')) {
-                        name += QLatin1Char(']');
-                        j += 2;
-                        continue;
-                    }
-                    break;
-                }
-                name += text.at(j++);
-            }
-            t.type = Token::Type::Quoted;
-            t.text = name;
-            i = j + 1;
-        } else if (c == QLatin1Char('\'') || c == QLatin1Char('"')) {
-            QString name;
-            int j = i + 1;
-            for (;;) {
-                if (j >= n)
-                    fail(QStringLiteral("la comilla abierta en la posición %1 no se cierra").arg(i + 1));
-                if (text.at(j) == c) {
-                    if (j + 1 < n && text.at(j + 1) == c) {
-                        name += c;
-                        j += 2;
-                        continue;
-                    }
-                    break;
-                }
-                name += text.at(j++);
-            }
-            t.type = Token::Type::Quoted;
-            t.text = name;
-            i = j + 1;
-        } else if (c == QLatin1Char('(') || c == QLatin1Char(')') || c == QLatin1Char(',')
-                   || c == QLatin1Char('.')) {
-            t.type = Token::Type::Punct;
-            t.text = c;
-            ++i;
-        } else if (isWordChar(c)) {
-            int j = i;
-            while (j < n && isWordChar(text.at(j)))
-                ++j;
+        t.pos = s.position + 1;
+        switch (s.kind) {
+        case Kind::Word:
             t.type = Token::Type::Word;
-            t.text = text.mid(i, j - i);
-            i = j;
-        } else if (c == QLatin1Char('}')) {
-            fail(QStringLiteral("llave de cierre sin abrir en la posición %1").arg(i + 1));
-        } else {
-            fail(QStringLiteral("carácter inesperado '%1' en la posición %2").arg(c).arg(i + 1));
+            t.text = s.raw;
+            break;
+        case Kind::BracketName:
+        case Kind::QuotedName:
+        case Kind::String:
+            if (s.value.trimmed().isEmpty())
+                fail(QStringLiteral("nombre vacío en la posición %1").arg(t.pos));
+            t.type = Token::Type::Quoted;
+            t.text = s.value;
+            break;
+        case Kind::Braced:
+            if (s.value.isEmpty())
+                fail(QStringLiteral("la sentencia entre llaves de la posición %1 está vacía").arg(t.pos));
+            t.type = Token::Type::Statement;
+            t.text = s.value;
+            break;
+        case Kind::Symbol:
+            if (s.isSymbol(u"(") || s.isSymbol(u")") || s.isSymbol(u",") || s.isSymbol(u".")) {
+                t.type = Token::Type::Punct;
+                t.text = s.raw;
+                break;
+            }
+            if (s.isSymbol(u"}"))
+                fail(QStringLiteral("llave de cierre sin abrir en la posición %1").arg(t.pos));
+            [[fallthrough]];
+        default:
+            fail(QStringLiteral("carácter inesperado '%1' en la posición %2").arg(s.raw.front()).arg(t.pos));
         }
-        if (t.type == Token::Type::Quoted && t.text.trimmed().isEmpty())
-            fail(QStringLiteral("nombre vacío en la posición %1").arg(t.pos));
         tokens.push_back(std::move(t));
     }
     Token end;
-    end.pos = n + 1;
+    end.pos = int(text.size()) + 1;
     tokens.push_back(end);
     return tokens;
 }
@@ -882,7 +804,7 @@ bool isShapeStatement(const QString &text)
 {
     const QString t = text.trimmed();
     return t.startsWith(QLatin1String("SHAPE"), Qt::CaseInsensitive)
-           && (t.size() == 5 || !isWordChar(t.at(5)));
+           && (t.size() == 5 || !(t.at(5).isLetterOrNumber() || t.at(5) == QLatin1Char('_')));
 }
 
 ShapeCommand parseShape(const QString &text)

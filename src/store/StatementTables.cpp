@@ -1,60 +1,71 @@
 #include "store/StatementTables.h"
 
-#include <QStringList>
+#include "store/SqlTokenizer.h"
+#include "store/StoreError.h"
 
 namespace store {
 namespace {
 
-// Splits the statement into words and punctuation, dropping literals, so that keywords
-// inside quotes or brackets are never taken for structure.
-QStringList words(const QString &s)
+// Words that end the list of tables after FROM.
+bool endsTableList(const SqlToken &t)
 {
-    QStringList out;
-    int i = 0;
-    const int n = s.size();
-    while (i < n) {
-        const QChar c = s.at(i);
-        if (c.isSpace()) {
-            ++i;
-        } else if (c == QLatin1Char('\'')) {
-            ++i;
-            while (i < n) {
-                if (s.at(i) == QLatin1Char('\'')) {
-                    if (i + 1 < n && s.at(i + 1) == QLatin1Char('\''))
-                        i += 2;
-                    else
-                        break;
-                } else {
-                    ++i;
-                }
-            }
-            ++i;
-            out << QStringLiteral("'");
-        } else if (c == QLatin1Char('[')) {
-            const int end = s.indexOf(QLatin1Char(']'), i);
-            out << s.mid(i + 1, (end < 0 ? n : end) - i - 1);
-            i = end < 0 ? n : end + 1;
-        } else if (c == QLatin1Char('#')) {
-            const int end = s.indexOf(QLatin1Char('#'), i + 1);
-            i = end < 0 ? n : end + 1;
-            out << QStringLiteral("#");
-        } else if (c.isLetterOrNumber() || c == QLatin1Char('_') || c == QLatin1Char('.')) {
-            const int start = i;
-            while (i < n && (s.at(i).isLetterOrNumber() || s.at(i) == QLatin1Char('_') || s.at(i) == QLatin1Char('.') ||
-                             (s.at(i) == QLatin1Char('*') && i > start && s.at(i - 1) == QLatin1Char('.'))))
-                ++i;
-            out << s.mid(start, i - start);
-        } else {
-            out << QString(c);
-            ++i;
-        }
-    }
-    return out;
+    for (const char16_t *w : {u"WHERE", u"GROUP", u"ORDER", u"HAVING", u"UNION", u"EXCEPT", u"INTERSECT",
+                              u"LIMIT", u"SET", u"VALUES", u"SELECT"})
+        if (t.isWord(w))
+            return true;
+    return t.isSymbol(u";");
 }
 
-bool isWord(const QString &w, const char *kw)
+// Reads "name [AS] alias, name alias ..." from `from` on, at the top level, into `out`.
+void readTableList(const std::vector<SqlToken> &w, std::size_t from, QVector<StatementTables::Table> &out,
+                   bool oneTable)
 {
-    return w.compare(QLatin1String(kw), Qt::CaseInsensitive) == 0;
+    StatementTables::Table current;
+    int depth = 0;
+    bool inJoinCondition = false;  // after ON, up to the next table
+    for (std::size_t i = from; i < w.size(); ++i) {
+        const SqlToken &t = w[i];
+        if (t.isSymbol(u"(")) {
+            // A subquery or (for INSERT) a column list: not a table of this statement.
+            if (depth == 0 && oneTable && !current.name.isEmpty())
+                break;
+            ++depth;
+            continue;
+        }
+        if (t.isSymbol(u")")) {
+            if (--depth < 0)
+                break;
+            continue;
+        }
+        if (depth > 0)
+            continue;
+        if (endsTableList(t))
+            break;
+        if (t.isSymbol(u",") || t.isWord(u"JOIN")) {
+            if (!current.name.isEmpty())
+                out << current;
+            current = {};
+            inJoinCondition = false;
+            if (oneTable)
+                return;
+            continue;
+        }
+        if (t.isWord(u"ON"))
+            inJoinCondition = true;
+        if (inJoinCondition)
+            continue;
+        if (t.isWord(u"AS") || t.isWord(u"INNER") || t.isWord(u"LEFT") || t.isWord(u"RIGHT") ||
+            t.isWord(u"OUTER") || t.isWord(u"CROSS"))
+            continue;
+        if (!t.isName())
+            continue;
+        if (current.name.isEmpty())
+            current.name = t.name();
+        else if (current.alias.isEmpty())
+            current.alias = t.name();
+    }
+    if (!current.name.isEmpty())
+        out << current;
 }
 
 }  // namespace
@@ -62,69 +73,65 @@ bool isWord(const QString &w, const char *kw)
 StatementTables StatementTables::of(const QString &statement)
 {
     StatementTables result;
-    const QStringList w = words(statement);
+    std::vector<SqlToken> w;
+    try {
+        w = SqlTokenizer::significant(statement);
+    } catch (const StoreError &) {
+        return result;  // running the statement tells the user what is wrong with it
+    }
     int depth = 0;
-    int fromAt = -1;
     bool inSelectList = false;
-    for (int i = 0; i < w.size(); ++i) {
-        if (w[i] == QLatin1String("(")) {
-            ++depth;
-        } else if (w[i] == QLatin1String(")")) {
-            --depth;
-        } else if (depth == 0 && isWord(w[i], "SELECT")) {
-            inSelectList = true;
-        } else if (depth == 0 && isWord(w[i], "FROM")) {
-            fromAt = i;
-            break;
-        } else if (inSelectList && depth == 0 && w[i].endsWith(QLatin1String(".*"))) {
-            if (result.starAlias.isEmpty())
-                result.starAlias = w[i].left(w[i].size() - 2);
-        }
-    }
-    if (fromAt < 0)
-        return result;
-    Table current;
-    depth = 0;
-    for (int i = fromAt + 1; i < w.size(); ++i) {
-        const QString &t = w[i];
-        if (t == QLatin1String("(")) {
+    bool tablesRead = false;
+    for (std::size_t i = 0; i < w.size(); ++i) {
+        const SqlToken &t = w[i];
+        if (t.isSymbol(u"(")) {
             ++depth;
             continue;
         }
-        if (t == QLatin1String(")")) {
+        if (t.isSymbol(u")")) {
             --depth;
             continue;
         }
-        if (depth > 0)
+        if (depth != 0)
             continue;
-        if (isWord(t, "WHERE") || isWord(t, "GROUP") || isWord(t, "ORDER") || isWord(t, "HAVING") ||
-            t == QLatin1String(";"))
-            break;
-        if (t == QLatin1String(",")) {
-            if (!current.name.isEmpty())
-                result.tables << current;
-            current = Table();
+        if (t.isWord(u"SELECT")) {
+            inSelectList = !tablesRead;
+        } else if (t.isWord(u"GROUP") && i + 1 < w.size() && w[i + 1].isWord(u"BY")) {
+            result.grouped = true;
+        } else if (tablesRead) {
             continue;
+        } else if (t.isWord(u"FROM")) {
+            inSelectList = false;
+            tablesRead = true;
+            readTableList(w, i + 1, result.tables, false);
+        } else if (t.isWord(u"UPDATE") || (t.isWord(u"INTO") && !inSelectList)) {
+            tablesRead = true;
+            readTableList(w, i + 1, result.tables, true);
+        } else if (inSelectList && result.starAlias.isEmpty() && t.isName() && i + 2 < w.size() &&
+                   w[i + 1].isSymbol(u".") && w[i + 2].isSymbol(u"*")) {
+            result.starAlias = t.name();
         }
-        if (isWord(t, "AS"))
-            continue;
-        if (current.name.isEmpty())
-            current.name = t;
-        else if (current.alias.isEmpty())
-            current.alias = t;
     }
-    if (!current.name.isEmpty())
-        result.tables << current;
     return result;
+}
+
+QString StatementTables::tableOf(const QString &aliasOrName) const
+{
+    for (const Table &t : tables)
+        if (t.alias.compare(aliasOrName, Qt::CaseInsensitive) == 0)
+            return t.name;
+    for (const Table &t : tables)
+        if (t.name.compare(aliasOrName, Qt::CaseInsensitive) == 0)
+            return t.name;
+    return {};
 }
 
 QString StatementTables::writeTable() const
 {
     if (!starAlias.isEmpty()) {
-        for (const Table &t : tables)
-            if (t.alias.compare(starAlias, Qt::CaseInsensitive) == 0 ||
-                t.name.compare(starAlias, Qt::CaseInsensitive) == 0)
-                return t.name;
+        const QString table = tableOf(starAlias);
+        if (!table.isEmpty())
+            return table;
     }
     return tables.isEmpty() ? QString() : tables.first().name;
 }
