@@ -2,6 +2,7 @@
 
 #include "store/Dialect.h"
 #include "store/SchemaInfo.h"
+#include "store/StatementTables.h"
 #include "store/StoreError.h"
 
 #include <QHash>
@@ -197,9 +198,10 @@ ResultSet readAll(QSqlQuery &q, int maxRows, bool *more)
     ResultSet rs;
     const QSqlRecord rec = q.record();
     std::vector<std::optional<ColumnKind>> kinds;
+    const StatementTables source = StatementTables::of(q.lastQuery());
     for (int i = 0; i < rec.count(); ++i) {
         rs.columns << rec.fieldName(i);
-        kinds.push_back(columnKind(rec.fieldName(i)));
+        kinds.push_back(source.resultKind(rec.fieldName(i)));
     }
     if (more)
         *more = false;

@@ -44,8 +44,8 @@ DataControl::~DataControl() = default;
 void DataControl::setRecordSource(const QString &statement)
 {
     m_source = statement;
-    const StatementTables tables = StatementTables::of(statement);
-    m_writeTable = tables.writeTable();
+    m_sourceTables = StatementTables::of(statement);
+    m_writeTable = m_sourceTables.writeTable();
 }
 
 void DataControl::setConnectString(const QString &connectString)
@@ -416,7 +416,7 @@ void DataControl::insertRow()
         const QVariant v = m_buffer.value(fieldIndex(c));
         if (isUnset(v))
             continue;
-        const ColumnKind kind = columnKind(c).value_or(ColumnKind::Text);
+        const ColumnKind kind = columnKind(t->name, c).value_or(ColumnKind::Text);
         const QVariant converted = convertForWrite(kind, v, c);
         if (converted.isNull() && kind != ColumnKind::YesNo)
             continue;
@@ -442,7 +442,7 @@ void DataControl::insertRow()
     } else {
         m_conn->executeNative(sql, values);
         for (const QString &k : t->key)
-            key << convertForWrite(columnKind(k).value_or(ColumnKind::Text), m_buffer.value(fieldIndex(k)), k);
+            key << convertForWrite(columnKind(t->name, k).value_or(ColumnKind::Text), m_buffer.value(fieldIndex(k)), k);
     }
     m_lastInsertedKey = key.value(0);
 
@@ -498,7 +498,7 @@ void DataControl::updateRow()
         const int i = fieldIndex(c);
         if (!m_changed.contains(i))
             continue;
-        const ColumnKind kind = columnKind(c).value_or(ColumnKind::Text);
+        const ColumnKind kind = columnKind(t->name, c).value_or(ColumnKind::Text);
         const QVariant v = convertForWrite(kind, m_buffer.value(i), c);
         sets << c + QStringLiteral(" = ?");
         setValues << v;
@@ -546,8 +546,8 @@ void DataControl::updateRow()
     for (const QString &c : writableColumns(*t)) {
         const int i = fieldIndex(c);
         if (m_changed.contains(i))
-            m_buffer[i] = normalize(columnKind(c).value_or(ColumnKind::Text),
-                                    convertForWrite(columnKind(c).value_or(ColumnKind::Text), m_buffer.value(i), c));
+            m_buffer[i] = normalize(columnKind(t->name, c).value_or(ColumnKind::Text),
+                                    convertForWrite(columnKind(t->name, c).value_or(ColumnKind::Text), m_buffer.value(i), c));
     }
     if (m_index >= 0) {
         m_rows[m_index] = m_buffer;

@@ -2,6 +2,7 @@
 
 #include "store/ResultSet.h"
 #include "store/SchemaInfo.h"
+#include "store/StatementTables.h"
 
 #include <QAbstractTableModel>
 #include <QObject>
@@ -47,6 +48,8 @@ public:
     // The result.
     const QStringList &fields() const { return m_columns; }
     int fieldIndex(const QString &name) const;  // case-insensitive, first match; -1 if absent
+    // The kind of a field that comes straight from a catalogue column; none for a computed one.
+    std::optional<ColumnKind> fieldKind(const QString &name) const { return m_sourceTables.resultKind(name); }
     int recordCount();
     int fetchedCount() const { return int(m_rows.size()); }
     bool allFetched() const { return m_allFetched; }
@@ -123,6 +126,7 @@ private:
     std::unique_ptr<DataControlModel> m_model;
     QString m_writeTable;
     QString m_writeAlias;
+    StatementTables m_sourceTables;
 };
 
 // Item model over a data control, for grids and lists.

@@ -2,6 +2,7 @@
 
 #include "store/SchemaInfo.h"
 #include "store/SqlTokenizer.h"
+#include "store/StatementTables.h"
 #include "store/StoreError.h"
 
 #include <QDate>
@@ -104,12 +105,6 @@ bool isPlainIdentifier(const QString &name)
             return false;
     }
     return !reservedNames().contains(name.toUpper());
-}
-
-bool isColumnOfKind(const QString &name, ColumnKind kind)
-{
-    const auto k = columnKind(name);
-    return k && *k == kind;
 }
 
 // #mm-d-yy#, #m-d-yyyy#, with '-' or '/'; month first.
@@ -264,8 +259,9 @@ private:
     void planCalls(const Level &level, Plan &plan) const;
 
     static bool isChainBoundary(const Level &level, int k);
-    static bool runIsText(const Level &level, int from, int to);
-    static bool isTextExpression(const std::vector<Node> &nodes);
+    bool runIsText(const Level &level, int from, int to) const;
+    bool isTextExpression(const std::vector<Node> &nodes) const;
+    bool isColumnOfKind(const Level &level, int k, ColumnKind kind) const;
 
     QString emitNode(const Node &node) const;
     QString emitCall(const SqlToken &name, const Node &group) const;
@@ -273,11 +269,65 @@ private:
     QString booleanLiteral(bool value) const;
 
     Backend m_backend;
+    // The tables of each SELECT (or UPDATE, INSERT) being translated, outermost first: a
+    // column is known by the table it belongs to, never by its name alone.
+    mutable std::vector<StatementTables> m_scopes;
 };
+
+// The tables named at one level of parentheses.
+StatementTables tablesOfLevel(const Level &level)
+{
+    std::vector<SqlToken> tokens;
+    for (int k = 0; k < level.size(); ++k) {
+        if (level.isGroup(k)) {
+            const int at = level.node(k).open->position;
+            tokens.push_back(SqlToken{SqlToken::Kind::Symbol, QStringLiteral("("), {}, at});
+            tokens.push_back(SqlToken{SqlToken::Kind::Symbol, QStringLiteral(")"), {}, at});
+        } else {
+            tokens.push_back(*level.token(k));
+        }
+    }
+    return StatementTables::of(tokens);
+}
+
+// Is the name at k a column of that kind in the table it belongs to: the table its
+// qualifier names ("H." in H.HORHORAS), or else the innermost statement's first table that
+// has a column of that name?
+bool Translator::isColumnOfKind(const Level &level, int k, ColumnKind kind) const
+{
+    const QString column = level.token(k)->name();
+    QString qualifier;
+    if (level.isSymbol(k - 1, u".") && level.token(k - 2) && level.token(k - 2)->isName())
+        qualifier = level.token(k - 2)->name();
+    for (auto scope = m_scopes.rbegin(); scope != m_scopes.rend(); ++scope) {
+        if (!qualifier.isEmpty()) {
+            const QString table = scope->tableOf(qualifier);
+            if (!table.isEmpty())
+                return columnKind(table, column) == kind;
+            continue;
+        }
+        for (const StatementTables::Table &t : scope->tables)
+            if (const auto found = columnKind(t.name, column))
+                return *found == kind;
+    }
+    return false;
+}
 
 QString Translator::translate(const std::vector<Node> &nodes) const
 {
     const Level level(nodes);
+    StatementTables tables = tablesOfLevel(level);
+    const bool ownScope = !tables.tables.isEmpty();
+    if (ownScope)
+        m_scopes.push_back(std::move(tables));
+    struct PopScope {
+        std::vector<StatementTables> *scopes;
+        ~PopScope()
+        {
+            if (scopes)
+                scopes->pop_back();
+        }
+    } popScope{ownScope ? &m_scopes : nullptr};
     Plan plan(nodes.size());
     planDeleteStar(level, plan);
     planYesNo(level, plan);
@@ -363,7 +413,7 @@ void Translator::planYesNo(const Level &level, Plan &plan) const
         return true;
     };
     const auto isYesNoColumn = [&](int k) {
-        return level.isColumnName(k) && isColumnOfKind(level.token(k)->name(), ColumnKind::YesNo);
+        return level.isColumnName(k) && isColumnOfKind(level, k, ColumnKind::YesNo);
     };
     // [from, to) is a reference "name" or "alias.name" to a yes/no column.
     const auto isYesNoReference = [&](int from, int to) {
@@ -417,7 +467,7 @@ bool Translator::isChainBoundary(const Level &level, int k)
 }
 
 // Does the operand chain [from, to) of a level hold a text operand?
-bool Translator::runIsText(const Level &level, int from, int to)
+bool Translator::runIsText(const Level &level, int from, int to) const
 {
     for (int k = from; k < to; ++k) {
         if (level.isGroup(k)) {
@@ -447,7 +497,7 @@ bool Translator::runIsText(const Level &level, int from, int to)
             [[fallthrough]];
         case Kind::BracketName:
         case Kind::QuotedName:
-            if (level.isColumnName(k) && isColumnOfKind(t.name(), ColumnKind::Text))
+            if (level.isColumnName(k) && isColumnOfKind(level, k, ColumnKind::Text))
                 return true;
             break;
         case Kind::Symbol:
@@ -462,7 +512,7 @@ bool Translator::runIsText(const Level &level, int from, int to)
 }
 
 // A parenthesised expression that is one chain holding text.
-bool Translator::isTextExpression(const std::vector<Node> &nodes)
+bool Translator::isTextExpression(const std::vector<Node> &nodes) const
 {
     const Level level(nodes);
     for (int k = 0; k < level.size(); ++k)

@@ -76,9 +76,21 @@ const std::vector<TableDef> &tableDefs()
     return defs;
 }
 
+// Columns that the store requires besides the keys and the yes/no columns (which never
+// hold Null).
+const QHash<QString, QStringList> &otherRequiredColumns()
+{
+    static const QHash<QString, QStringList> required = [] {
+        const QStringList hours = {QStringLiteral("FunCedula"), QStringLiteral("AreId"),   QStringLiteral("ActId"),
+                                   QStringLiteral("DesId"),     QStringLiteral("FunInsId"), QStringLiteral("HorFecha"),
+                                   QStringLiteral("TipId")};
+        return QHash<QString, QStringList>{{QStringLiteral("horas"), hours}, {QStringLiteral("hhoras"), hours}};
+    }();
+    return required;
+}
+
 struct Catalogue {
-    QHash<QString, TableInfo> tables;
-    QHash<QString, ColumnDef> columns;  // by lower-case name
+    QHash<QString, TableInfo> tables;  // by lower-case name
 };
 
 const Catalogue &catalogue()
@@ -95,10 +107,15 @@ const Catalogue &catalogue()
             for (auto k : t.key)
                 info.key << QString::fromLatin1(k);
             info.storeAssignsKey = t.storeAssignsKey;
+            const QStringList other = otherRequiredColumns().value(info.name.toLower());
             const auto &cols = t.columns.empty() ? horas->columns : t.columns;
             for (const auto &col : cols) {
-                info.columns << QString::fromLatin1(col.name);
-                c.columns.insert(QString::fromLatin1(col.name).toLower(), col);
+                const QString name = QString::fromLatin1(col.name);
+                const bool required = info.key.contains(name, Qt::CaseInsensitive) || col.kind == ColumnKind::YesNo ||
+                                      other.contains(name, Qt::CaseInsensitive);
+                info.columns << name;
+                info.columnInfo.push_back(ColumnInfo{name, col.kind, col.kind == ColumnKind::Text ? col.limit : 0,
+                                                     required});
             }
             c.tables.insert(info.name.toLower(), info);
         }
@@ -171,22 +188,30 @@ const TableInfo *tableInfo(const QString &table)
     return it == tables.constEnd() ? nullptr : &it.value();
 }
 
-std::optional<ColumnKind> columnKind(const QString &column)
+const ColumnInfo *TableInfo::column(const QString &name) const
 {
-    const auto &cols = catalogue().columns;
-    auto it = cols.constFind(column.toLower());
-    if (it == cols.constEnd())
-        return std::nullopt;
-    return it->kind;
+    for (const ColumnInfo &c : columnInfo)
+        if (c.name.compare(name, Qt::CaseInsensitive) == 0)
+            return &c;
+    return nullptr;
 }
 
-std::optional<int> textLimit(const QString &column)
+std::optional<ColumnKind> columnKind(const QString &table, const QString &column)
 {
-    const auto &cols = catalogue().columns;
-    auto it = cols.constFind(column.toLower());
-    if (it == cols.constEnd() || it->kind != ColumnKind::Text || it->limit == 0)
+    const TableInfo *t = tableInfo(table);
+    const ColumnInfo *c = t ? t->column(column) : nullptr;
+    if (!c)
         return std::nullopt;
-    return it->limit;
+    return c->kind;
+}
+
+std::optional<int> textLimit(const QString &table, const QString &column)
+{
+    const TableInfo *t = tableInfo(table);
+    const ColumnInfo *c = t ? t->column(column) : nullptr;
+    if (!c || c->textLimit == 0)
+        return std::nullopt;
+    return c->textLimit;
 }
 
 QStringList allTables()

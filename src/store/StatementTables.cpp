@@ -68,17 +68,45 @@ void readTableList(const std::vector<SqlToken> &w, std::size_t from, QVector<Sta
         out << current;
 }
 
+// One entry of a select list, tokens [from, to) at the top level.
+StatementTables::Selected readSelected(const std::vector<SqlToken> &w, std::size_t from, std::size_t to)
+{
+    StatementTables::Selected entry;
+    // A name given to the entry: "... AS name", or a name right after a complete operand.
+    if (to - from >= 3 && w[to - 2].isWord(u"AS") && w[to - 1].isName()) {
+        entry.name = w[to - 1].name();
+        to -= 2;
+    } else if (to - from >= 2 && w[to - 1].isName() && !w[to - 2].isSymbol(u".") &&
+               (w[to - 2].isName() || w[to - 2].isSymbol(u")") || w[to - 2].kind == SqlToken::Kind::String ||
+                w[to - 2].kind == SqlToken::Kind::Number)) {
+        entry.name = w[to - 1].name();
+        to -= 1;
+    }
+    const std::size_t n = to - from;
+    const auto columnAt = [&](std::size_t i) { return w[i].isSymbol(u"*") || w[i].isName(); };
+    if (n == 1 && columnAt(from)) {
+        entry.column = w[from].isSymbol(u"*") ? QStringLiteral("*") : w[from].name();
+    } else if (n == 3 && w[from].isName() && w[from + 1].isSymbol(u".") && columnAt(from + 2)) {
+        entry.qualifier = w[from].name();
+        entry.column = w[from + 2].isSymbol(u"*") ? QStringLiteral("*") : w[from + 2].name();
+    }
+    return entry;
+}
+
 }  // namespace
 
 StatementTables StatementTables::of(const QString &statement)
 {
-    StatementTables result;
-    std::vector<SqlToken> w;
     try {
-        w = SqlTokenizer::significant(statement);
+        return of(SqlTokenizer::significant(statement));
     } catch (const StoreError &) {
-        return result;  // running the statement tells the user what is wrong with it
+        return {};  // running the statement tells the user what is wrong with it
     }
+}
+
+StatementTables StatementTables::of(const std::vector<SqlToken> &w)
+{
+    StatementTables result;
     int depth = 0;
     bool inSelectList = false;
     bool tablesRead = false;
@@ -96,6 +124,28 @@ StatementTables StatementTables::of(const QString &statement)
             continue;
         if (t.isWord(u"SELECT")) {
             inSelectList = !tablesRead;
+            if (inSelectList)
+                result.selected.clear();
+            std::size_t from = i + 1;
+            while (from < w.size() && (w[from].isWord(u"DISTINCT") || w[from].isWord(u"ALL") ||
+                                       w[from].isWord(u"DISTINCTROW")))
+                ++from;
+            int level = 0;
+            for (std::size_t k = from; inSelectList && k <= w.size(); ++k) {
+                const bool end = k == w.size() || (level == 0 && (w[k].isWord(u"FROM") || w[k].isWord(u"INTO") ||
+                                                                  w[k].isSymbol(u";")));
+                if (end || (level == 0 && w[k].isSymbol(u","))) {
+                    if (k > from)
+                        result.selected << readSelected(w, from, k);
+                    from = k + 1;
+                    if (end)
+                        break;
+                } else if (w[k].isSymbol(u"(")) {
+                    ++level;
+                } else if (w[k].isSymbol(u")")) {
+                    --level;
+                }
+            }
         } else if (t.isWord(u"GROUP") && i + 1 < w.size() && w[i + 1].isWord(u"BY")) {
             result.grouped = true;
         } else if (tablesRead) {
@@ -124,6 +174,31 @@ QString StatementTables::tableOf(const QString &aliasOrName) const
         if (t.name.compare(aliasOrName, Qt::CaseInsensitive) == 0)
             return t.name;
     return {};
+}
+
+std::optional<ColumnKind> StatementTables::resultKind(const QString &resultColumn) const
+{
+    const auto same = [](const QString &a, const QString &b) { return a.compare(b, Qt::CaseInsensitive) == 0; };
+    // The column of that name in the table a qualifier names, or in the first of the
+    // statement's tables that has one.
+    const auto kindIn = [&](const QString &qualifier, const QString &column) -> std::optional<ColumnKind> {
+        if (!qualifier.isEmpty())
+            return columnKind(tableOf(qualifier), column);
+        for (const Table &t : tables)
+            if (const auto kind = columnKind(t.name, column))
+                return kind;
+        return std::nullopt;
+    };
+    for (const Selected &s : selected) {
+        const QString shown = s.name.isEmpty() ? s.column : s.name;
+        if (s.column != QLatin1String("*") && same(shown, resultColumn))
+            return s.column.isEmpty() ? std::nullopt : kindIn(s.qualifier, s.column);
+    }
+    for (const Selected &s : selected)
+        if (s.column == QLatin1String("*"))
+            if (const auto kind = kindIn(s.qualifier, resultColumn))
+                return kind;
+    return std::nullopt;
 }
 
 QString StatementTables::writeTable() const

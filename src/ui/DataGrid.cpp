@@ -96,7 +96,7 @@ public:
             return {};
         const QVariant v = m_inner->data(m_inner->index(row, src), Qt::DisplayRole);
         const QString name = m_source->fields().value(src);
-        const auto kind = store::columnKind(name);
+        const auto kind = m_source->fieldKind(name);
         if (kind == store::ColumnKind::YesNo)
             return yesNoText(store::normalize(store::ColumnKind::YesNo, v).toBool());
         if (v.typeId() == QMetaType::Bool)
@@ -112,7 +112,7 @@ public:
             return text(index.row(), index.column());
         if (role == Qt::TextAlignmentRole) {
             const int src = m_sourceColumn.value(index.column(), -1);
-            const auto kind = src >= 0 ? store::columnKind(m_source->fields().value(src)) : std::nullopt;
+            const auto kind = src >= 0 ? m_source->fieldKind(m_source->fields().value(src)) : std::nullopt;
             if (kind == store::ColumnKind::Decimal || kind == store::ColumnKind::Integer ||
                 maskKind(m_columns.at(index.column()).mask) == MaskKind::Number)
                 return int(Qt::AlignRight | Qt::AlignVCenter);
@@ -130,7 +130,7 @@ public:
         const QString mask = m_columns.at(index.column()).mask;
         QVariant v = value;
         const QString name = m_source->fields().value(src);
-        if (store::columnKind(name) == store::ColumnKind::YesNo) {
+        if (m_source->fieldKind(name) == store::ColumnKind::YesNo) {
             const QString t = value.toString().trimmed().toLower();
             v = t == QLatin1String("si") || t == QLatin1String("sí") || t == QLatin1String("1") ||
                 t == QLatin1String("true");
