@@ -2,6 +2,7 @@
 
 #include "store/Dialect.h"
 #include "store/SchemaInfo.h"
+#include "store/SqlTokenizer.h"
 #include "store/StatementTables.h"
 #include "store/StoreError.h"
 
@@ -60,6 +61,21 @@ bool connectionLost(const QSqlError &error)
                        "no connection to the server|could not receive data from server"),
         QRegularExpression::CaseInsensitiveOption);
     return lost.match(error.databaseText() + QLatin1Char(' ') + error.driverText()).hasMatch();
+}
+
+// Whether a statement may change the store: anything that does not begin as a query.
+bool mayWrite(const QString &sql)
+{
+    try {
+        for (const SqlToken &t : SqlTokenizer::significant(sql)) {
+            if (t.isSymbol(u"("))
+                continue;
+            return !(t.isWord(u"SELECT") || t.isWord(u"VALUES") || t.isWord(u"WITH"));
+        }
+    } catch (const StoreError &) {
+        // Not readable here: the store says what is wrong with it.
+    }
+    return false;
 }
 
 void bindAll(QSqlQuery &q, const QVariantList &values)
@@ -164,6 +180,11 @@ void Connection::prepareSession()
         // Several processes share the file: wait for a writer instead of failing at once.
         q.exec(QStringLiteral("PRAGMA busy_timeout=10000"));
     }
+    if (m_spec.readOnly) {
+        // Mode=Read: the store itself refuses writes on this connection, whatever sends them.
+        q.exec(m_backend == Backend::SQLite ? QStringLiteral("PRAGMA query_only=ON")
+                                            : QStringLiteral("SET SESSION CHARACTERISTICS AS TRANSACTION READ ONLY"));
+    }
 }
 
 QString Connection::translate(const QString &statement) const
@@ -241,6 +262,10 @@ int Connection::execute(const QString &statement)
 template <typename Use>
 auto Connection::run(const QString &sql, const QVariantList &values, Use use) -> decltype(use(std::declval<QSqlQuery &>()))
 {
+    if (m_spec.readOnly && mayWrite(sql))
+        throw StoreError(StoreError::Kind::Store, 3251,
+                         QStringLiteral("La conexión %1 es de solo lectura: no se modificó la base de datos.")
+                             .arg(m_spec.dataSource));
     reopenIfClosed();
     QSqlError failure;
     {

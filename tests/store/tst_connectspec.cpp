@@ -1,8 +1,20 @@
-// Reading a connect string: the three the system writes and the spellings that mean the same.
+// Reading a connect string: the three the system writes and the spellings that mean the same;
+// and the reports' read-only connection, which cannot change the store.
 
+#include "TempStore.h"
 #include "store/Connection.h"
+#include "store/DataControl.h"
+#include "store/StoreError.h"
+#include "ui/Application.h"
 
+#include <QSqlQuery>
 #include <QTest>
+
+namespace {
+const QString kReportsConnection = QStringLiteral(
+    "PROVIDER=MSDataShape;DATA PROVIDER=MSDASQL;Persist Security Info=False;User ID=sa;Data Source=RRHHODBC;"
+    "Mode=Read;");
+}  // namespace
 
 using store::ConnectSpec;
 
@@ -60,7 +72,61 @@ private slots:
         QCOMPARE(spec.readOnly, readOnly);
         QCOMPARE(spec.userId, userId);
     }
+
+    // Every way of writing through the reports' connection is refused with a Spanish
+    // message, and the store is left as it was; the connection still reads.
+    void readOnlyConnectionRefusesWrites_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::newRow("statement in the dialect") << "dialect";
+        QTest::newRow("backend statement with values") << "native";
+        QTest::newRow("data control on the connection") << "datacontrol";
+    }
+
+    void readOnlyConnectionRefusesWrites()
+    {
+        QFETCH(QString, how);
+        tests::TempStore store;
+        const int hours = store.count(QStringLiteral("HORAS"));
+        const int areas = store.count(QStringLiteral("AREAS"));
+        QVERIFY(hours > 0);
+        const auto conn = store::Connection::open(kReportsConnection);
+        QVERIFY(conn->spec().readOnly);
+        try {
+            if (how == QLatin1String("dialect")) {
+                conn->execute(QStringLiteral("DELETE * FROM HORAS"));
+            } else if (how == QLatin1String("native")) {
+                conn->executeNative(QStringLiteral("INSERT INTO AREAS (AreId, AreDescripcion) VALUES (?, ?)"),
+                                    {QStringLiteral("ZZ"), QStringLiteral("Nueva")});
+            } else {
+                store::DataControl adc(QStringLiteral("adcAreas"), nullptr, kReportsConnection);
+                adc.setRecordSource(QStringLiteral("SELECT * FROM AREAS"));
+                adc.refresh();
+                adc.addNew();
+                adc.setValue(QStringLiteral("AreId"), QStringLiteral("ZZ"));
+                adc.setValue(QStringLiteral("AreDescripcion"), QStringLiteral("Nueva"));
+                adc.update();
+            }
+            QFAIL("the write went through");
+        } catch (const store::StoreError &e) {
+            QVERIFY2(e.description().contains(QStringLiteral("solo lectura")), qPrintable(e.description()));
+        }
+        QCOMPARE(store.count(QStringLiteral("HORAS")), hours);
+        QCOMPARE(store.count(QStringLiteral("AREAS")), areas);
+        QCOMPARE(conn->select(QStringLiteral("SELECT COUNT(*) FROM HORAS")).rows.front().value(0).toInt(), hours);
+    }
+
+    // The store itself refuses, even for a statement that goes around the connection's check.
+    void readOnlyConnectionIsReadOnlyInTheStore()
+    {
+        tests::TempStore store;
+        const int areas = store.count(QStringLiteral("AREAS"));
+        const auto conn = store::Connection::open(kReportsConnection);
+        QSqlQuery q(conn->database());
+        QVERIFY(!q.exec(QStringLiteral("DELETE FROM AREAS")));
+        QCOMPARE(store.count(QStringLiteral("AREAS")), areas);
+    }
 };
 
-QTEST_GUILESS_MAIN(TestConnectSpec)
+TEMPALIA_TEST_MAIN(TestConnectSpec)
 #include "tst_connectspec.moc"
