@@ -274,19 +274,25 @@ private:
     mutable std::vector<StatementTables> m_scopes;
 };
 
-// The tables named at one level of parentheses.
-StatementTables tablesOfLevel(const Level &level)
+// The significant tokens of nodes, parenthesised groups included.
+void flatten(const std::vector<Node> &nodes, std::vector<SqlToken> &out)
 {
-    std::vector<SqlToken> tokens;
-    for (int k = 0; k < level.size(); ++k) {
-        if (level.isGroup(k)) {
-            const int at = level.node(k).open->position;
-            tokens.push_back(SqlToken{SqlToken::Kind::Symbol, QStringLiteral("("), {}, at});
-            tokens.push_back(SqlToken{SqlToken::Kind::Symbol, QStringLiteral(")"), {}, at});
-        } else {
-            tokens.push_back(*level.token(k));
+    for (const Node &node : nodes) {
+        if (node.isGroup()) {
+            out.push_back(*node.open);
+            flatten(node.children, out);
+            out.push_back(SqlToken{SqlToken::Kind::Symbol, QStringLiteral(")"), {}, node.open->position});
+        } else if (node.token->kind != Kind::Space) {
+            out.push_back(*node.token);
         }
     }
+}
+
+// The tables named at one level of parentheses.
+StatementTables tablesOf(const std::vector<Node> &nodes)
+{
+    std::vector<SqlToken> tokens;
+    flatten(nodes, tokens);
     return StatementTables::of(tokens);
 }
 
@@ -301,14 +307,12 @@ bool Translator::isColumnOfKind(const Level &level, int k, ColumnKind kind) cons
         qualifier = level.token(k - 2)->name();
     for (auto scope = m_scopes.rbegin(); scope != m_scopes.rend(); ++scope) {
         if (!qualifier.isEmpty()) {
-            const QString table = scope->tableOf(qualifier);
-            if (!table.isEmpty())
-                return columnKind(table, column) == kind;
+            if (const StatementTables::Table *table = scope->table(qualifier))
+                return table->kindOf(column) == kind;
             continue;
         }
-        for (const StatementTables::Table &t : scope->tables)
-            if (const auto found = columnKind(t.name, column))
-                return *found == kind;
+        if (const auto found = scope->columnKindOf({}, column))
+            return *found == kind;
     }
     return false;
 }
@@ -316,7 +320,7 @@ bool Translator::isColumnOfKind(const Level &level, int k, ColumnKind kind) cons
 QString Translator::translate(const std::vector<Node> &nodes) const
 {
     const Level level(nodes);
-    StatementTables tables = tablesOfLevel(level);
+    StatementTables tables = tablesOf(nodes);
     const bool ownScope = !tables.tables.isEmpty();
     if (ownScope)
         m_scopes.push_back(std::move(tables));

@@ -26,9 +26,24 @@ void readTableList(const std::vector<SqlToken> &w, std::size_t from, QVector<Sta
     for (std::size_t i = from; i < w.size(); ++i) {
         const SqlToken &t = w[i];
         if (t.isSymbol(u"(")) {
-            // A subquery or (for INSERT) a column list: not a table of this statement.
+            // For INSERT, a column list: not a table of this statement.
             if (depth == 0 && oneTable && !current.name.isEmpty())
                 break;
+            if (depth == 0 && !oneTable && current.name.isEmpty() && !current.subquery) {
+                // A subquery standing for a table: read on its own, named by what follows.
+                std::size_t close = i + 1;
+                for (int level = 1; close < w.size(); ++close) {
+                    if (w[close].isSymbol(u"("))
+                        ++level;
+                    else if (w[close].isSymbol(u")") && --level == 0)
+                        break;
+                }
+                const std::vector<SqlToken> inner(w.begin() + std::ptrdiff_t(i + 1),
+                                                  w.begin() + std::ptrdiff_t(std::min(close, w.size())));
+                current.subquery = std::make_shared<const StatementTables>(StatementTables::of(inner));
+                i = close;
+                continue;
+            }
             ++depth;
             continue;
         }
@@ -44,7 +59,7 @@ void readTableList(const std::vector<SqlToken> &w, std::size_t from, QVector<Sta
         if (t.isSymbol(u",") || t.isWord(u"JOIN")) {
             if (!current.name.isEmpty())
                 out << current;
-            current = {};
+            current = StatementTables::Table();
             inJoinCondition = false;
             if (oneTable)
                 return;
@@ -165,29 +180,45 @@ StatementTables StatementTables::of(const std::vector<SqlToken> &w)
     return result;
 }
 
-QString StatementTables::tableOf(const QString &aliasOrName) const
+const StatementTables::Table *StatementTables::table(const QString &aliasOrName) const
 {
     for (const Table &t : tables)
         if (t.alias.compare(aliasOrName, Qt::CaseInsensitive) == 0)
-            return t.name;
+            return &t;
     for (const Table &t : tables)
         if (t.name.compare(aliasOrName, Qt::CaseInsensitive) == 0)
-            return t.name;
-    return {};
+            return &t;
+    return nullptr;
+}
+
+QString StatementTables::tableOf(const QString &aliasOrName) const
+{
+    const Table *t = table(aliasOrName);
+    return t ? t->name : QString();
+}
+
+std::optional<ColumnKind> StatementTables::Table::kindOf(const QString &column) const
+{
+    return subquery ? subquery->resultKind(column) : columnKind(name, column);
+}
+
+std::optional<ColumnKind> StatementTables::columnKindOf(const QString &qualifier, const QString &column) const
+{
+    if (!qualifier.isEmpty()) {
+        const Table *t = table(qualifier);
+        return t ? t->kindOf(column) : std::nullopt;
+    }
+    for (const Table &t : tables)
+        if (const auto kind = t.kindOf(column))
+            return kind;
+    return std::nullopt;
 }
 
 std::optional<ColumnKind> StatementTables::resultKind(const QString &resultColumn) const
 {
     const auto same = [](const QString &a, const QString &b) { return a.compare(b, Qt::CaseInsensitive) == 0; };
-    // The column of that name in the table a qualifier names, or in the first of the
-    // statement's tables that has one.
-    const auto kindIn = [&](const QString &qualifier, const QString &column) -> std::optional<ColumnKind> {
-        if (!qualifier.isEmpty())
-            return columnKind(tableOf(qualifier), column);
-        for (const Table &t : tables)
-            if (const auto kind = columnKind(t.name, column))
-                return kind;
-        return std::nullopt;
+    const auto kindIn = [&](const QString &qualifier, const QString &column) {
+        return columnKindOf(qualifier, column);
     };
     for (const Selected &s : selected) {
         const QString shown = s.name.isEmpty() ? s.column : s.name;

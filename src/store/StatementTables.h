@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <QVector>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -18,8 +19,14 @@ struct SqlToken;
 // that a keyword inside a literal or a quoted name never counts.
 struct StatementTables {
     struct Table {
-        QString name;   // as the store compares it: without brackets or quotes
+        QString name;   // as the store compares it: without brackets or quotes; for a
+                        // subquery, the name given to it
         QString alias;  // empty when the statement gives none
+        std::shared_ptr<const StatementTables> subquery;  // FROM (SELECT ...) name
+
+        // The kind of one of its columns, if it is a catalogue table's (or a subquery's
+        // column that comes from one).
+        std::optional<ColumnKind> kindOf(const QString &column) const;
     };
     // One entry of a SELECT's column list: a column of a table ("H.HORHORAS", "FUNCEDULA",
     // "H.*", "*", with or without a name given by AS), or something computed.
@@ -43,6 +50,10 @@ struct StatementTables {
     // The table that the name stands for in this statement: the table of that alias, the
     // table of that name, or empty.
     QString tableOf(const QString &aliasOrName) const;
+    const Table *table(const QString &aliasOrName) const;  // nullptr if none
+    // The kind of a column as the statement names it: in the table a qualifier names, or
+    // with no qualifier in the first of the tables that has such a column.
+    std::optional<ColumnKind> columnKindOf(const QString &qualifier, const QString &column) const;
     // The kind of a result column, when the column it comes from is one of the catalogue's:
     // the name is looked up among the columns the SELECT lists, then among the columns its
     // stars stand for. A computed column has no kind, whatever name it was given.

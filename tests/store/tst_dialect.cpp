@@ -201,6 +201,14 @@ private slots:
              QStringLiteral("SELECT F.FUNAPELLIDOS + F.FUNNOMBRES, (F.FUNNOMBRES) + [FunApellidos] FROM FUNCIONARIOS F"),
              QStringLiteral("SELECT F.FUNAPELLIDOS || F.FUNNOMBRES AS Expr1000, (F.FUNNOMBRES) || FunApellidos AS "
                             "Expr1001 FROM FUNCIONARIOS F"));
+        // A column is known by its table: a count named after a text column still adds, the
+        // columns of a subquery in FROM keep their kinds.
+        same("counts named after text columns add",
+             QStringLiteral("SELECT G.AREID + G.ACTID AS Total FROM (SELECT COUNT(*) AS AREID, COUNT(*) AS ACTID "
+                            "FROM HORAS) G"));
+        both("text columns of a subquery in FROM join",
+             QStringLiteral("SELECT G.FUNNOMBRES + G.FUNAPELLIDOS AS Nombre FROM (SELECT * FROM FUNCIONARIOS) G"),
+             QStringLiteral("SELECT G.FUNNOMBRES || G.FUNAPELLIDOS AS Nombre FROM (SELECT * FROM FUNCIONARIOS) G"));
         both("computed columns of a subquery",
              QStringLiteral("SELECT F.FUNCEDULA FROM FUNCIONARIOS F WHERE EXISTS(SELECT FI.AREID, FI.AREID+'x', "
                             "COUNT(*) FROM FI)"),

@@ -146,6 +146,12 @@ private slots:
         QTest::newRow("date column through an alias's star")
             << "SELECT H.*, F.FUNNOMBRES FROM HORAS H, FUNCIONARIOS F WHERE H.FUNCEDULA = F.FUNCEDULA" << "HorFecha"
             << int(QMetaType::QDate);
+        QTest::newRow("yes/no column through a subquery")
+            << "SELECT G.FunFacturador AS Factura FROM (SELECT F.* FROM FUNCIONARIOS F) G" << "Factura"
+            << int(QMetaType::Bool);
+        QTest::newRow("count through a subquery, named as a yes/no column")
+            << "SELECT N.FunFacturador FROM (SELECT COUNT(*) AS FunFacturador FROM FUNCIONARIOS) N" << "FunFacturador"
+            << int(QMetaType::LongLong);
         QTest::newRow("text column named as a number column")
             << "SELECT FUNCEDULA AS HorHoras FROM FUNCIONARIOS" << "HorHoras" << int(QMetaType::QString);
     }
