@@ -172,11 +172,13 @@ StatementTables StatementTables::of(const std::vector<SqlToken> &w)
         } else if (t.isWord(u"UPDATE") || (t.isWord(u"INTO") && !inSelectList)) {
             tablesRead = true;
             readTableList(w, i + 1, result.tables, true);
-        } else if (inSelectList && result.starAlias.isEmpty() && t.isName() && i + 2 < w.size() &&
-                   w[i + 1].isSymbol(u".") && w[i + 2].isSymbol(u"*")) {
-            result.starAlias = t.name();
         }
     }
+    for (const Selected &s : std::as_const(result.selected))
+        if (s.column == QLatin1String("*") && !s.qualifier.isEmpty()) {
+            result.starAlias = s.qualifier;
+            break;
+        }
     return result;
 }
 
