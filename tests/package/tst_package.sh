@@ -92,6 +92,16 @@ else cat "$work/tempalia.log"; fail "tempalia no mostró la ventana de primer in
 check "el primer inicio no escribió nada" cmp -s "$work/odbc.ini.before" "$ODBCINI"
 check "ni creó la carpeta de datos" test ! -e "$XDG_DATA_HOME/tempalia"
 
+# Without the SQLite driver (only recommended by the package) init refuses and writes nothing.
+mkdir -p "$work/nodriver"
+: >"$work/nodriver/odbcinst.ini"
+if ODBCSYSINI="$work/nodriver" "$root/usr/bin/tempalia-store" init directora clave >"$work/nodriver.log" 2>&1; then
+  fail "init sin el controlador de SQLite no se negó"
+else
+  grep -q "paquete libsqliteodbc" "$work/nodriver.log" || fail "mensaje sin controlador: $(cat "$work/nodriver.log")"
+fi
+check "sin controlador no escribió nada" cmp -s "$work/odbc.ini.before" "$ODBCINI"
+
 if echo "s3creta" | "$root/usr/bin/tempalia-store" init directora >"$work/init.log" 2>&1; then echo "ok: tempalia-store init"
 else cat "$work/init.log"; fail "tempalia-store init"; fi
 check "la base es solo del usuario (600)" test "$(stat -c %a "$store")" = 600
