@@ -137,6 +137,12 @@ FirstStartWindow::FirstStartWindow(Filler fill, QWidget *parent)
     setTabOrder(txtInstrucciones, cmdContinuar);
     setTabOrder(cmdContinuar, cmdCancelar);
 
+    // Without a routine to fill a store only the shared server is on offer.
+    if (!m_fill) {
+        optPersonal->setEnabled(false);
+        optServidor->setChecked(true);
+    }
+
     connect(optPersonal, &QRadioButton::toggled, this, &FirstStartWindow::showChoice);
     connect(cmdContinuar, &QPushButton::clicked, this, &FirstStartWindow::cmdContinuar_Click);
     connect(cmdCancelar, &QPushButton::clicked, this, &FirstStartWindow::reject);

@@ -85,6 +85,7 @@ wait_for_window() {
 }
 SH
 export ROOT="$root" WORK="$work"
+unset QT_QPA_PLATFORM WAYLAND_DISPLAY  # the program must open X11 windows on the virtual screen
 screen() { xvfb-run -a -s "-screen 0 1280x1024x24" bash -c ". '$work/windows.sh'; $1"; }
 
 if screen "wait_for_window 'Quronda - Primer inicio'"; then echo "ok: primer inicio sin RRHHODBC"
