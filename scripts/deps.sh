@@ -1,9 +1,11 @@
 # Sourced by the other scripts: installs the Debian packages the program, its tests and
-# its benchmarks need, when any is missing. Nothing comes from anywhere else.
+# its benchmarks need, when any is missing (the last line: the icon's sizes, the Debian
+# package and its checks). Nothing comes from anywhere else.
 TEMPALIA_PACKAGES="cmake ninja-build g++ pkg-config qt6-base-dev libqt6sql6-odbc unixodbc unixodbc-dev
   libsqliteodbc sqlite3 libsqlite3-dev odbc-postgresql postgresql libpq-dev qt6-charts-dev
   qt6-datavisualization-dev qt6-declarative-dev libxlsxwriter-dev zlib1g-dev libgl-dev xvfb xauth
-  fonts-dejavu-core poppler-utils"
+  fonts-dejavu-core poppler-utils
+  librsvg2-bin dpkg-dev file lintian appstream desktop-file-utils x11-utils"
 
 tempalia_install_deps() {
   local missing=()

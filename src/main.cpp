@@ -1,3 +1,4 @@
+#include "StoreTool.h"
 #include "admin/frmAdministrador.h"
 #include "session/modPrincipal.h"
 #include "workspaces/frmJefeArea.h"
@@ -31,5 +32,6 @@ QWidget *mainWindowFor(qint16 perId)
 int main(int argc, char *argv[])
 {
     modPrincipal::setMainWindowFactory(mainWindowFor);
+    modPrincipal::setStoreFiller(storetool::createWithAdministrator);
     return modPrincipal::run(argc, argv);
 }

@@ -58,4 +58,10 @@ void admin(store::Connection &conn, const QString &login, const QString &passwor
     }
 }
 
+void createWithAdministrator(store::Connection &conn, const QString &login, const QString &password)
+{
+    create(conn);
+    admin(conn, login, password);
+}
+
 }  // namespace storetool

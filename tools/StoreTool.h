@@ -18,5 +18,7 @@ void demo(store::Connection &conn, const QDate &today);
 // The first administrator of an empty store: a staff row, a first area and institute, a
 // contract and the login with its encoded password.
 void admin(store::Connection &conn, const QString &login, const QString &password);
+// What a new store of one's own starts with: the tables, then the first administrator.
+void createWithAdministrator(store::Connection &conn, const QString &login, const QString &password);
 
 }  // namespace storetool

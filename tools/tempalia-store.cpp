@@ -1,5 +1,6 @@
 // tempalia-store: creates the store's tables, demo rows or the first administrator on the
 // data source RRHHODBC (or the one named by --dsn).
+#include "InitCommand.h"
 #include "StoreTool.h"
 
 #include "store/Connection.h"
@@ -15,9 +16,12 @@ namespace {
 int usage()
 {
     std::fputs("Uso: tempalia-store [--dsn ORIGEN] create | demo | admin LOGIN PASSWORD\n"
+               "       tempalia-store [--dsn ORIGEN] init [--file ARCHIVO] LOGIN [PASSWORD]\n"
                "  create   crea las tablas, claves, índices y los cuatro permisos\n"
                "  demo     agrega datos de demostración (logins usuario, jefe, admin, super)\n"
-               "  admin    crea el primer administrador de una base vacía\n",
+               "  admin    crea el primer administrador de una base vacía\n"
+               "  init     crea una base personal (SQLite) con su administrador y registra el\n"
+               "           origen de datos para este usuario; sin PASSWORD lo lee de la entrada\n",
                stderr);
     return 2;
 }
@@ -36,6 +40,10 @@ int main(int argc, char *argv[])
     if (args.isEmpty())
         return usage();
     const QString command = args.first();
+    if (command == QLatin1String("init")) {
+        const int status = storetool::initCommand(dsn, args.mid(1));
+        return status == 2 ? usage() : status;
+    }
     try {
         auto conn = store::Connection::open(QStringLiteral("DSN=") + dsn);
         if (command == QLatin1String("create")) {

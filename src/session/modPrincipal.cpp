@@ -1,7 +1,9 @@
 #include "session/modPrincipal.h"
 
+#include "session/FirstStartWindow.h"
 #include "session/frmLogin.h"
 #include "session/frmPresentacion.h"
+#include "store/DataSources.h"
 #include "store/ErrorReporter.h"
 #include "store/StoreError.h"
 #include "ui/Application.h"
@@ -24,6 +26,21 @@ MainWindowFactory &mainWindowFactory()
 {
     static MainWindowFactory factory;
     return factory;
+}
+
+StoreFiller &storeFiller()
+{
+    static StoreFiller filler;
+    return filler;
+}
+
+// True once RRHHODBC is defined, through the first-start window when it was not.
+bool dataSourceReady()
+{
+    if (store::datasources::defined(QLatin1String(store::datasources::kProgramDataSource)))
+        return true;
+    FirstStartWindow firstStart(storeFiller());
+    return firstStart.exec() == QDialog::Accepted;
 }
 
 constexpr int kNoCurrentRow = 3021;
@@ -62,8 +79,17 @@ void setMainWindowFactory(MainWindowFactory factory)
     mainWindowFactory() = std::move(factory);
 }
 
+void setStoreFiller(StoreFiller filler)
+{
+    storeFiller() = std::move(filler);
+}
+
 void Main()
 {
+    if (!dataSourceReady()) {
+        ui::endProgram();
+        return;
+    }
     auto login = std::make_unique<frmLogin>();
     login->exec();  // returns when the window hides itself
     continueStartUp(std::move(login));

@@ -9,6 +9,10 @@
 class QWidget;
 class frmLogin;
 
+namespace store {
+class Connection;
+}
+
 // The program's entry and its only shared memory: the four session variables.
 namespace modPrincipal {
 
@@ -30,7 +34,14 @@ void ReportarError(const std::exception &error);
 using MainWindowFactory = std::function<QWidget *(qint16 perId)>;
 void setMainWindowFactory(MainWindowFactory factory);
 
-// The start-up: the login window shown modally, then continueStartUp.
+// Fills a new personal store with its tables and its first administrator: the store
+// tool's routine, which lives in a folder that builds on this one, so main() registers it.
+using StoreFiller = std::function<void(store::Connection &, const QString &login, const QString &password)>;
+void setStoreFiller(StoreFiller filler);
+
+// The start-up: when the data source RRHHODBC is not defined, the first-start window
+// (Cancel there ends the program at once); then the login window shown modally, then
+// continueStartUp.
 void Main();
 
 // What Main does once the login window has hidden itself: ends the program at once if the

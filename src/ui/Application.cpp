@@ -2,6 +2,8 @@
 
 #include "ui/Dialogs.h"
 
+#include <QDirIterator>
+#include <QIcon>
 #include <QLocale>
 
 namespace ui {
@@ -10,6 +12,14 @@ Application::Application(int &argc, char **argv) : QApplication(argc, argv)
 {
     QLocale::setDefault(QLocale(QLocale::Spanish, QLocale::Uruguay));
     setApplicationName(QStringLiteral("Quronda"));
+    setDesktopFileName(QStringLiteral("uy.com.novadat.Tempalia"));
+    // The program's icon in every size compiled in (:/icons/<n>x<n>/tempalia.png).
+    QIcon icon;
+    for (QDirIterator it(QStringLiteral(":/icons"), {QStringLiteral("tempalia.png")}, QDir::Files,
+                         QDirIterator::Subdirectories);
+         it.hasNext();)
+        icon.addFile(it.next());
+    setWindowIcon(icon);
 }
 
 void showError(const std::exception &error)

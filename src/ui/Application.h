@@ -7,7 +7,7 @@ namespace ui {
 // The program's application object and its one error boundary: an exception that escapes
 // a handler is caught here and its message shown in a box, and the window that raised it
 // stays open with what the user typed. It also sets the Spanish (Uruguay) locale the masks
-// and dates are written for.
+// and dates are written for, and the program's icon as every window's icon.
 class Application : public QApplication {
     Q_OBJECT
 public:

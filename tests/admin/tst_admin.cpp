@@ -620,6 +620,10 @@ void TstAdmin::aboutTexts()
     QCOMPARE(child<QLabel>(&w, "lblDescription")->text(), QStringLiteral("Quronda para Institutos de enseñanza"));
     QVERIFY(!child<QLabel>(&w, "lblCopyright")->text().isEmpty());
     QCOMPARE(child<QPushButton>(&w, "cmdSysInfo")->text(), QStringLiteral("&System Info..."));
+    // The program's icon, which the application sets for every window.
+    const QPixmap icon = child<QLabel>(&w, "picIcon")->pixmap();
+    QCOMPARE(icon.size(), QSize(32, 32));
+    QCOMPARE(icon.toImage().pixelColor(16, 16).alpha(), 255);
 }
 
 // With no information program on the PATH the registry keys are absent and the button says
