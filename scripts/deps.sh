@@ -3,7 +3,7 @@
 # package and its checks). Nothing comes from anywhere else.
 TEMPALIA_PACKAGES="cmake ninja-build g++ pkg-config qt6-base-dev libqt6sql6-odbc unixodbc unixodbc-dev
   libsqliteodbc sqlite3 libsqlite3-dev odbc-postgresql postgresql libpq-dev qt6-charts-dev
-  qt6-datavisualization-dev qt6-declarative-dev libxlsxwriter-dev zlib1g-dev libgl-dev xvfb xauth
+  qt6-datavisualization-dev qt6-declarative-dev libxlsxwriter-dev libzip-dev libgl-dev xvfb xauth
   fonts-dejavu-core poppler-utils
   librsvg2-bin dpkg-dev file lintian appstream desktop-file-utils x11-utils"
 

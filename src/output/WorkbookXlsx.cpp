@@ -2,7 +2,7 @@
 
 #include <xlsxwriter.h>
 
-#include <zlib.h>
+#include <zip.h>
 
 #include <QDir>
 #include <QFile>
@@ -197,64 +197,56 @@ QString relsOf(const QString &part)
     return part.left(slash + 1) + QStringLiteral("_rels/") + part.mid(slash + 1) + QStringLiteral(".rels");
 }
 
-// The parts of a zip archive, read with zlib. (QuaZip can't be used next to the writer: it
-// carries its own copy of minizip, whose exported functions take the place of those the
-// writer calls.)
+// The parts of a zip archive, read through libzip. (QuaZip can't be used next to the writer:
+// it carries its own copy of minizip, whose exported functions take the place of those the
+// writer calls; libzip has no such clash.) Nothing a file's headers claim is trusted for
+// memory: a part is read in slices and refused once it passes kMaxPartBytes, so a damaged or
+// hostile file costs at most that much, whatever sizes it announces.
 class Archive {
 public:
+    static constexpr qint64 kMaxPartBytes = 64 * 1024 * 1024;
+
     explicit Archive(const QString &path) : m_path(path) {}
+    ~Archive()
+    {
+        if (m_zip)
+            zip_discard(m_zip);
+    }
+    Archive(const Archive &) = delete;
+    Archive &operator=(const Archive &) = delete;
 
     bool open()
     {
-        QFile f(m_path);
-        if (!f.open(QIODevice::ReadOnly))
-            return false;
-        m_data = f.readAll();
-        return readDirectory();
+        int error = 0;
+        m_zip = zip_open(QFile::encodeName(m_path).constData(), ZIP_RDONLY, &error);
+        return m_zip != nullptr;
     }
 
+    // The part's bytes; empty when the archive has no such part or it can't be read whole
+    // (damaged data, a wrong checksum). Throws when the part is larger than a workbook's part
+    // can reasonably be.
     QByteArray read(const QString &name)
     {
-        const auto it = m_entries.constFind(name);
-        if (it == m_entries.constEnd())
+        const zip_int64_t index = zip_name_locate(m_zip, name.toUtf8().constData(), 0);
+        if (index < 0)
             return {};
-        const Entry &e = *it;
-        if (e.localOffset + 30 > quint64(m_data.size()) || u32(e.localOffset) != 0x04034b50)
+        zip_file_t *file = zip_fopen_index(m_zip, zip_uint64_t(index), 0);
+        if (!file)
             return {};
-        const quint64 start = e.localOffset + 30 + u16(e.localOffset + 26) + u16(e.localOffset + 28);
-        if (start + e.compressed > quint64(m_data.size()))
-            return {};
-        const char *src = m_data.constData() + start;
-        if (e.method == 0)
-            return QByteArray(src, qsizetype(e.compressed));
-        if (e.method != 8 || e.size > quint64(std::numeric_limits<qsizetype>::max() / 2))
-            return {};
-        QByteArray out(qsizetype(e.size), Qt::Uninitialized);
-        z_stream z{};
-        if (inflateInit2(&z, -MAX_WBITS) != Z_OK)
-            return {};
-        z.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(src));
-        z.next_out = reinterpret_cast<Bytef *>(out.data());
-        // Fed in slices: the counters of zlib are 32-bit.
-        quint64 inLeft = e.compressed, outLeft = e.size;
-        int rc = Z_OK;
-        while (rc == Z_OK) {
-            if (z.avail_in == 0) {
-                z.avail_in = uInt(std::min<quint64>(inLeft, 1u << 30));
-                inLeft -= z.avail_in;
+        QByteArray out;
+        char slice[64 * 1024];
+        zip_int64_t got = 0;
+        while ((got = zip_fread(file, slice, sizeof slice)) > 0) {
+            if (out.size() + got > kMaxPartBytes) {
+                zip_fclose(file);
+                throw WorkbookError(tooLarge());
             }
-            if (z.avail_out == 0) {
-                z.avail_out = uInt(std::min<quint64>(outLeft, 1u << 30));
-                outLeft -= z.avail_out;
-            }
-            rc = inflate(&z, Z_NO_FLUSH);
-            if (rc == Z_BUF_ERROR && z.avail_in == 0 && inLeft == 0)
-                break;
+            out.append(slice, qsizetype(got));
         }
-        inflateEnd(&z);
-        if (rc != Z_STREAM_END)
-            return {};
-        return out;
+        const bool whole = got == 0 && zip_fclose(file) == 0;
+        if (got < 0)
+            zip_fclose(file);
+        return whole ? out : QByteArray();
     }
 
     // Id -> part, for the relationships of `part`.
@@ -270,77 +262,15 @@ public:
     }
 
 private:
-    struct Entry {
-        int method = 0;
-        quint64 compressed = 0, size = 0, localOffset = 0;
-    };
-
-    quint16 u16(quint64 at) const
+    QString tooLarge() const
     {
-        const auto *p = reinterpret_cast<const uchar *>(m_data.constData()) + at;
-        return quint16(p[0] | (p[1] << 8));
-    }
-    quint32 u32(quint64 at) const { return quint32(u16(at)) | (quint32(u16(at + 2)) << 16); }
-    quint64 u64(quint64 at) const { return quint64(u32(at)) | (quint64(u32(at + 4)) << 32); }
-
-    bool readDirectory()
-    {
-        const quint64 size = quint64(m_data.size());
-        if (size < 22)
-            return false;
-        qint64 eocd = -1;
-        for (qint64 at = qint64(size) - 22; at >= 0 && at >= qint64(size) - 22 - 65535; --at)
-            if (u32(quint64(at)) == 0x06054b50) {
-                eocd = at;
-                break;
-            }
-        if (eocd < 0)
-            return false;
-        quint64 count = u16(quint64(eocd) + 10);
-        quint64 offset = u32(quint64(eocd) + 16);
-        if (eocd >= 20 && u32(quint64(eocd) - 20) == 0x07064b50) {  // zip64
-            const quint64 record = u64(quint64(eocd) - 20 + 8);
-            if (record + 56 > size || u32(record) != 0x06064b50)
-                return false;
-            count = u64(record + 32);
-            offset = u64(record + 48);
-        }
-        quint64 at = offset;
-        for (quint64 i = 0; i < count; ++i) {
-            if (at + 46 > size || u32(at) != 0x02014b50)
-                return false;
-            Entry e;
-            e.method = u16(at + 10);
-            e.compressed = u32(at + 20);
-            e.size = u32(at + 24);
-            e.localOffset = u32(at + 42);
-            const quint64 nameLength = u16(at + 28), extraLength = u16(at + 30), commentLength = u16(at + 32);
-            if (at + 46 + nameLength + extraLength > size)
-                return false;
-            const QString name = QString::fromUtf8(m_data.constData() + at + 46, qsizetype(nameLength));
-            // Sizes and offsets too large for their field stand in the zip64 extra field.
-            for (quint64 x = at + 46 + nameLength, xEnd = x + extraLength; x + 4 <= xEnd;) {
-                const quint16 id = u16(x), length = u16(x + 2);
-                if (id == 0x0001) {
-                    quint64 f = x + 4;
-                    if (e.size == 0xFFFFFFFFu && f + 8 <= x + 4 + length)
-                        e.size = u64(f), f += 8;
-                    if (e.compressed == 0xFFFFFFFFu && f + 8 <= x + 4 + length)
-                        e.compressed = u64(f), f += 8;
-                    if (e.localOffset == 0xFFFFFFFFu && f + 8 <= x + 4 + length)
-                        e.localOffset = u64(f);
-                }
-                x += 4 + length;
-            }
-            m_entries.insert(name, e);
-            at += 46 + nameLength + extraLength + commentLength;
-        }
-        return true;
+        return QStringLiteral("«%1» tiene partes de más de %2 MB: no parece un libro de esta aplicación y no se abrió.")
+            .arg(QDir::toNativeSeparators(m_path))
+            .arg(kMaxPartBytes / (1024 * 1024));
     }
 
     QString m_path;
-    QByteArray m_data;
-    QHash<QString, Entry> m_entries;
+    zip_t *m_zip = nullptr;
 };
 
 // Every start element of a part, in document order.
@@ -669,8 +599,9 @@ Workbook loadXlsx(const QString &path)
             s.type = Sheet::Type::Chart;
             readChartSheet(s, zip, e.part);
         } else {
+            const QByteArray data = zip.read(e.part);
             try {
-                readWorksheet(s, zip.read(e.part), strings, dates);
+                readWorksheet(s, data, strings, dates);
             } catch (const WorkbookError &) {
                 throw WorkbookError(notAWorkbook(path));
             }
