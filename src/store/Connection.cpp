@@ -46,6 +46,12 @@ QHash<QString, std::weak_ptr<Connection>> &sharedConnections()
     return map;
 }
 
+Connection::SessionSetup &sessionSetup()
+{
+    static Connection::SessionSetup setup;
+    return setup;
+}
+
 QString sharingKey(const ConnectSpec &spec)
 {
     return spec.dataSource.toLower() + (spec.readOnly ? QStringLiteral("|ro") : QStringLiteral("|rw"));
@@ -163,6 +169,19 @@ void Connection::prepareSession()
         // Several processes share the file: wait for a writer instead of failing at once.
         q.exec(QStringLiteral("PRAGMA busy_timeout=10000"));
     }
+    q.finish();
+    if (sessionSetup())
+        sessionSetup()(*this);
+}
+
+void Connection::setSessionSetup(SessionSetup setup)
+{
+    sessionSetup() = std::move(setup);
+    if (!sessionSetup())
+        return;
+    for (const auto &weak : std::as_const(sharedConnections()))
+        if (auto conn = weak.lock(); conn && conn->database().isOpen())
+            sessionSetup()(*conn);
 }
 
 QString Connection::translate(const QString &statement) const

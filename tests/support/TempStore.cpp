@@ -1,6 +1,7 @@
 #include "TempStore.h"
 
 #include "StoreTool.h"
+#include "session/Usuario.h"
 #include "store/StoreSetup.h"
 
 #include <QCoreApplication>
@@ -50,6 +51,7 @@ QString pgDsn(const QString &name, const QString &database)
 
 void initTestProcess()
 {
+    Usuario::useCheapHashingForTests();
     ProcessStore &p = process();
     p.dir = std::make_unique<QTemporaryDir>();
     const QString dir = p.dir->path();
