@@ -135,8 +135,9 @@ void removeHistory(Connection &conn)
     conn.executeNative(QStringLiteral("DROP VIEW IF EXISTS HORAS_HISTORIAL_LECTURA"));
     conn.executeNative(QStringLiteral("DROP TABLE IF EXISTS HORAS_HISTORIAL"));
     if (!sqlite)
-        for (const char *f : {"tempalia_hist_fila", "tempalia_hist_horas_bajas", "tempalia_hist_hhoras_altas"})
-            conn.executeNative(QStringLiteral("DROP FUNCTION IF EXISTS %1()").arg(QLatin1String(f)));
+        for (const char *f : {"tempalia_hist_fila()", "tempalia_hist_horas_bajas()", "tempalia_hist_hhoras_altas()",
+                              "tempalia_hist_json(jsonb)"})
+            conn.executeNative(QStringLiteral("DROP FUNCTION IF EXISTS %1").arg(QLatin1String(f)));
 }
 
 static bool widenPasswordColumn(Connection &conn)

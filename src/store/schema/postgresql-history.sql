@@ -12,25 +12,27 @@ CREATE TABLE HORAS_HISTORIAL (HisId SERIAL PRIMARY KEY, HisFecha TIMESTAMP NOT N
 CREATE INDEX IX_HIST_HORID ON HORAS_HISTORIAL (HorId);
 CREATE INDEX IX_HIST_FUN ON HORAS_HISTORIAL (FunCedula, HisFecha);
 CREATE VIEW HORAS_HISTORIAL_LECTURA AS SELECT * FROM HORAS_HISTORIAL;
+-- A row as JSON with the columns' own names in their order (to_jsonb folds them to lower case).
+CREATE FUNCTION tempalia_hist_json(r jsonb) RETURNS text LANGUAGE sql IMMUTABLE AS $$ SELECT json_build_object('HorId', r->'horid', 'FunCedula', r->'funcedula', 'AreId', r->'areid', 'ActId', r->'actid', 'DesId', r->'desid', 'FunInsId', r->'funinsid', 'HorFecha', r->'horfecha', 'HorSemana', r->'horsemana', 'HorValorhora', r->'horvalorhora', 'HorHoras', r->'horhoras', 'HorCategoria', r->'horcategoria', 'TipId', r->'tipid', 'HorMoneda', r->'hormoneda', 'HorHorarioInicial', r->'horhorarioinicial', 'HorHorarioFinal', r->'horhorariofinal')::text $$;
 CREATE FUNCTION tempalia_hist_fila() RETURNS trigger LANGUAGE plpgsql AS $$
 BEGIN
   IF TG_OP = 'UPDATE' THEN
     INSERT INTO HORAS_HISTORIAL (HisTipo, HisTabla, HorId, FunCedula, AreId, HisAntes, HisDespues)
-    VALUES ('Cambio', upper(TG_TABLE_NAME), NEW.HorId, NEW.FunCedula, NEW.AreId, to_jsonb(OLD)::text, to_jsonb(NEW)::text);
+    VALUES ('Cambio', upper(TG_TABLE_NAME), NEW.HorId, NEW.FunCedula, NEW.AreId, tempalia_hist_json(to_jsonb(OLD)), tempalia_hist_json(to_jsonb(NEW)));
     RETURN NEW;
   ELSIF TG_OP = 'INSERT' THEN
     INSERT INTO HORAS_HISTORIAL (HisTipo, HisTabla, HorId, FunCedula, AreId, HisDespues)
-    VALUES ('Alta', upper(TG_TABLE_NAME), NEW.HorId, NEW.FunCedula, NEW.AreId, to_jsonb(NEW)::text);
+    VALUES ('Alta', upper(TG_TABLE_NAME), NEW.HorId, NEW.FunCedula, NEW.AreId, tempalia_hist_json(to_jsonb(NEW)));
     RETURN NEW;
   END IF;
   INSERT INTO HORAS_HISTORIAL (HisTipo, HisTabla, HorId, FunCedula, AreId, HisAntes)
-  VALUES ('Baja', upper(TG_TABLE_NAME), OLD.HorId, OLD.FunCedula, OLD.AreId, to_jsonb(OLD)::text);
+  VALUES ('Baja', upper(TG_TABLE_NAME), OLD.HorId, OLD.FunCedula, OLD.AreId, tempalia_hist_json(to_jsonb(OLD)));
   RETURN OLD;
 END $$;
 CREATE FUNCTION tempalia_hist_horas_bajas() RETURNS trigger LANGUAGE plpgsql AS $$
 BEGIN
   INSERT INTO HORAS_HISTORIAL (HisTipo, HisTabla, HorId, FunCedula, AreId, HisAntes)
-  SELECT 'Baja', 'HORAS', G.HorId, G.FunCedula, G.AreId, to_jsonb(G)::text FROM gone G
+  SELECT 'Baja', 'HORAS', G.HorId, G.FunCedula, G.AreId, tempalia_hist_json(to_jsonb(G)) FROM gone G
   WHERE NOT EXISTS (SELECT 1 FROM HHORAS X WHERE X.HorId = G.HorId) ORDER BY G.HorId;
   INSERT INTO HORAS_HISTORIAL (HisTipo, HisTabla, AreId, HisFilas, HisHasta)
   SELECT 'Archivo', 'HORAS', G.AreId, COUNT(*), MAX(G.HorFecha) FROM gone G
@@ -40,7 +42,7 @@ END $$;
 CREATE FUNCTION tempalia_hist_hhoras_altas() RETURNS trigger LANGUAGE plpgsql AS $$
 BEGIN
   INSERT INTO HORAS_HISTORIAL (HisTipo, HisTabla, HorId, FunCedula, AreId, HisDespues)
-  SELECT 'Alta', 'HHORAS', N.HorId, N.FunCedula, N.AreId, to_jsonb(N)::text FROM came N
+  SELECT 'Alta', 'HHORAS', N.HorId, N.FunCedula, N.AreId, tempalia_hist_json(to_jsonb(N)) FROM came N
   WHERE NOT EXISTS (SELECT 1 FROM HORAS H WHERE H.HorId = N.HorId) ORDER BY N.HorId;
   RETURN NULL;
 END $$;
