@@ -548,7 +548,7 @@ public:
         const QString person = QStringLiteral("10000000");
         const auto funIns = m_engine.scalar(
             QStringLiteral("SELECT MIN(FunInsId) FROM FUNCIONARIOS_INSTITUTOS WHERE FunCedula = '%1'").arg(person));
-        constexpr int saves = 20;
+        constexpr int saves = 100;
         auto saveBatch = [&] {
             store::DataControl adc(QStringLiteral("adcHoras"));
             adc.setRecordSource(QStringLiteral("SELECT * FROM HORAS WHERE HORID=0"));
@@ -611,7 +611,7 @@ public:
         };
         with.clear();
         without.clear();
-        const int runs = std::max(3, m_opt.runs - 2);
+        const int runs = m_opt.runs;
         for (int i = -1; i < runs; ++i) {
             const double off = close();
             restore();
