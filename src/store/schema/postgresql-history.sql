@@ -12,7 +12,6 @@
 -- HisCuenta is the database account.
 CREATE TABLE HORAS_HISTORIAL (HisId SERIAL PRIMARY KEY, HisFecha TIMESTAMP NOT NULL DEFAULT (clock_timestamp() AT TIME ZONE 'UTC'), HisLogin TEXT DEFAULT NULLIF(current_setting('tempalia.login', true), ''), HisCuenta TEXT DEFAULT session_user, HisTipo VARCHAR(10) NOT NULL, HisTabla VARCHAR(10) NOT NULL, HorId INTEGER, FunCedula VARCHAR(12), AreId VARCHAR(4), HisFilas INTEGER, HisHasta DATE, HisAntes TEXT, HisDespues TEXT);
 CREATE INDEX IX_HIST_HORID ON HORAS_HISTORIAL (HorId);
-CREATE INDEX IX_HIST_FUN ON HORAS_HISTORIAL (FunCedula, HisFecha);
 CREATE VIEW HORAS_HISTORIAL_LECTURA AS SELECT * FROM HORAS_HISTORIAL;
 -- A row as JSON with the columns' own names in their order (to_jsonb folds them to lower case).
 CREATE FUNCTION tempalia_hist_json(r jsonb) RETURNS text LANGUAGE sql IMMUTABLE AS $$ SELECT json_build_object('HorId', r->'horid', 'FunCedula', r->'funcedula', 'AreId', r->'areid', 'ActId', r->'actid', 'DesId', r->'desid', 'FunInsId', r->'funinsid', 'HorFecha', r->'horfecha', 'HorSemana', r->'horsemana', 'HorValorhora', r->'horvalorhora', 'HorHoras', r->'horhoras', 'HorCategoria', r->'horcategoria', 'TipId', r->'tipid', 'HorMoneda', r->'hormoneda', 'HorHorarioInicial', r->'horhorarioinicial', 'HorHorarioFinal', r->'horhorariofinal')::text $$;
