@@ -96,7 +96,9 @@ void frmHistorialHoras::load()
         }
     }
     grdHistorial->resizeColumnsToContents();
+    grdHistorial->setColumnWidth(3, 420);  // the detail wraps; its whole text is also the tip
     grdHistorial->horizontalHeader()->setStretchLastSection(true);
+    grdHistorial->resizeRowsToContents();
     lblRegistro->setText(lines.empty()
                              ? QStringLiteral("No hay cambios registrados para el registro de horas %1.").arg(m_horId)
                              : QStringLiteral("Cambios del registro de horas %1, del más antiguo al más reciente:")
