@@ -17,7 +17,9 @@
 #include "store/DataControl.h"
 #include "store/Dialect.h"
 #include "store/Shape.h"
+#include "store/HourHistory.h"
 #include "store/SqlValue.h"
+#include "store/StoreSetup.h"
 #include "store/StoreError.h"
 #include "ui/Dialogs.h"
 
@@ -431,6 +433,29 @@ public:
 #endif
     }
 
+    // The close's copy and delete of `area` up to `cut`, as the chief's tab words them.
+    QStringList closeStatements(const QString &area, const QDate &cut) const
+    {
+        const QString where = QStringLiteral("HORFECHA <= %1 AND AREID=%2").arg(store::sql::date(cut), store::sql::text(area));
+        return {
+            tr(QStringLiteral("INSERT INTO HHORAS (HORID,FUNCEDULA,AREID,ACTID,DESID,FUNINSID,HORFECHA,HORSEMANA,"
+                              "HORVALORHORA,HORHORAS,HORCATEGORIA,TIPID,HORMONEDA,HORHORARIOINICIAL,HORHORARIOFINAL) "
+                              "SELECT * FROM HORAS WHERE ") +
+               where + QStringLiteral(" AND NOT EXISTS( SELECT * FROM HHORAS WHERE HHORAS.HORID=HORAS.HORID)")),
+            tr(QStringLiteral("DELETE * FROM HORAS WHERE ") + where +
+               QStringLiteral(" AND EXISTS( SELECT * FROM HHORAS WHERE HHORAS.HORID=HORAS.HORID)")),
+        };
+    }
+
+    // Puts the rows a close of `area` moved (keys from `firstMoved` on) back in HORAS.
+    void putBackArchived(const QString &area, long firstMoved)
+    {
+        m_engine.exec(QStringLiteral("INSERT INTO HORAS SELECT * FROM HHORAS WHERE AreId='%1' AND HorId >= %2")
+                          .arg(area)
+                          .arg(firstMoved));
+        m_engine.exec(QStringLiteral("DELETE FROM HHORAS WHERE AreId='%1' AND HorId >= %2").arg(area).arg(firstMoved));
+    }
+
     // (4) a month close of the largest area, put back after each run.
     void monthClose()
     {
@@ -452,22 +477,11 @@ public:
         const long moving = count(
             QStringLiteral("SELECT COUNT(*) FROM HORAS WHERE AreId='%1' AND HorFecha <= '%2'").arg(area, cut.toString(Qt::ISODate)));
 
-        const QString where = QStringLiteral("HORFECHA <= %1 AND AREID=%2").arg(store::sql::date(cut), store::sql::text(area));
-        const QStringList statements{
-            tr(QStringLiteral("INSERT INTO HHORAS (HORID,FUNCEDULA,AREID,ACTID,DESID,FUNINSID,HORFECHA,HORSEMANA,"
-                              "HORVALORHORA,HORHORAS,HORCATEGORIA,TIPID,HORMONEDA,HORHORARIOINICIAL,HORHORARIOFINAL) "
-                              "SELECT * FROM HORAS WHERE ") +
-               where + QStringLiteral(" AND NOT EXISTS( SELECT * FROM HHORAS WHERE HHORAS.HORID=HORAS.HORID)")),
-            tr(QStringLiteral("DELETE * FROM HORAS WHERE ") + where +
-               QStringLiteral(" AND EXISTS( SELECT * FROM HHORAS WHERE HHORAS.HORID=HORAS.HORID)")),
-        };
+        const QStringList statements = closeStatements(area, cut);
         // Puts the area's rows back in HORAS and the close back to approved.
         auto restore = [&] {
             m_engine.exec(QStringLiteral("BEGIN"));
-            m_engine.exec(QStringLiteral("INSERT INTO HORAS SELECT * FROM HHORAS WHERE AreId='%1' AND HorId >= %2")
-                              .arg(area)
-                              .arg(firstMoved));
-            m_engine.exec(QStringLiteral("DELETE FROM HHORAS WHERE AreId='%1' AND HorId >= %2").arg(area).arg(firstMoved));
+            putBackArchived(area, firstMoved);
             m_engine.exec(QStringLiteral("UPDATE CIERREMESES SET CieMesCerrado=%1 WHERE CieMesId=%2").arg(f).arg(closeId));
             m_engine.exec(QStringLiteral("COMMIT"));
         };
@@ -509,6 +523,111 @@ public:
 #else
         rows.push_back(unavailable(QStringLiteral("(4) month close")));
 #endif
+    }
+
+    void addHistoryRow(const QString &path, long rowCount, const std::vector<double> &with,
+                       const std::vector<double> &without, double limit, const QString &note)
+    {
+        Row row{path, m_backend, QString::number(rowCount)};
+        row.program = median(with);
+        row.engine = median(without);
+        row.target = ratioTarget(row.program, row.engine, limit);
+        row.note = note;
+        rows.push_back(row);
+    }
+
+    // (9) what the history of the hour records costs: (9a) saves through the data control
+    // as the entry window makes them, (9b) the close's copy and delete; each timed on the
+    // store with its history triggers and, in the same run, alternating, on the same store
+    // with the history removed. Program column: with the history; engine column: without.
+    void historyCost()
+    {
+        store::history::announceLogin(QStringLiteral("bench"));
+        const qlonglong lastLine = count(QStringLiteral("SELECT COALESCE(MAX(HisId), 0) FROM HORAS_HISTORIAL"));
+        const long firstNew = count(QStringLiteral("SELECT MAX(HorId) FROM HORAS")) + 1;
+        const QString person = QStringLiteral("10000000");
+        const auto funIns = m_engine.scalar(
+            QStringLiteral("SELECT MIN(FunInsId) FROM FUNCIONARIOS_INSTITUTOS WHERE FunCedula = '%1'").arg(person));
+        constexpr int saves = 100;
+        auto saveBatch = [&] {
+            store::DataControl adc(QStringLiteral("adcHoras"));
+            adc.setRecordSource(QStringLiteral("SELECT * FROM HORAS WHERE HORID=0"));
+            adc.refresh();
+            const double t = nowMs();
+            for (int i = 0; i < saves; ++i) {
+                adc.addNew();
+                adc.setValue(QStringLiteral("FunCedula"), person);
+                adc.setValue(QStringLiteral("AreId"), QStringLiteral("A02"));
+                adc.setValue(QStringLiteral("ActId"), QStringLiteral("CLA"));
+                adc.setValue(QStringLiteral("DesId"), QStringLiteral("CUR"));
+                adc.setValue(QStringLiteral("FunInsId"), funIns.toLongLong());
+                adc.setValue(QStringLiteral("HorFecha"), QDate::currentDate());
+                adc.setValue(QStringLiteral("HorSemana"), 46);
+                adc.setValue(QStringLiteral("HorValorhora"), 350.0);
+                adc.setValue(QStringLiteral("HorHoras"), 2.5);
+                adc.setValue(QStringLiteral("HorCategoria"), QStringLiteral("A"));
+                adc.setValue(QStringLiteral("TipId"), QStringLiteral("COM"));
+                adc.setValue(QStringLiteral("HorMoneda"), QStringLiteral("Pesos Uruguayos"));
+                adc.move0();
+                adc.update();
+            }
+            return (nowMs() - t) / saves;
+        };
+        std::vector<double> with, without;
+        for (int i = -1; i < m_opt.runs; ++i) {
+            store::setup::removeHistory(m_conn);
+            const double off = saveBatch();
+            store::setup::installHistory(m_conn);
+            saveBatch();  // the triggers' first call on the connection (compiled once per session)
+            const double on = saveBatch();
+            if (i >= 0) {
+                without.push_back(off);
+                with.push_back(on);
+            }
+        }
+        store::setup::removeHistory(m_conn);
+        m_engine.exec(QStringLiteral("DELETE FROM HORAS WHERE HorId >= %1").arg(firstNew));
+        addHistoryRow(QStringLiteral("(9a) hours save, history cost"), saves, with, without, 1.5,
+                      QStringLiteral("ms per save; engine column: same store without the history"));
+
+        const QString area = QLatin1String(bench::kCloseArea);
+        const QDate cut = QDate::currentDate();
+        const long firstMoved = count(QStringLiteral("SELECT MIN(HorId) FROM HORAS"));
+        const long moving = count(QStringLiteral("SELECT COUNT(*) FROM HORAS WHERE AreId='%1' AND HorFecha <= '%2'")
+                                      .arg(area, cut.toString(Qt::ISODate)));
+        const QStringList statements = closeStatements(area, cut);
+        auto close = [&] {
+            const double t = nowMs();
+            m_engine.exec(QStringLiteral("BEGIN"));
+            for (const QString &st : statements)
+                m_engine.exec(st);
+            m_engine.exec(QStringLiteral("COMMIT"));
+            return nowMs() - t;
+        };
+        auto restore = [&] {  // with the history removed, so that it records nothing
+            m_engine.exec(QStringLiteral("BEGIN"));
+            putBackArchived(area, firstMoved);
+            m_engine.exec(QStringLiteral("COMMIT"));
+        };
+        with.clear();
+        without.clear();
+        const int runs = m_opt.runs;
+        for (int i = -1; i < runs; ++i) {
+            const double off = close();
+            restore();
+            store::setup::installHistory(m_conn);
+            const double on = close();
+            store::setup::removeHistory(m_conn);
+            restore();
+            if (i >= 0) {
+                without.push_back(off);
+                with.push_back(on);
+            }
+        }
+        store::setup::installHistory(m_conn);
+        addHistoryRow(QStringLiteral("(9b) month close, history cost"), moving, with, without, 1.2,
+                      QStringLiteral("engine column: same statements without the history"));
+        m_engine.exec(QStringLiteral("DELETE FROM HORAS_HISTORIAL WHERE HisId > %1").arg(lastLine));
     }
 
     // (5) the month export of the report area to a workbook.
@@ -758,6 +877,7 @@ int main(int argc, char *argv[])
             {7, [&] { h.chart(); }},
             {4, [&] { h.monthClose(); }},
             {1, [&] { h.hoursWindow(); }},
+            {9, [&] { h.historyCost(); }},
         };
         for (const Step &s : steps) {
             if (!opt.wants(s.n))

@@ -129,7 +129,7 @@ void demo(store::Connection &conn, const QDate &today)
         for (auto [login, cedula, perfil] : {std::tuple{"usuario", "11111111", 5}, {"jefe", "22222222", 6},
                                              {"admin", "33333333", 7}, {"super", "44444444", 8}})
             run("INSERT INTO USUARIOS (UsuLogin, UsuPassword, FunCedula, PerId) VALUES (?, ?, ?, ?)",
-                {s(login), *Usuario::encode(s(login)), s(cedula), perfil});
+                {s(login), Usuario::hashPassword(s(login)), s(cedula), perfil});
 
         // Hours: five months, the three oldest archived. Each contract gets a few entries a
         // week; teaching activities carry a subject.

@@ -79,7 +79,7 @@ frmMantUsuarios::frmMantUsuarios(QWidget *parent) : MaintenanceWindow(spec(), pa
 void frmMantUsuarios::currentRowChanged(bool onRow)
 {
     // The box never shows what is stored. A new row gets its password (empty or not)
-    // encoded when it is written; a stored row only when something was typed.
+    // hashed when it is written; a stored row only when something was typed.
     txtPassword->clear();
     const bool newRow = dataControl()->isNewRow();
     m_passwordTyped = newRow;
@@ -90,7 +90,6 @@ void frmMantUsuarios::adcUsuarios_WillChangeRecord()
 {
     if (!m_passwordTyped || !dataControl()->hasCurrentRow())
         return;
-    QString typed = txtPassword->text();
-    dataControl()->setValue(QStringLiteral("UsuPassword"), Usuario::CodificarPassword(typed));
-    m_passwordTyped = false;  // encoded once: a second notification before the write changes nothing
+    dataControl()->setValue(QStringLiteral("UsuPassword"), Usuario::hashPassword(txtPassword->text()));
+    m_passwordTyped = false;  // hashed once: a second notification before the write changes nothing
 }

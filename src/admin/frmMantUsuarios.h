@@ -11,10 +11,10 @@ namespace ui {
 class DataCombo;
 }
 
-// The logins (USUARIOS) on the maintenance pattern. The password goes to the store
-// encoded: txtPassword is not bound to UsuPassword; it starts empty on every row and
-// only what the user typed in it is encoded, once, when the row is written. A stored
-// row saved with the box untouched keeps its password.
+// The logins (USUARIOS) on the maintenance pattern. The password goes to the store as an
+// Argon2id hash (Usuario::hashPassword): txtPassword is not bound to UsuPassword; it starts
+// empty on every row and only what the user typed in it is hashed, once, when the row is
+// written. A stored row saved with the box untouched keeps its password.
 class frmMantUsuarios : public admin::MaintenanceWindow {
     Q_OBJECT
 public:

@@ -3,7 +3,9 @@
 #include "session/Usuario.h"
 #include "session/modPrincipal.h"
 #include "store/DataControl.h"
+#include "store/Connection.h"
 #include "store/ErrorReporter.h"
+#include "store/HourHistory.h"
 #include "store/SqlValue.h"
 #include "store/StoreError.h"
 #include "ui/Dialogs.h"
@@ -144,11 +146,11 @@ void frmLogin::cmdOK_Click()
             return;
         }
 
-        // The password counts as typed, blanks and all; the encoder consumes its copy.
-        QString typed = txtPassword->text();
-        const QString encoded = Usuario::CodificarPassword(typed);
+        // The password counts as typed, blanks and all.
+        const QString typed = txtPassword->text();
         const QVariant stored = adcUsuarios->value(QStringLiteral("UsuPassword"));
-        if (stored.isNull() || encoded != stored.toString()) {
+        const Usuario::PasswordCheck check = Usuario::checkPassword(typed, stored);
+        if (check == Usuario::PasswordCheck::Wrong) {
             ui::msgBox(QStringLiteral("Password incorrecta!"), QStringLiteral("Login"), ui::Icon::None,
                        this);
             selectWholeText(txtPassword);
@@ -162,9 +164,27 @@ void frmLogin::cmdOK_Click()
         modPrincipal::gFunCedula = textOf(adcUsuarios->value(QStringLiteral("FunCedula")));
         modPrincipal::gAreId = textOf(adcUsuarios->value(QStringLiteral("AreId")));
         modPrincipal::gPerId = roleOf(adcUsuarios->value(QStringLiteral("PerId")));
+        const QString usuLogin = textOf(adcUsuarios->value(QStringLiteral("UsuLogin")));
+        if (check == Usuario::PasswordCheck::RightOldEncoding)
+            rewriteAsHash(usuLogin, typed, stored.toString());
+        store::history::announceLogin(usuLogin);
         hide();
     } catch (const std::exception &error) {
         modPrincipal::ReportarError(error);
+    }
+}
+
+// A row still in the old encoding becomes a hash of the password just typed. Only if the
+// row still holds what was read (another administrator may have set a new password in the
+// meantime). Should the store refuse, the login goes on and the next one tries again.
+void frmLogin::rewriteAsHash(const QString &usuLogin, const QString &password, const QString &oldEncoding)
+{
+    try {
+        adcUsuarios->connection().executeNative(
+            QStringLiteral("UPDATE USUARIOS SET UsuPassword = ? WHERE UsuLogin = ? AND UsuPassword = ?"),
+            {Usuario::hashPassword(password), usuLogin, oldEncoding});
+    } catch (const std::exception &) {
+        // The old row keeps working; it is rewritten at a later login.
     }
 }
 

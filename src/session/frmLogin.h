@@ -27,6 +27,7 @@ public slots:
 private:
     void cmdOK_Click();
     static void selectWholeText(QLineEdit *edit);
+    void rewriteAsHash(const QString &usuLogin, const QString &password, const QString &oldEncoding);
 
     QLabel *lblLogin;
     QLineEdit *txtLogin;

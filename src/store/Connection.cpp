@@ -48,6 +48,12 @@ QHash<QString, std::weak_ptr<Connection>> &sharedConnections()
     return map;
 }
 
+Connection::SessionSetup &sessionSetup()
+{
+    static Connection::SessionSetup setup;
+    return setup;
+}
+
 QString sharingKey(const ConnectSpec &spec)
 {
     return spec.dataSource.toLower() + (spec.readOnly ? QStringLiteral("|ro") : QStringLiteral("|rw"));
@@ -185,6 +191,19 @@ void Connection::prepareSession()
         q.exec(m_backend == Backend::SQLite ? QStringLiteral("PRAGMA query_only=ON")
                                             : QStringLiteral("SET SESSION CHARACTERISTICS AS TRANSACTION READ ONLY"));
     }
+    q.finish();
+    if (sessionSetup())
+        sessionSetup()(*this);
+}
+
+void Connection::setSessionSetup(SessionSetup setup)
+{
+    sessionSetup() = std::move(setup);
+    if (!sessionSetup())
+        return;
+    for (const auto &weak : std::as_const(sharedConnections()))
+        if (auto conn = weak.lock(); conn && conn->database().isOpen())
+            sessionSetup()(*conn);
 }
 
 QString Connection::translate(const QString &statement) const

@@ -8,6 +8,7 @@
 #include <QSqlQuery>
 #include <QString>
 #include <QVariantList>
+#include <functional>
 #include <memory>
 
 namespace store {
@@ -38,6 +39,12 @@ public:
     static std::shared_ptr<Connection> shared(const QString &connectString = QLatin1String(kDefaultConnectString));
     // A connection of its own, closed when the last reference goes (the month close).
     static std::shared_ptr<Connection> open(const QString &connectString = QLatin1String(kDefaultConnectString));
+
+    // What the program tells the store on each connection right after it opens or reopens
+    // (who is logged in, see store/ProgramLogin.h). Setting it runs it at once on the shared
+    // connections already open. It must not throw.
+    using SessionSetup = std::function<void(Connection &)>;
+    static void setSessionSetup(SessionSetup setup);
 
     Backend backend() const { return m_backend; }
     const ConnectSpec &spec() const { return m_spec; }

@@ -49,7 +49,7 @@ const std::vector<TableDef> &tableDefs()
           {"FunInsHorarioEntrada", K::Time, 0}, {"FunInsHorarioSalida", K::Time, 0},
           {"FunInsInicio", K::Date, 0}, {"FunInsFinal", K::Date, 0}, {"FunInsFinContrato", K::YesNo, 0}}},
         {"USUARIOS", {"UsuLogin"}, false,
-         {{"UsuLogin", K::Text, 12}, {"UsuPassword", K::Text, 12}, {"FunCedula", K::Text, 12},
+         {{"UsuLogin", K::Text, 12}, {"UsuPassword", K::Text, 128}, {"FunCedula", K::Text, 12},
           {"PerId", K::Integer, 0}}},
         {"HORAS", {"HorId"}, true,
          {{"HorId", K::Integer, 0}, {"FunCedula", K::Text, 12}, {"AreId", K::Text, 4}, {"ActId", K::Text, 4},

@@ -61,6 +61,7 @@ const ButtonDef kButtons[] = {
     {"ordenar_asc", "Ascendente", "Orden ascendente por fecha"},
     {"ordenar_des", "Descendete", "Orden descendente por fecha"},
     {"cambio", "Cambio", ""},
+    {"historial", "Historial", "Historial de cambios del registro de horas seleccionado"},
     {"ayuda", "Ayuda", "Ayuda"},
     {"salir", "Salir", ""},
 };

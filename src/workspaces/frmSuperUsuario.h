@@ -4,7 +4,8 @@
 
 // "Menú Principal" of the super user: the lists of any staff member of any area, read
 // only (no key writes hours), the printing menu (the person, the area, everything) and the
-// statistics menu over the whole archive.
+// statistics menu over the whole archive, and the key `historial`, which opens the history
+// of the hour record selected in the list on screen.
 class frmSuperUsuario : public StaffWorkspace {
     Q_OBJECT
 public:
@@ -15,7 +16,11 @@ public:
 
 protected:
     QString staffStatement() const override;
+    void buttonClicked(const QString &key) override;
     void menuEntryChosen(const QString &button, const QString &entry) override;
     // A click in the current list changes nothing here.
     void currentGridClicked() override {}
+
+private:
+    void showHistory();
 };

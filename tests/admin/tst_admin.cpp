@@ -548,7 +548,7 @@ void TstAdmin::groupSubjects()
     QCOMPARE(dialogs().last().text, QStringLiteral("Guarde primero el registro nuevo."));
 }
 
-// A user made with cmdNuevo goes to the store with the encoded password and can log in.
+// A user made with cmdNuevo goes to the store with the password hashed and can log in.
 void TstAdmin::newUserCanLogIn()
 {
     {
@@ -564,7 +564,9 @@ void TstAdmin::newUserCanLogIn()
         QCOMPARE(dialogs().count(), 0);
         const auto rs = store().select(QStringLiteral("SELECT * FROM USUARIOS WHERE USULOGIN='lucia'"));
         QCOMPARE(int(rs.rows.size()), 1);
-        QCOMPARE(rs.value(0, QStringLiteral("UsuPassword")).toString(), *Usuario::encode(QStringLiteral("clave12Larga")));
+        const QString stored = rs.value(0, QStringLiteral("UsuPassword")).toString();
+        QVERIFY(Usuario::isPasswordHash(stored));
+        QCOMPARE(Usuario::checkPassword(QStringLiteral("clave12Larga"), stored), Usuario::PasswordCheck::Right);
         QCOMPARE(rs.value(0, QStringLiteral("FunCedula")).toString(), QStringLiteral("55555555"));
         QCOMPARE(rs.value(0, QStringLiteral("PerId")).toInt(), 5);
         QCOMPARE(w.grid()->rowCount(), 5);
@@ -581,7 +583,7 @@ void TstAdmin::newUserCanLogIn()
 }
 
 // Saving a stored user with the password box untouched keeps the password; a typed one
-// is encoded once, also when the first write is refused.
+// is hashed once, also when the first write is refused.
 void TstAdmin::storedUserKeepsPassword()
 {
     frmMantUsuarios w;
@@ -594,20 +596,22 @@ void TstAdmin::storedUserKeepsPassword()
     QCOMPARE(box->text(), QString());
     QVERIFY(!box->toolTip().isEmpty());
     QVERIFY(child<ui::DataCombo>(&w, "dtcPermisos")->chooseText(QStringLiteral("Súper usuario")));
+    const QString before = password(QStringLiteral("jefe"));
     click(&w, "cmdGuardar");
     QCOMPARE(store().scalar(QStringLiteral("SELECT PerId FROM USUARIOS WHERE UsuLogin = 'jefe'")).toInt(), 8);
-    QCOMPARE(password(QStringLiteral("jefe")), *Usuario::encode(QStringLiteral("jefe")));
+    QCOMPARE(password(QStringLiteral("jefe")), before);
 
     w.grid()->clickRow(gridRowOf(w.grid(), 1, QStringLiteral("jefe")));
     type(&w, "txtPassword", QStringLiteral("nueva"));
     type(&w, "txtLogin", QStringLiteral("admin"));  // taken: refused
     click(&w, "cmdGuardar");
     QCOMPARE(dialogs().count(), 1);
-    QCOMPARE(password(QStringLiteral("jefe")), *Usuario::encode(QStringLiteral("jefe")));
+    QCOMPARE(password(QStringLiteral("jefe")), before);
     type(&w, "txtLogin", QStringLiteral("jefa"));
     click(&w, "cmdGuardar");
     QCOMPARE(dialogs().count(), 1);
-    QCOMPARE(password(QStringLiteral("jefa")), *Usuario::encode(QStringLiteral("nueva")));
+    QCOMPARE(Usuario::checkPassword(QStringLiteral("nueva"), password(QStringLiteral("jefa"))),
+             Usuario::PasswordCheck::Right);
 }
 
 void TstAdmin::aboutTexts()

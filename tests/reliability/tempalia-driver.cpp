@@ -32,6 +32,7 @@
 #include "session/frmLogin.h"
 #include "session/modPrincipal.h"
 #include "store/DataControl.h"
+#include "store/HourHistory.h"
 #include "store/StoreError.h"
 #include "ui/Application.h"
 #include "ui/DataGrid.h"
@@ -107,9 +108,12 @@ void type(QLineEdit *edit, const QString &text)
     QTest::keyClicks(edit, text);
 }
 
+// The session as a login would leave it; the store learns the login "d" + cedula, so
+// that the history of each process's changes can be told apart.
 void login(const QString &cedula, const QString &area, qint16 perId)
 {
-    modPrincipal::gUsuLogin = QStringLiteral("driver");
+    modPrincipal::gUsuLogin = QStringLiteral("d") + cedula;
+    store::history::announceLogin(modPrincipal::gUsuLogin);
     modPrincipal::gFunCedula = cedula;
     modPrincipal::gAreId = area;
     modPrincipal::gPerId = perId;

@@ -10,6 +10,29 @@
 
 using namespace reliability;
 
+namespace {
+
+// Every entry a process reported has exactly one 'Alta' line in the history, stamped with
+// the login of the process that stored it ("d" + the person's cedula): an empty text, or
+// what is wrong.
+QString historyOfEntries(tests::TempStore &store, const QList<Entry> &entries)
+{
+    QStringList problems;
+    for (const Entry &e : entries) {
+        const auto rs = store.selectNative(QStringLiteral("SELECT HisLogin FROM HORAS_HISTORIAL WHERE HorId = ? AND "
+                                                          "HisTipo = 'Alta' AND HisTabla = 'HORAS'"),
+                                           {e.horId});
+        if (rs.rows.size() != 1 || rs.rows.front().value(0).toString() != QLatin1String("d") + e.cedula)
+            problems << QStringLiteral("HorId %1: %2 'Alta' lines, login %3")
+                            .arg(e.horId)
+                            .arg(rs.rows.size())
+                            .arg(rs.rows.empty() ? QString() : rs.rows.front().value(0).toString());
+    }
+    return problems.mid(0, 5).join(QLatin1Char('\n'));
+}
+
+}  // namespace
+
 class TestConcurrency : public QObject {
     Q_OBJECT
 private slots:
@@ -61,6 +84,8 @@ void TestConcurrency::concurrentEntry()
     const QString problems = checkEntries(*m_store, all, cedulas);
     QVERIFY2(problems.isEmpty(), qPrintable(problems));
     QCOMPARE(m_store->count(QStringLiteral("HORAS"), QStringLiteral("FunCedula LIKE '91%'")), n * perProcess);
+    const QString history = historyOfEntries(*m_store, all);
+    QVERIFY2(history.isEmpty(), qPrintable(history));
 }
 
 // While four users enter hours of the area, its chief closes it: each row ends in exactly
@@ -84,6 +109,7 @@ void TestConcurrency::entryDuringClose()
     const qlonglong closeId = m_store->scalar(QStringLiteral("SELECT MAX(CieMesId) FROM CIERREMESES")).toLongLong();
     const int demoDocBefore = m_store->count(QStringLiteral("HORAS"), QStringLiteral("AreId='DOC'"));
     QVERIFY(demoDocBefore > 0);
+    const int archivedBefore = m_store->count(QStringLiteral("HHORAS"), QStringLiteral("AreId='DOC'"));
 
     std::vector<std::unique_ptr<Driver>> drivers;
     for (int p = 0; p < n; ++p)
@@ -122,6 +148,18 @@ void TestConcurrency::entryDuringClose()
              true);
     if (stillRunning == 0)
         qWarning("every user had finished before the close ended: the run did not overlap");
+
+    // The history: each entry's 'Alta' with its process's login, and the close as one line
+    // with the chief's login and the rows it moved.
+    const QString history = historyOfEntries(*m_store, all);
+    QVERIFY2(history.isEmpty(), qPrintable(history));
+    const auto closeLines = m_store->selectNative(QStringLiteral(
+        "SELECT HisLogin, AreId, HisFilas FROM HORAS_HISTORIAL WHERE HisTipo = 'Archivo' AND HisLogin IS NOT NULL"));
+    QCOMPARE(int(closeLines.rows.size()), 1);
+    QCOMPARE(closeLines.rows.front().value(0).toString(), QStringLiteral("d22222222"));
+    QCOMPARE(closeLines.rows.front().value(1).toString(), QStringLiteral("DOC"));
+    QCOMPARE(closeLines.rows.front().value(2).toInt(),
+             m_store->count(QStringLiteral("HHORAS"), QStringLiteral("AreId='DOC'")) - archivedBefore);
 }
 
 // Two users change the same entry: the one who saves first wins, the second gets the
@@ -150,6 +188,13 @@ void TestConcurrency::conflictingEdits()
     QCOMPARE(second.linesStarting(QStringLiteral("WINDOW")), QStringList{QStringLiteral("WINDOW open 9,25")});
     QCOMPARE(m_store->scalar(QStringLiteral("SELECT HorHoras FROM HORAS WHERE HorId = ?"), {horId}).toDouble(), 7.5);
     QCOMPARE(m_store->count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"), {horId}), 1);
+    // One change in the history, the one that was stored, with its editor's login.
+    const auto changes = m_store->selectNative(
+        QStringLiteral("SELECT HisLogin, HisDespues FROM HORAS_HISTORIAL WHERE HorId = ? AND HisTipo = 'Cambio'"), {horId});
+    QCOMPARE(int(changes.rows.size()), 1);
+    QCOMPARE(changes.rows.front().value(0).toString(), QStringLiteral("d11111111"));
+    QVERIFY2(changes.rows.front().value(1).toString().contains(QLatin1String("7.5")),
+             qPrintable(changes.rows.front().value(1).toString()));
 }
 
 // Two administrators save a new area under the same key at the same moment: one wins, the

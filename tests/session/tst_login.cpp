@@ -103,6 +103,9 @@ private slots:
     void cancel();
     void passwordEcho();
     void storeRefuses();
+    void oldEncodingRewrittenAtLogin_data();
+    void oldEncodingRewrittenAtLogin();
+    void hashesAreSalted();
     void encoder_data();
     void encoder();
     void reportarError_data();
@@ -157,14 +160,24 @@ void TestLogin::login_data()
         << QStringList{noUser.arg("vacio", "''", "11111111", "5")} << "vacio" << "" << none << true << "11111111"
         << "DOC" << 5 << "";
 
-    // A character the encoder cannot take: its error is reported, then the empty result
-    // is compared like any other.
+    // A row in the old encoding: a character the encoder cannot take has its error
+    // reported, then the empty result is compared like any other. Against a hash, the same
+    // text is just a wrong password.
     const QString encoderError = QStringLiteral("La contraseña tiene un carácter que no se puede codificar.");
-    QTest::newRow("code 255 in the password")
-        << none << "usuario" << QStringLiteral("usuari\u00ff") << QStringList{encoderError, kWrongPassword} << false
-        << "" << "" << 0 << "txtPassword";
-    QTest::newRow("character outside the single-byte set")
-        << none << "usuario" << QStringLiteral("usuari\u20ac") << QStringList{encoderError, kWrongPassword}
+    const QString oldRow = noUser.arg("viejo", "'vtvbsjp'", "11111111", "5");
+    QTest::newRow("code 255 in the password, old row")
+        << QStringList{oldRow} << "viejo" << QStringLiteral("usuari\u00ff") << QStringList{encoderError, kWrongPassword}
+        << false << "" << "" << 0 << "txtPassword";
+    QTest::newRow("character outside the single-byte set, old row")
+        << QStringList{oldRow} << "viejo" << QStringLiteral("usuari\u20ac") << QStringList{encoderError, kWrongPassword}
+        << false << "" << "" << 0 << "txtPassword";
+    QTest::newRow("code 255 in the password, hashed row")
+        << none << "usuario" << QStringLiteral("usuari\u00ff") << QStringList{kWrongPassword} << false << "" << ""
+        << 0 << "txtPassword";
+    QTest::newRow("the stored hash typed as the password")
+        << QStringList{QStringLiteral("UPDATE USUARIOS SET UsuPassword = '%1' WHERE UsuLogin = 'usuario'")
+                           .arg(Usuario::hashPassword(QStringLiteral("usuario")))}
+        << "usuario" << Usuario::hashPassword(QStringLiteral("usuario")).left(12) << QStringList{kWrongPassword}
         << false << "" << "" << 0 << "txtPassword";
     QTest::newRow("code 255 against an empty stored password")
         << QStringList{noUser.arg("vacio", "''", "11111111", "5")} << "vacio" << QStringLiteral("\u00ff")
@@ -377,6 +390,85 @@ void TestLogin::storeRefuses()
         QVERIFY(w.w->isVisible());
     }
     store::setErrorReporter({});
+}
+
+// A row in the old encoding logs in once with its password and is rewritten as a hash
+// at that moment; the same password logs in afterwards, and the old encoded text (which
+// anyone who reads the store could type) no longer opens anything. A wrong password or a
+// match that came only from the encoder's failure leaves the row as it was.
+void TestLogin::oldEncodingRewrittenAtLogin_data()
+{
+    QTest::addColumn<QString>("stored");
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<bool>("rewritten");
+    QTest::newRow("right password") << "vtvbsjp" << "usuario" << true;
+    QTest::newRow("Latin-1 password") << QStringLiteral("\u00f2j\u00f0p") << QStringLiteral("\u00f1i\u00efo") << true;
+    QTest::newRow("empty password") << "" << "" << true;
+    QTest::newRow("wrong password") << "vtvbsjp" << "usuarix" << false;
+    QTest::newRow("encoder failure against an empty row") << "" << QStringLiteral("\u00ff") << false;
+}
+
+void TestLogin::oldEncodingRewrittenAtLogin()
+{
+    QFETCH(QString, stored);
+    QFETCH(QString, typed);
+    QFETCH(bool, rewritten);
+
+    tests::TempStore store;
+    store.execNative(QStringLiteral("INSERT INTO USUARIOS (UsuLogin, UsuPassword, FunCedula, PerId) VALUES "
+                                    "('viejo', ?, '11111111', 5)"),
+                     {stored});
+    const auto storedNow = [&] {
+        return store.scalar(QStringLiteral("SELECT UsuPassword FROM USUARIOS WHERE UsuLogin = 'viejo'")).toString();
+    };
+    ScriptedDialogs dialogs;
+    ScriptedDialogs::Install installed(dialogs);
+    {
+        LoginWindow w;
+        w.attempt(QStringLiteral("viejo"), typed);
+    }
+    if (!rewritten) {
+        QCOMPARE(storedNow(), stored);
+        return;
+    }
+    QCOMPARE(dialogs.count(), 0);
+    const QString hash = storedNow();
+    QVERIFY2(Usuario::isPasswordHash(hash), qPrintable(hash));
+    QCOMPARE(Usuario::checkPassword(typed, hash), Usuario::PasswordCheck::Right);
+
+    // The same password again: through the hash; the row stays as it is.
+    {
+        LoginWindow w;
+        w.attempt(QStringLiteral("viejo"), typed);
+        QVERIFY(w.w->LoginSucceeded);
+    }
+    QCOMPARE(dialogs.count(), 0);
+    QCOMPARE(storedNow(), hash);
+
+    // The old stored text, typed as a password, is refused.
+    if (!stored.isEmpty()) {
+        LoginWindow w;
+        w.attempt(QStringLiteral("viejo"), stored);
+        QVERIFY(!w.w->LoginSucceeded);
+        QCOMPARE(dialogs.texts(), QStringList{kWrongPassword});
+    }
+}
+
+// Equal passwords give different stored texts (a salt per hash), each of which verifies
+// only the password it was made from.
+void TestLogin::hashesAreSalted()
+{
+    const QString a = Usuario::hashPassword(QStringLiteral("clave"));
+    const QString b = Usuario::hashPassword(QStringLiteral("clave"));
+    QVERIFY(a != b);
+    QVERIFY(a.startsWith(QLatin1String("$argon2id$")));
+    QVERIFY(a.size() <= 128);
+    for (const QString &hash : {a, b}) {
+        QCOMPARE(Usuario::checkPassword(QStringLiteral("clave"), hash), Usuario::PasswordCheck::Right);
+        QCOMPARE(Usuario::checkPassword(QStringLiteral("Clave"), hash), Usuario::PasswordCheck::Wrong);
+        QCOMPARE(Usuario::checkPassword(QStringLiteral("clave "), hash), Usuario::PasswordCheck::Wrong);
+    }
+    QCOMPARE(Usuario::checkPassword(QStringLiteral("clave"), QVariant()), Usuario::PasswordCheck::Wrong);
 }
 
 // The encoder as the windows call it: each character moves one up the single-byte set, in

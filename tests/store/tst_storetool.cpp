@@ -73,12 +73,13 @@ void TestStoreTool::demoFillsEveryWindow()
         closed |= c;
     }
     QVERIFY(requested && denied && approved && closed);
-    // Each demo login's password is the login itself, through the encoder.
+    // Each demo login's password is the login itself, stored as a hash.
     for (const QString &login : {QStringLiteral("usuario"), QStringLiteral("jefe"), QStringLiteral("admin"),
                                 QStringLiteral("super")}) {
-        QCOMPARE(store.scalar(QStringLiteral("SELECT UsuPassword FROM USUARIOS WHERE UsuLogin = ?"), {login})
-                     .toString(),
-                 *Usuario::encode(login));
+        const QVariant stored =
+            store.scalar(QStringLiteral("SELECT UsuPassword FROM USUARIOS WHERE UsuLogin = ?"), {login});
+        QVERIFY(Usuario::isPasswordHash(stored.toString()));
+        QCOMPARE(Usuario::checkPassword(login, stored), Usuario::PasswordCheck::Right);
     }
 }
 
@@ -90,7 +91,8 @@ void TestStoreTool::firstAdministrator()
         "SELECT * FROM USUARIOS U, FUNCIONARIOS_INSTITUTOS FI WHERE U.FUNCEDULA=FI.FUNCEDULA AND U.USULOGIN='root'"));
     QCOMPARE(int(login.rows.size()), 1);
     QCOMPARE(login.value(0, QStringLiteral("PerId")).toInt(), 7);
-    QCOMPARE(login.value(0, QStringLiteral("UsuPassword")).toString(), QStringLiteral("t4dsfup"));
+    QCOMPARE(Usuario::checkPassword(QStringLiteral("s3creto"), login.value(0, QStringLiteral("UsuPassword"))),
+             Usuario::PasswordCheck::Right);
     // A second administrator with the same login is refused, nothing half-made stays.
     const int staff = store.count(QStringLiteral("FUNCIONARIOS"));
     QVERIFY_THROWS_EXCEPTION(store::StoreError,

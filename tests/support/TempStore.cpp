@@ -1,6 +1,7 @@
 #include "TempStore.h"
 
 #include "StoreTool.h"
+#include "session/Usuario.h"
 #include "store/StoreSetup.h"
 
 #include <QCoreApplication>
@@ -37,19 +38,21 @@ void writeFile(const QString &path, const QString &text)
     f.write(text.toUtf8());
 }
 
-QString pgDsn(const QString &name, const QString &database)
+QString pgDsn(const QString &name, const QString &database, const QString &user = {}, const QString &password = {})
 {
     return QStringLiteral("[%1]\nDriver=PostgreSQL Unicode\nServername=%2\nPort=%3\nDatabase=%4\nUsername=%5\n"
                           "Password=%6\nBoolsAsChar=0\nUseDeclareFetch=1\nFetch=100\nTextAsLongVarchar=0\n"
                           "UnknownsAsLongVarchar=0\nMaxVarcharSize=4000\n\n")
         .arg(name, env("TEMPALIA_PG_HOST"), env("TEMPALIA_PG_PORT").isEmpty() ? QStringLiteral("5432") : env("TEMPALIA_PG_PORT"),
-             database, env("TEMPALIA_PG_USER"), env("TEMPALIA_PG_PASSWORD"));
+             database, user.isEmpty() ? env("TEMPALIA_PG_USER") : user,
+             user.isEmpty() ? env("TEMPALIA_PG_PASSWORD") : password);
 }
 
 }  // namespace
 
 void initTestProcess()
 {
+    Usuario::useCheapHashingForTests();
     ProcessStore &p = process();
     p.dir = std::make_unique<QTemporaryDir>();
     const QString dir = p.dir->path();
@@ -89,6 +92,15 @@ void finishTestProcess()
         }
     }
     p.dir.reset();
+}
+
+void addPostgresDataSource(const QString &name, const QString &user, const QString &password)
+{
+    ProcessStore &p = process();
+    QFile f(p.dir->path() + QStringLiteral("/odbc.ini"));
+    if (!f.open(QIODevice::Append))
+        qFatal("cannot append to odbc.ini");
+    f.write(pgDsn(name, p.pgDatabase, user, password).toUtf8());
 }
 
 store::Backend testBackend()

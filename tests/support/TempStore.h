@@ -18,7 +18,10 @@ namespace tests {
 void initTestProcess();
 void finishTestProcess();
 store::Backend testBackend();
-QString testOdbcDir();  // the folder holding odbc.ini / odbcinst.ini (for child processes)
+QString testOdbcDir();
+// PostgreSQL runs only: one more data source on the process's database, logging in as
+// `user` (to try what a role may do).
+void addPostgresDataSource(const QString &name, const QString &user, const QString &password);  // the folder holding odbc.ini / odbcinst.ini (for child processes)
 
 // A fresh store for one test function: every table dropped and created again, with the
 // demo rows unless asked otherwise. Checks go through a connection of the fixture's own.

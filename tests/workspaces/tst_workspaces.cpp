@@ -15,6 +15,10 @@
 #include "ui/StatusPanels.h"
 #include "workspaces/frmJefeArea.h"
 #include "workspaces/frmSuperUsuario.h"
+#include "store/Connection.h"
+#include "store/HourHistory.h"
+
+#include <QTableWidget>
 #include "workspaces/frmUsuarioComun.h"
 
 #include <QApplication>
@@ -182,6 +186,7 @@ private slots:
     void cambioOnEmptyStaffList();
     void chiefPrintMenuRerunsLists();
     void superUserReadsOnly();
+    void superUserOpensHistory();
 
     void roleTabsComposed_data();
     void roleTabsComposed();
@@ -256,8 +261,8 @@ void TestWorkspaces::skeleton_data()
                                          "cambio", "ayuda", "salir"}
                           << seven << QStringList{"funcionario", "area"} << QStringLiteral("2,00");
     QTest::newRow("super") << 8
-                           << QStringList{"imprimir", "estadisticas", "ordenar_asc", "ordenar_des", "cambio", "ayuda",
-                                          "salir"}
+                           << QStringList{"imprimir", "estadisticas", "ordenar_asc", "ordenar_des", "cambio",
+                                          "historial", "ayuda", "salir"}
                            << seven << QStringList{"funcionario", "area", "todo"} << QStringLiteral("2,00");
 }
 
@@ -730,6 +735,14 @@ void TestWorkspaces::cambioOnEmptyStaffList()
 }
 
 // A window of the program, shown on screen, by its name.
+static QWidget *findTopLevel(const QString &name)
+{
+    for (QWidget *w : QApplication::topLevelWidgets())
+        if (w->objectName() == name && w->isVisible())
+            return w;
+    return nullptr;
+}
+
 static bool openWindow(const QString &name)
 {
     for (QWidget *w : QApplication::topLevelWidgets())
@@ -765,7 +778,7 @@ void TestWorkspaces::superUserReadsOnly()
     QCOMPARE(s.staff->rowCount(), store.count(QStringLiteral("FUNCIONARIOS_INSTITUTOS")));
     // A click in the current list changes no button; there is none to change.
     s.mes->clickRow(1);
-    QCOMPARE(s.bar->keys().size(), 7);
+    QCOMPARE(s.bar->keys().size(), 8);
     QCOMPARE(s.bar->menuKeys(QStringLiteral("estadisticas")),
              (QStringList{"actividades", "areas", "destinos", "tipos"}));
     auto *su = static_cast<frmSuperUsuario *>(s.w.get());
@@ -776,6 +789,51 @@ void TestWorkspaces::superUserReadsOnly()
     QVERIFY(su->consulta.contains(QLatin1String("H.TIPID=T.TIPID } AS ChildCommand")));
     QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("imprimir"), QStringLiteral("todo")));
     QVERIFY(openWindow(QStringLiteral("dtrReporteMesActualGeneral")));
+}
+
+// `historial` opens the history of the current row of the list on screen: who changed it
+// and what, as the store recorded it; with no row, a message.
+void TestWorkspaces::superUserOpensHistory()
+{
+    tests::TempStore store;
+    Screen s(8);
+    const qlonglong current = s.adcMes->value(QStringLiteral("HorId")).toLongLong();
+    QVERIFY(current > 0);
+    store::history::announceLogin(QStringLiteral("jefe"));
+    store::Connection::shared()->executeNative(QStringLiteral("UPDATE HORAS SET HorHoras = 9 WHERE HorId = ?"), {current});
+    store::history::announceLogin(QString());
+
+    QVERIFY(s.bar->trigger(QStringLiteral("historial")));
+    auto *window = qobject_cast<QWidget *>(
+        findTopLevel(QStringLiteral("frmHistorialHoras_%1").arg(current)));
+    QVERIFY(window && window->isVisible());
+    auto *grid = window->findChild<QTableWidget *>(QStringLiteral("grdHistorial"));
+    QCOMPARE(grid->rowCount(), 2);
+    QCOMPARE(grid->item(0, 2)->text(), QStringLiteral("Alta"));
+    QCOMPARE(grid->item(1, 1)->text(), QStringLiteral("jefe"));
+    QCOMPARE(grid->item(1, 2)->text(), QStringLiteral("Cambio"));
+    QVERIFY2(grid->item(1, 3)->text().startsWith(QLatin1String("HorHoras: ")) &&
+                 grid->item(1, 3)->text().endsWith(QStringLiteral(" → 9")),
+             qPrintable(grid->item(1, 3)->text()));
+    QTest::mouseClick(window->findChild<QPushButton *>(QStringLiteral("cmdCerrar")), Qt::LeftButton);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+
+    // On "Mi archivo" the archive's row is the one.
+    s.tabs->setCurrentIndex(1);
+    const qlonglong archived = s.adcArchivo->value(QStringLiteral("HorId")).toLongLong();
+    QVERIFY(archived > 0 && archived != current);
+    QVERIFY(s.bar->trigger(QStringLiteral("historial")));
+    QVERIFY(findTopLevel(QStringLiteral("frmHistorialHoras_%1").arg(archived)));
+
+    // A current list without rows: the message, no window.
+    s.filter(true, false, QDate(1999, 1, 1));
+    const int before = m_dialogs.count();
+    QVERIFY(s.bar->trigger(QStringLiteral("historial")));
+    QCOMPARE(m_dialogs.count(), before + 1);
+    QCOMPARE(m_dialogs.last().text, QStringLiteral("Seleccione primero un registro de horas."));
+    for (QWidget *w : QApplication::topLevelWidgets())
+        if (w->objectName().startsWith(QLatin1String("frmHistorialHoras")))
+            delete w;
 }
 
 // The chief's and the super user's own tabs are in place, each with its first control.
