@@ -214,6 +214,11 @@ std::optional<int> textLimit(const QString &table, const QString &column)
     return c->textLimit;
 }
 
+QStringList storeOwnedTables()
+{
+    return {QStringLiteral("HORAS_HISTORIAL")};
+}
+
 QStringList allTables()
 {
     QStringList names;

@@ -47,5 +47,9 @@ QVariant normalize(ColumnKind kind, const QVariant &value);
 QVariant convertForWrite(ColumnKind kind, const QVariant &value, const QString &column);
 
 QStringList allTables();
+// Tables the store keeps for itself through its own triggers (the history of the hour
+// records): their columns differ per backend and no window's statement names them, so they
+// stand in the schema files alone.
+QStringList storeOwnedTables();
 
 }  // namespace store
