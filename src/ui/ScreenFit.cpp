@@ -1,6 +1,7 @@
 #include "ui/ScreenFit.h"
 
 #include <QAbstractButton>
+#include <QAbstractScrollArea>
 #include <QCheckBox>
 #include <QGroupBox>
 #include <QGuiApplication>
@@ -181,6 +182,24 @@ bool headingsFit(const QHeaderView *header)
     return true;
 }
 
+// A control that its window cuts: it reaches past the edge of one of the widgets that hold
+// it. Controls inside a view that scrolls are left to the view.
+bool cutByHolder(const QWidget *w)
+{
+    const QWidget *window = w->window();
+    const QRect own(w->mapTo(window, QPoint(0, 0)), w->size());
+    for (const QWidget *holder = w->parentWidget(); holder; holder = holder->parentWidget()) {
+        if (qobject_cast<const QAbstractScrollArea *>(holder))
+            return false;
+        const QRect room(holder->mapTo(window, QPoint(0, 0)), holder->size());
+        if (!room.contains(own))
+            return true;
+        if (holder == window)
+            break;
+    }
+    return false;
+}
+
 QString textOf(const QWidget *w)
 {
     if (auto *l = qobject_cast<const QLabel *>(w))
@@ -280,7 +299,7 @@ QStringList clippedTexts(const QWidget *root)
             continue;
         // A control scrolled out of a view, or of a tab that is not shown, is not seen.
         if (!w->visibleRegion().isEmpty() || w == root) {
-            if (!textFits(w))
+            if (!textFits(w) || (!textOf(w).isEmpty() && w != root && cutByHolder(w)))
                 clipped << QStringLiteral("%1 (%2, %3x%4): «%5»")
                                .arg(w->objectName(), QString::fromLatin1(w->metaObject()->className()))
                                .arg(w->width())

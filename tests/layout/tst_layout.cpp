@@ -107,6 +107,8 @@ class TstLayout : public QObject {
             shoot(w, where);
         };
         checkTexts(what);
+        if (QWidget *hora = w->findChild<QWidget *>(QStringLiteral("Hora")))
+            qInfo() << "HORA" << hora->geometry() << hora->parentWidget()->geometry() << w->geometry() << hora->sizeHint() << hora->minimumSizeHint();
         for (QTabWidget *tabs : w->findChildren<QTabWidget *>()) {
             const int was = tabs->currentIndex();
             for (int i = 0; i < tabs->count(); ++i) {
