@@ -2,8 +2,9 @@
 # its benchmarks need, when any is missing. Nothing comes from anywhere else.
 TEMPALIA_PACKAGES="cmake ninja-build g++ pkg-config qt6-base-dev libqt6sql6-odbc unixodbc unixodbc-dev
   libsqliteodbc sqlite3 libsqlite3-dev odbc-postgresql postgresql libpq-dev qt6-charts-dev
-  qt6-datavisualization-dev qt6-declarative-dev libxlsxwriter-dev zlib1g-dev libgl-dev xvfb xauth
-  fonts-dejavu-core poppler-utils"
+  qt6-datavisualization-dev qt6-declarative-dev libxlsxwriter-dev libminizip-dev zlib1g-dev libgl-dev xvfb xauth
+  fonts-dejavu-core poppler-utils
+  openbox x11-utils qt6-translations-l10n"
 
 tempalia_install_deps() {
   local missing=()
