@@ -1,6 +1,7 @@
 #include "ui/ScreenFit.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QAbstractScrollArea>
 #include <QCheckBox>
 #include <QGroupBox>
@@ -27,6 +28,8 @@ namespace {
 // What a window manager's frame usually adds (title bar and borders) before it has said
 // what its own adds.
 const QMargins kFrameGuess(6, 32, 6, 8);
+// What a title bar takes beside the title: the window's icon and three buttons.
+constexpr int kTitleBarButtons = 110;
 
 bool hasWindowManager()
 {
@@ -63,6 +66,10 @@ bool placedWindow(const QWidget *w)
 
 void fitWindow(QWidget *window, bool choosePlace)
 {
+    // Wide enough for its title in the title bar, where the window can be.
+    const int titled = titleWidth(window);
+    if (window->width() < titled && window->maximumWidth() >= titled)
+        window->resize(titled, window->height());
     QScreen *screen = screenOf(window);
     if (!screen)
         return;
@@ -224,6 +231,16 @@ QString textOf(const QWidget *w)
 }
 
 }  // namespace
+
+int titleWidth(const QWidget *window)
+{
+    if (window->windowTitle().isEmpty() || (window->windowFlags() & Qt::FramelessWindowHint))
+        return 0;
+    QFont font = QApplication::font();
+    font.setBold(true);
+    // The title and, beside it, the window's icon and its three buttons.
+    return QFontMetrics(font).horizontalAdvance(window->windowTitle()) + kTitleBarButtons;
+}
 
 QRect placeInside(const QRect &area, const QMargins &frame, const QPoint &wanted, const QSize &size,
                   const QSize &minimum)

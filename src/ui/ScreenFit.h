@@ -26,6 +26,10 @@ void keepOnScreen(QWidget *window);
 // Does keepOnScreen for every window the application shows (ui::Application calls it).
 void keepWindowsOnScreen(QObject *application);
 
+// The width a window needs for its title to be read whole in its title bar (0 without a
+// title or a title bar). keepOnScreen widens a window to it where it can.
+int titleWidth(const QWidget *window);
+
 // The frame of the window (title bar included) lies inside its screen's available area.
 bool frameOnScreen(const QWidget *window);
 

@@ -100,6 +100,9 @@ class TstLayout : public QObject {
                             .arg(w->screen()->availableGeometry().y())
                             .arg(w->screen()->availableGeometry().width())
                             .arg(w->screen()->availableGeometry().height());
+        if (w->frameGeometry().width() < ui::titleWidth(w))
+            m_faults << QStringLiteral("%1: el título «%2» no cabe en %3 puntos").arg(what, w->windowTitle())
+                            .arg(w->frameGeometry().width());
         auto checkTexts = [&](const QString &where) {
             QApplication::processEvents();
             for (const QString &c : ui::clippedTexts(w))
@@ -107,8 +110,6 @@ class TstLayout : public QObject {
             shoot(w, where);
         };
         checkTexts(what);
-        if (QWidget *hora = w->findChild<QWidget *>(QStringLiteral("Hora")))
-            qInfo() << "HORA" << hora->geometry() << hora->parentWidget()->geometry() << w->geometry() << hora->sizeHint() << hora->minimumSizeHint();
         for (QTabWidget *tabs : w->findChildren<QTabWidget *>()) {
             const int was = tabs->currentIndex();
             for (int i = 0; i < tabs->count(); ++i) {

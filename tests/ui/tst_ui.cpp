@@ -11,6 +11,7 @@
 #include "ui/Masks.h"
 
 #include <QDialogButtonBox>
+#include <QInputDialog>
 #include <QPushButton>
 #include <QMenu>
 #include <QScreen>
@@ -504,6 +505,19 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         QVERIFY(ui::frameOnScreen(&window));
         QVERIFY(window.frameGeometry().top() >= window.screen()->availableGeometry().top());
+    }
+
+    // A narrow dialog is widened so its title can be read in the title bar.
+    void narrowWindowsShowTheirTitle()
+    {
+        QInputDialog dialog;
+        dialog.setWindowTitle(QStringLiteral("Guardar como PDF"));
+        dialog.setLabelText(QStringLiteral("Nombre:"));
+        dialog.resize(120, 80);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QVERIFY(ui::titleWidth(&dialog) > dialog.fontMetrics().horizontalAdvance(dialog.windowTitle()));
+        QVERIFY(dialog.width() >= ui::titleWidth(&dialog));
     }
 
     void placeInsideKeepsTitleBar()
