@@ -407,6 +407,8 @@ void ChartView::drawPies(QChart *chart)
             slice->setLabelPosition(QPieSlice::LabelInsideHorizontal);
             slice->setLabelColor(Qt::white);
             slice->setLabelVisible(total > 0 && v / total >= 0.06);
+            if (v == total)  // a whole pie: no border line from its centre
+                slice->setPen(Qt::NoPen);
         }
         const int i = r - 1;
         pie->setHorizontalPosition((i % across + 0.5) / across);
