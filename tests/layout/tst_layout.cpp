@@ -88,8 +88,12 @@ class TstLayout : public QObject {
         if (!(w->windowFlags() & Qt::FramelessWindowHint))
             QTRY_VERIFY2_WITH_TIMEOUT(w->windowHandle() && !w->windowHandle()->frameMargins().isNull(),
                                       qPrintable(what), 15000);
-        // Placement settles: the program's second look once the frame is known.
+        // Placement settles: the program's second look once the frame is known, and on a
+        // busy machine the window manager's own moves and resizes.
         QTest::qWait(700);
+        for (int waited = 0; waited < 5000 && (!ui::frameOnScreen(w) || w->frameGeometry().width() < ui::titleWidth(w));
+             waited += 100)
+            QTest::qWait(100);
         ++m_windowsChecked;
         if (!ui::frameOnScreen(w))
             m_faults << QStringLiteral("%1: el marco %2,%3 %4x%5 sale de la pantalla libre %6,%7 %8x%9")
