@@ -10,10 +10,16 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QHeaderView>
 #include <QPushButton>
+#include <QTableView>
 #include <QVBoxLayout>
 
 namespace admin {
+
+namespace {
+constexpr int kRowsShown = 6;  // rows of the list always in sight
+}
 
 MaintenanceWindow::MaintenanceWindow(const MaintenanceSpec &spec, QWidget *parent)
     : QWidget(parent, Qt::Window), m_spec(spec)
@@ -51,6 +57,9 @@ MaintenanceWindow::MaintenanceWindow(const MaintenanceSpec &spec, QWidget *paren
     for (QPushButton *b : {cmdNuevo, cmdGuardar, cmdAyuda, cmdCerrar})
         buttons->addWidget(b);
 
+    // The list shows several rows whatever the window adds below it.
+    m_grid->view()->setMinimumHeight(m_grid->view()->horizontalHeader()->sizeHint().height() +
+                                     kRowsShown * m_grid->view()->verticalHeader()->defaultSectionSize() + 4);
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(m_grid, 1);
     layout->addLayout(m_form);
@@ -89,6 +98,7 @@ QLineEdit *MaintenanceWindow::addTextBox(const QString &name, const QString &lab
     caption->setBuddy(edit);
     m_form->addRow(caption, edit);
     ui::FieldBinding::bind(edit, m_adc, field, mask);
+    m_grid->setMaxLength(field, maxLength);
     addRowControl(edit);
     return edit;
 }

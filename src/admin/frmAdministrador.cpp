@@ -11,8 +11,10 @@
 #include <QGridLayout>
 #include <QPushButton>
 
+#include <algorithm>
+
 namespace {
-constexpr int kButtonSide = 65;  // 975 twips
+constexpr int kButtonSide = 65;  // 975 twips: the least side of a button
 }
 
 frmAdministrador::frmAdministrador(QWidget *parent) : QWidget(parent)
@@ -52,6 +54,13 @@ frmAdministrador::frmAdministrador(QWidget *parent) : QWidget(parent)
     addButton(2, 2, "cmdAyuda", QStringLiteral("Ayuda"), QStringLiteral("Ayuda para el administrador"));
     connect(addButton(2, 3, "cmdSalir", QStringLiteral("Salir"), QString()), &QPushButton::clicked, this,
             [] { ui::endProgram(); });
+    // Square buttons, all of one size: the least side, or what the longest caption needs.
+    int side = kButtonSide;
+    const auto buttons = findChildren<QPushButton *>();
+    for (QPushButton *b : buttons)
+        side = std::max({side, b->sizeHint().width(), b->fontMetrics().horizontalAdvance(b->text()) + 16});
+    for (QPushButton *b : buttons)
+        b->setFixedSize(side, side);
     setFixedSize(sizeHint());
 }
 
@@ -63,7 +72,6 @@ QPushButton *frmAdministrador::addButton(int row, int column, const char *name, 
     auto *b = new QPushButton(caption, this);
     b->setObjectName(QString::fromLatin1(name));
     b->setToolTip(toolTip);
-    b->setFixedSize(kButtonSide, kButtonSide);
     static_cast<QGridLayout *>(layout())->addWidget(b, row, column);
     return b;
 }

@@ -9,6 +9,7 @@
 #include <QCheckBox>
 #include <QFormLayout>
 #include <QGridLayout>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -117,19 +118,26 @@ frmMantActividades::frmMantActividades(QWidget *parent) : MaintenanceWindow(spec
                                                        cmdQuitarMateria})
         w->setEnabled(false);
 
-    auto *links = new QGridLayout;
-    links->addWidget(new QLabel(QStringLiteral("Areas en las que se realiza esta actividad:"), this), 0, 0, 1, 2);
-    links->addWidget(dtcAreas, 1, 0, 1, 2);
-    links->addWidget(cmdAgregar, 2, 0);
-    links->addWidget(cmdQuitar, 2, 1);
-    links->addWidget(dtlAreasActividades, 3, 0, 1, 2);
-    links->addWidget(new QLabel(QStringLiteral("Materias en las que se realiza esta actividad:"), this), 0, 2, 1, 2);
-    links->addWidget(dtcMaterias, 1, 2, 1, 2);
-    links->addWidget(new QLabel(QStringLiteral("Rubros en las que se realiza esta actividad:"), this), 2, 2, 1, 2);
-    links->addWidget(dtcRubros, 3, 2, 1, 2);
-    links->addWidget(cmdAgregarMateria, 4, 2);
-    links->addWidget(cmdQuitarMateria, 4, 3);
-    links->addWidget(dtlMaterias, 5, 2, 1, 2);
+    // Two columns, each a list with what adds to it above: every label right over its box.
+    auto *areas = new QGridLayout;
+    areas->addWidget(new QLabel(QStringLiteral("Areas en las que se realiza esta actividad:"), this), 0, 0, 1, 2);
+    areas->addWidget(dtcAreas, 1, 0, 1, 2);
+    areas->addWidget(cmdAgregar, 2, 0);
+    areas->addWidget(cmdQuitar, 2, 1);
+    areas->addWidget(dtlAreasActividades, 3, 0, 1, 2);
+    areas->setRowStretch(3, 1);
+    auto *subjects = new QGridLayout;
+    subjects->addWidget(new QLabel(QStringLiteral("Materias en las que se realiza esta actividad:"), this), 0, 0, 1, 2);
+    subjects->addWidget(dtcMaterias, 1, 0, 1, 2);
+    subjects->addWidget(new QLabel(QStringLiteral("Rubros en las que se realiza esta actividad:"), this), 2, 0, 1, 2);
+    subjects->addWidget(dtcRubros, 3, 0, 1, 2);
+    subjects->addWidget(cmdAgregarMateria, 4, 0);
+    subjects->addWidget(cmdQuitarMateria, 4, 1);
+    subjects->addWidget(dtlMaterias, 5, 0, 1, 2);
+    subjects->setRowStretch(5, 1);
+    auto *links = new QHBoxLayout;
+    links->addLayout(areas, 1);
+    links->addLayout(subjects, 1);
     extraArea()->addLayout(links);
 
     connect(chkDocente, &QCheckBox::toggled, this, &frmMantActividades::chkDocente_Click);

@@ -16,6 +16,10 @@
 #include <QPieSeries>
 #include <QPieSlice>
 #include <QStackedLayout>
+#include <QLabel>
+#include <QSet>
+#include <QVBoxLayout>
+#include <Q3DTheme>
 #include <QValueAxis>
 
 #include <Q3DBars>
@@ -36,7 +40,8 @@ namespace {
 
 const QString kFlatNote = QStringLiteral("(vista en 3D no disponible en este equipo: se muestra en 2D)");
 
-// Category labels on a value axis of the surface: the value i shows the i-th label.
+// Category labels on a value axis of the surface, whose range is -0.5 to n - 0.5: the
+// i-th label stands at the value i, with grid lines between the categories.
 class LabelFormatter : public QValue3DAxisFormatter {
 public:
     explicit LabelFormatter(QStringList labels = {}) : m_labels(std::move(labels)) {}
@@ -54,9 +59,91 @@ public:
         return m_labels.at(int(rounded));
     }
 
+protected:
+    void recalculate() override
+    {
+        const int n = std::max<int>(1, int(m_labels.size()));
+        gridPositions().clear();
+        subGridPositions().clear();
+        labelPositions().clear();
+        labelStrings().clear();
+        for (int i = 0; i <= n; ++i)
+            gridPositions().append(float(i) / n);
+        for (int i = 0; i < m_labels.size(); ++i) {
+            labelPositions().append((i + 0.5f) / n);
+            labelStrings().append(m_labels.at(i));
+        }
+    }
+
 private:
     QStringList m_labels;
 };
+
+// Ten colours far enough apart to tell the areas from each other, the i-th series taking
+// the i-th (from 0), in every type of chart.
+QColor seriesColour(int index)
+{
+    static const QColor colours[] = {QColor(0x1f, 0x77, 0xb4), QColor(0xff, 0x7f, 0x0e), QColor(0x2c, 0xa0, 0x2c),
+                                     QColor(0xd6, 0x27, 0x28), QColor(0x94, 0x67, 0xbd), QColor(0x8c, 0x56, 0x4b),
+                                     QColor(0xe3, 0x77, 0xc2), QColor(0x7f, 0x7f, 0x7f), QColor(0xbc, 0xbd, 0x22),
+                                     QColor(0x17, 0xbe, 0xcf)};
+    return colours[index % 10];
+}
+
+// A round top for a value axis over 0..top, with its number of segments.
+float roundTop(double top, int &segments)
+{
+    if (top <= 0) {
+        segments = 1;
+        return 1.0f;
+    }
+    const double raw = top / 5;
+    const double magnitude = std::pow(10.0, std::floor(std::log10(raw)));
+    double step = magnitude;
+    for (double f : {1.0, 2.0, 2.5, 5.0, 10.0}) {
+        step = f * magnitude;
+        if (step >= raw)
+            break;
+    }
+    segments = int(std::ceil(top / step));
+    return float(segments * step);
+}
+
+QString hoursText(double hours)
+{
+    return QLocale().toString(hours, 'f', hours == std::floor(hours) ? 0 : 1);
+}
+
+// The legend of the three-dimensional drawings: a coloured square and the area's name for
+// each series.
+QString legendHtml(const QStringList &names)
+{
+    QStringList items;
+    for (int i = 0; i < names.size(); ++i)
+        items << QStringLiteral("<span style=\"color:%1; font-size:large\">&#9632;</span>&nbsp;%2")
+                     .arg(seriesColour(i).name(), names.at(i).toHtmlEscaped());
+    return items.join(QStringLiteral(" &nbsp;&nbsp; "));
+}
+
+// A theme that reads at the window's size: large plain labels facing the viewer.
+void readableTheme(QAbstract3DGraph *graph)
+{
+    Q3DTheme *theme = graph->activeTheme();
+    theme->setType(Q3DTheme::ThemeQt);
+    QFont font = theme->font();
+    font.setFamily(QStringLiteral("DejaVu Sans"));
+    font.setPointSize(30);
+    theme->setFont(font);
+    theme->setLabelBackgroundEnabled(false);
+    theme->setLabelBorderEnabled(false);
+    theme->setColorStyle(Q3DTheme::ColorStyleUniform);
+    QList<QColor> colours;
+    for (int i = 0; i < 10; ++i)
+        colours << seriesColour(i);
+    theme->setBaseColors(colours);
+    graph->setShadowQuality(QAbstract3DGraph::ShadowQualityNone);
+    graph->setReflection(false);
+}
 
 QString rowTitle(const ChartGrid &g, int row)
 {
@@ -161,58 +248,7 @@ void ChartView::draw2D(int type, bool asFallback)
     const int cols = g.columnCount();
 
     if (type == Pie2D) {
-        // One pie per row, a slice per series, laid out in a square of pies.
-        const int across = rows > 0 ? int(std::ceil(std::sqrt(double(rows)))) : 1;
-        const int down = rows > 0 ? (rows + across - 1) / across : 1;
-        std::vector<QPieSeries *> pies;
-        for (int r = 1; r <= rows; ++r) {
-            auto *pie = new QPieSeries;
-            pie->setName(rowTitle(g, r));
-            for (int c = 1; c <= cols; ++c) {
-                auto *slice = pie->append(g.columnLabel(c), g.value(r, c));
-                slice->setLabelVisible(rows == 1 && markerVisible(c));
-                slice->setLabel(QStringLiteral("%1: %2").arg(g.columnLabel(c), QLocale().toString(g.value(r, c))));
-            }
-            const int i = r - 1;
-            pie->setHorizontalPosition((i % across + 0.5) / across);
-            pie->setVerticalPosition((i / across + 0.45) / down);
-            pie->setPieSize(0.9 / std::max(across, down));
-            chart->addSeries(pie);
-            pies.push_back(pie);
-        }
-        // The same slice has the same colour in every pie; the legend lists the series once.
-        for (std::size_t p = 0; p < pies.size(); ++p) {
-            const auto slices = pies[p]->slices();
-            for (int s = 0; s < slices.size(); ++s) {
-                slices[s]->setBrush(pies.front()->slices().at(s)->brush());
-            }
-            if (p > 0)
-                for (QLegendMarker *m : chart->legend()->markers(pies[p]))
-                    m->setVisible(false);
-            for (QLegendMarker *m : chart->legend()->markers(pies[p]))
-                m->setLabel(m->label().section(QStringLiteral(": "), 0, 0));
-        }
-        // The row's label under its pie.
-        auto placeTitles = [chart, pies, across, down] {
-            const QRectF area = chart->plotArea();
-            for (std::size_t i = 0; i < pies.size(); ++i) {
-                auto *item = static_cast<QGraphicsSimpleTextItem *>(pies[i]->property("titleItem").value<void *>());
-                if (!item) {
-                    item = new QGraphicsSimpleTextItem(pies[i]->name(), chart);
-                    pies[i]->setProperty("titleItem", QVariant::fromValue<void *>(item));
-                }
-                const double cx = area.left() + area.width() * (int(i) % across + 0.5) / across;
-                const double cy = area.top() + area.height() * ((int(i) / across) + 0.45) / down;
-                // The pie's size is a share of the smaller side of the plot area.
-                const double radius = 0.45 / std::max(across, down) * std::min(area.width(), area.height());
-                const QRectF b = item->boundingRect();
-                item->setPos(cx - b.width() / 2, cy + radius + 2);
-            }
-        };
-        if (rows > 1)
-            QObject::connect(chart, &QChart::plotAreaChanged, chart, placeTitles);
-        else if (rows == 1)
-            chart->setTitle(rowTitle(g, 1));
+        drawPies(chart);
     } else if (type == Area3D) {
         // Flat: one area per series over the rows, drawn one over the other.
         auto *axisX = new QCategoryAxis;
@@ -220,6 +256,7 @@ void ChartView::draw2D(int type, bool asFallback)
         for (int r = 1; r <= rows; ++r)
             axisX->append(rowTitle(g, r) + QString(r, QChar(0x200B)), r - 1);  // labels must be unique
         axisX->setRange(0, std::max(1, rows - 1));
+        axisX->setTruncateLabels(false);
         auto *axisY = new QValueAxis;
         axisY->setTitleText(QStringLiteral("Horas"));
         double top = 0;
@@ -234,6 +271,8 @@ void ChartView::draw2D(int type, bool asFallback)
             upper->setPointsVisible(markerVisible(c));
             auto *area = new QAreaSeries(upper);
             area->setName(g.columnLabel(c));
+            area->setColor(seriesColour(c - 1));
+            area->setBorderColor(seriesColour(c - 1).darker(130));
             area->setOpacity(0.6);
             area->setPointsVisible(markerVisible(c));
             chart->addSeries(area);
@@ -251,6 +290,8 @@ void ChartView::draw2D(int type, bool asFallback)
         bool labels = cols > 0;
         for (int c = 1; c <= cols; ++c) {
             auto *set = new QBarSet(g.columnLabel(c));
+            set->setColor(seriesColour(c - 1));
+            set->setBorderColor(seriesColour(c - 1).darker(130));
             for (int r = 1; r <= rows; ++r)
                 *set << g.value(r, c);
             series->append(set);
@@ -267,6 +308,9 @@ void ChartView::draw2D(int type, bool asFallback)
             categories << label;
         }
         axisX->append(categories);
+        // A category's name is never cut: names too long to stand side by side are tilted.
+        axisX->setTruncateLabels(false);
+        axisX->setLabelsAngle(categoriesFitAcross(categories, rows) ? 0 : -30);
         auto *axisY = new QValueAxis;
         axisY->setTitleText(QStringLiteral("Horas"));
         chart->addAxis(axisX, Qt::AlignBottom);
@@ -287,6 +331,153 @@ void ChartView::draw2D(int type, bool asFallback)
     delete old;
 }
 
+// One pie per row of the grid, a slice per area with its hours written on it, the row's
+// name above its pie and the areas once in the legend. Rows whose hours all fall in one
+// area (always so when grouped by area) would each be a pie of one whole slice: they are
+// drawn as the slices of a single pie instead.
+void ChartView::drawPies(QChart *chart)
+{
+    const ChartGrid &g = m_grid;
+    const int rows = g.rowCount();
+    const int cols = g.columnCount();
+    if (rows == 0)
+        return;
+    auto filledColumn = [&g, cols](int r) {
+        int found = 0;
+        for (int c = 1; c <= cols; ++c) {
+            if (g.value(r, c) != 0) {
+                if (found)
+                    return -1;
+                found = c;
+            }
+        }
+        return found;
+    };
+    bool onePie = true;
+    for (int r = 1; r <= rows && onePie; ++r)
+        onePie = filledColumn(r) >= 0;
+
+    if (onePie) {
+        auto *pie = new QPieSeries;
+        pie->setPieSize(0.62);
+        double total = 0;
+        for (int r = 1; r <= rows; ++r)
+            for (int c = 1; c <= cols; ++c)
+                total += g.value(r, c);
+        for (int r = 1; r <= rows; ++r) {
+            const int c = filledColumn(r);
+            if (c <= 0)
+                continue;
+            QString name = rowTitle(g, r);
+            if (name.compare(g.columnLabel(c), Qt::CaseInsensitive) != 0)
+                name += QStringLiteral(" (%1)").arg(g.columnLabel(c));
+            const double v = g.value(r, c);
+            QPieSlice *slice = pie->append(name, v);
+            slice->setColor(seriesColour(r - 1));
+            slice->setLabel(QStringLiteral("%1: %2 h (%3 %)")
+                                .arg(name, hoursText(v), QLocale().toString(total > 0 ? 100 * v / total : 0, 'f', 0)));
+            slice->setLabelVisible(true);
+            slice->setLabelPosition(QPieSlice::LabelOutside);
+        }
+        chart->addSeries(pie);
+        const auto markers = chart->legend()->markers(pie);
+        for (int i = 0; i < markers.size(); ++i)
+            markers[i]->setLabel(pie->slices().at(i)->label().section(QStringLiteral(": "), 0, 0));
+        return;
+    }
+
+    const int across = int(std::ceil(std::sqrt(double(rows))));
+    const int down = (rows + across - 1) / across;
+    const double pieSize = 0.78 / std::max(across, down);
+    std::vector<QPieSeries *> pies;
+    QSet<QString> inLegend;
+    for (int r = 1; r <= rows; ++r) {
+        auto *pie = new QPieSeries;
+        pie->setName(rowTitle(g, r));
+        double total = 0;
+        for (int c = 1; c <= cols; ++c)
+            total += g.value(r, c);
+        for (int c = 1; c <= cols; ++c) {
+            const double v = g.value(r, c);
+            if (v == 0)
+                continue;
+            QPieSlice *slice = pie->append(g.columnLabel(c), v);
+            slice->setColor(seriesColour(c - 1));
+            slice->setLabel(hoursText(v));
+            slice->setLabelPosition(QPieSlice::LabelInsideHorizontal);
+            slice->setLabelColor(Qt::white);
+            slice->setLabelVisible(total > 0 && v / total >= 0.06);
+            if (v == total)  // a whole pie: no border line from its centre
+                slice->setPen(Qt::NoPen);
+        }
+        const int i = r - 1;
+        pie->setHorizontalPosition((i % across + 0.5) / across);
+        pie->setVerticalPosition((i / across + 0.56) / down);
+        pie->setPieSize(pieSize);
+        chart->addSeries(pie);
+        pies.push_back(pie);
+    }
+    // The legend names each area once, whatever pie shows it first.
+    for (std::size_t p = 0; p < pies.size(); ++p) {
+        const auto markers = chart->legend()->markers(pies[p]);
+        int m = 0;
+        for (int c = 1; c <= cols && m < markers.size(); ++c) {
+            if (g.value(int(p) + 1, c) == 0)
+                continue;
+            const QString area = g.columnLabel(c);
+            markers[m]->setLabel(area);
+            markers[m]->setVisible(!inLegend.contains(area));
+            inLegend.insert(area);
+            ++m;
+        }
+    }
+    // The row's name above its pie, cut to the width of its place if it is too long.
+    auto placeTitles = [chart, pies, across, down, pieSize] {
+        const QRectF area = chart->plotArea();
+        const double cellWidth = area.width() / across;
+        for (std::size_t i = 0; i < pies.size(); ++i) {
+            auto *item = static_cast<QGraphicsSimpleTextItem *>(pies[i]->property("titleItem").value<void *>());
+            if (!item) {
+                item = new QGraphicsSimpleTextItem(chart);
+                QFont font = item->font();
+                font.setBold(true);
+                item->setFont(font);
+                pies[i]->setProperty("titleItem", QVariant::fromValue<void *>(item));
+            }
+            const QFontMetrics fm(item->font());
+            item->setText(fm.elidedText(pies[i]->name(), Qt::ElideRight, int(cellWidth) - 8));
+            item->setToolTip(pies[i]->name());
+            const double cx = area.left() + area.width() * (int(i) % across + 0.5) / across;
+            const double cy = area.top() + area.height() * ((int(i) / across) + 0.56) / down;
+            const double radius = 0.5 * pieSize * std::min(area.width(), area.height());
+            const QRectF b = item->boundingRect();
+            item->setPos(cx - b.width() / 2, cy - radius - b.height() - 4);
+        }
+    };
+    QObject::connect(chart, &QChart::plotAreaChanged, chart, placeTitles);
+}
+
+// A page of the stack for a three-dimensional graph: the graph above, the legend of the
+// areas below it.
+QWidget *ChartView::graphPage(QAbstract3DGraph *graph, QLabel *&legend)
+{
+    auto *page = new QWidget(this);
+    auto *layout = new QVBoxLayout(page);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(4);
+    QWidget *container = QWidget::createWindowContainer(graph, page);
+    container->setObjectName(QStringLiteral("grafico3D"));
+    layout->addWidget(container, 1);
+    legend = new QLabel(page);
+    legend->setObjectName(QStringLiteral("leyenda3D"));
+    legend->setTextFormat(Qt::RichText);
+    legend->setWordWrap(true);
+    legend->setAlignment(Qt::AlignCenter);
+    layout->addWidget(legend);
+    m_stack->addWidget(page);
+    return page;
+}
+
 void ChartView::draw3DBars()
 {
     if (!m_bars) {
@@ -296,33 +487,55 @@ void ChartView::draw3DBars()
             m_bars = nullptr;
             return;
         }
-        m_bars->setShadowQuality(QAbstract3DGraph::ShadowQualityNone);
-        m_bars->scene()->activeCamera()->setCameraPreset(Q3DCamera::CameraPresetIsometricRightHigh);
+        readableTheme(m_bars);
+        m_bars->setMultiSeriesUniform(true);
+        m_bars->setBarThickness(1.0f);
+        m_bars->setBarSpacing(QSizeF(0.4, 0.4));
+        m_bars->scene()->activeCamera()->setCameraPosition(-20.0f, 18.0f, 85.0f);
         m_bars->valueAxis()->setTitle(QStringLiteral("Horas"));
         m_bars->valueAxis()->setTitleVisible(true);
-        m_bars->valueAxis()->setLabelFormat(QStringLiteral("%.1f"));
-        m_barsContainer = QWidget::createWindowContainer(m_bars, this);
-        m_stack->addWidget(m_barsContainer);
+        m_bars->valueAxis()->setLabelFormat(QStringLiteral("%.0f"));
+        for (QAbstract3DAxis *axis : {static_cast<QAbstract3DAxis *>(m_bars->valueAxis()),
+                                      static_cast<QAbstract3DAxis *>(m_bars->rowAxis()),
+                                      static_cast<QAbstract3DAxis *>(m_bars->columnAxis())})
+            axis->setLabelAutoRotation(90.0f);
+        m_barsPage = graphPage(m_bars, m_barsLegend);
     }
-    for (QBar3DSeries *s : m_bars->seriesList())
+    for (QBar3DSeries *s : m_bars->seriesList()) {
         m_bars->removeSeries(s);
-    const ChartGrid &g = m_grid;
-    auto *series = new QBar3DSeries;
-    series->setMesh(QAbstract3DSeries::MeshBevelBar);
-    series->setItemLabelFormat(QStringLiteral("@rowLabel, @colLabel: @valueLabel"));
-    auto *array = new QBarDataArray;
-    for (int r = 1; r <= g.rowCount(); ++r) {
-        auto *row = new QBarDataRow(g.columnCount());
-        for (int c = 1; c <= g.columnCount(); ++c)
-            (*row)[c - 1].setValue(float(g.value(r, c)));
-        array->append(row);
+        delete s;
     }
+    // One series per area, each in its own colour: the groups run along the floor and the
+    // areas' bars stand side by side in each group.
+    const ChartGrid &g = m_grid;
     QStringList rowLabels;
     for (int r = 1; r <= g.rowCount(); ++r)
         rowLabels << rowTitle(g, r);
-    series->dataProxy()->resetArray(array, rowLabels, g.columnLabels());
-    m_bars->addSeries(series);
-    m_stack->setCurrentWidget(m_barsContainer);
+    for (int c = 1; c <= g.columnCount(); ++c) {
+        auto *series = new QBar3DSeries;
+        series->setName(g.columnLabel(c));
+        series->setMesh(QAbstract3DSeries::MeshBevelBar);
+        series->setBaseColor(seriesColour(c - 1));
+        series->setItemLabelFormat(QStringLiteral("@seriesName, @rowLabel: @valueLabel h"));
+        auto *array = new QBarDataArray;
+        for (int r = 1; r <= g.rowCount(); ++r) {
+            auto *row = new QBarDataRow(1);
+            (*row)[0].setValue(float(g.value(r, c)));
+            array->append(row);
+        }
+        series->dataProxy()->resetArray(array, rowLabels, {QString()});
+        m_bars->addSeries(series);
+    }
+    m_bars->columnAxis()->setLabels({QString()});
+    double top = 0;
+    for (int r = 1; r <= g.rowCount(); ++r)
+        for (int c = 1; c <= g.columnCount(); ++c)
+            top = std::max(top, g.value(r, c));
+    int segments = 1;
+    m_bars->valueAxis()->setRange(0.0f, roundTop(top, segments));
+    m_bars->valueAxis()->setSegmentCount(segments);
+    m_barsLegend->setText(legendHtml(g.columnLabels()));
+    m_stack->setCurrentWidget(m_barsPage);
     m_drawn3D = true;
 }
 
@@ -335,61 +548,105 @@ void ChartView::draw3DArea()
             m_surface = nullptr;
             return;
         }
-        m_surface->setShadowQuality(QAbstract3DGraph::ShadowQualityNone);
-        m_surface->scene()->activeCamera()->setCameraPreset(Q3DCamera::CameraPresetIsometricRightHigh);
+        readableTheme(m_surface);
+        m_surface->scene()->activeCamera()->setCameraPosition(-30.0f, 35.0f, 62.0f);
         m_surface->axisY()->setTitle(QStringLiteral("Horas"));
         m_surface->axisY()->setTitleVisible(true);
-        m_surface->axisY()->setLabelFormat(QStringLiteral("%.1f"));
-        m_surfaceContainer = QWidget::createWindowContainer(m_surface, this);
-        m_stack->addWidget(m_surfaceContainer);
+        m_surface->axisY()->setLabelFormat(QStringLiteral("%.0f"));
+        for (QAbstract3DAxis *axis : {m_surface->axisX(), m_surface->axisY(), m_surface->axisZ()})
+            axis->setLabelAutoRotation(90.0f);
+        m_surfacePage = graphPage(m_surface, m_surfaceLegend);
     }
-    for (QSurface3DSeries *s : m_surface->seriesList())
+    for (QSurface3DSeries *s : m_surface->seriesList()) {
         m_surface->removeSeries(s);
+        delete s;
+    }
     const ChartGrid &g = m_grid;
-    // x: the rows of the grid; z: the series. A surface needs two points each way, so a
-    // single row or series is drawn as a band of width one.
-    const int xs = std::max(2, g.rowCount());
-    const int zs = std::max(2, g.columnCount());
-    auto *array = new QSurfaceDataArray;
-    for (int z = 0; z < zs; ++z) {
-        auto *row = new QSurfaceDataRow(xs);
-        for (int x = 0; x < xs; ++x) {
-            const int r = std::min(x + 1, g.rowCount());
-            const int c = std::min(z + 1, g.columnCount());
-            const double v = (r >= 1 && c >= 1) ? g.value(r, c) : 0.0;
-            (*row)[x].setPosition(QVector3D(float(x), float(v), float(z)));
+    // x: the groups; z: the areas. Each area is a band of its own colour, one unit deep,
+    // whose top follows the hours of the groups and whose edges come down to the floor.
+    const int rows = g.rowCount();
+    const int cols = g.columnCount();
+    double top = 0;
+    for (int c = 1; c <= cols; ++c) {
+        auto *array = new QSurfaceDataArray;
+        const float z = float(c - 1);
+        const float depths[] = {z - 0.36f, z - 0.35f, z + 0.35f, z + 0.36f};
+        for (int d = 0; d < 4; ++d) {
+            const bool edge = d == 0 || d == 3;
+            auto *row = new QSurfaceDataRow;
+            // A single group is drawn as a flat top half a unit each way.
+            const float from = rows == 1 ? -0.35f : 0.0f;
+            const float to = rows == 1 ? 0.35f : float(rows - 1);
+            row->append(QSurfaceDataItem(QVector3D(from - 0.01f, 0.0f, depths[d])));
+            for (int r = 1; r <= std::max(rows, 1); ++r) {
+                const double v = rows ? g.value(r, c) : 0.0;
+                top = std::max(top, v);
+                const float x = rows == 1 ? from : float(r - 1);
+                row->append(QSurfaceDataItem(QVector3D(x, edge ? 0.0f : float(v), depths[d])));
+                if (rows == 1)
+                    row->append(QSurfaceDataItem(QVector3D(to, edge ? 0.0f : float(v), depths[d])));
+            }
+            row->append(QSurfaceDataItem(QVector3D(to + 0.01f, 0.0f, depths[d])));
+            array->append(row);
         }
-        array->append(row);
+        auto *series = new QSurface3DSeries;
+        series->setName(g.columnLabel(c));
+        series->setDrawMode(QSurface3DSeries::DrawSurface);
+        series->setFlatShadingEnabled(true);
+        series->setBaseColor(seriesColour(c - 1));
+        series->setItemLabelFormat(QStringLiteral("@seriesName: @yLabel h"));
+        series->dataProxy()->resetArray(array);
+        m_surface->addSeries(series);
     }
     QStringList rowLabels;
-    for (int r = 1; r <= g.rowCount(); ++r)
+    for (int r = 1; r <= rows; ++r)
         rowLabels << rowTitle(g, r);
     m_surface->axisX()->setFormatter(new LabelFormatter(rowLabels));
-    m_surface->axisX()->setSegmentCount(xs - 1);
-    m_surface->axisX()->setRange(0, float(xs - 1));
+    m_surface->axisX()->setRange(-0.5f, float(std::max(rows, 1)) - 0.5f);
     m_surface->axisZ()->setFormatter(new LabelFormatter(g.columnLabels()));
-    m_surface->axisZ()->setSegmentCount(zs - 1);
-    m_surface->axisZ()->setRange(0, float(zs - 1));
-    auto *series = new QSurface3DSeries;
-    series->setDrawMode(QSurface3DSeries::DrawSurfaceAndWireframe);
-    series->setFlatShadingEnabled(true);
-    series->setItemLabelFormat(QStringLiteral("@yLabel"));
-    series->dataProxy()->resetArray(array);
-    m_surface->addSeries(series);
-    m_stack->setCurrentWidget(m_surfaceContainer);
+    m_surface->axisZ()->setRange(-0.5f, float(std::max(cols, 1)) - 0.5f);
+    int segments = 1;
+    m_surface->axisY()->setRange(0.0f, roundTop(top, segments));
+    m_surface->axisY()->setSegmentCount(segments);
+    m_surfaceLegend->setText(legendHtml(g.columnLabels()));
+    m_stack->setCurrentWidget(m_surfacePage);
     m_drawn3D = true;
+}
+
+// Whether the names of the groups can stand side by side under their bars.
+bool ChartView::categoriesFitAcross(const QStringList &names, int count) const
+{
+    if (count == 0)
+        return true;
+    const QFontMetrics fm(m_chartView->chart() ? m_chartView->chart()->font() : font());
+    int widest = 0;
+    for (const QString &n : names)
+        widest = std::max(widest, fm.horizontalAdvance(n));
+    const int plot = std::max(100, m_chartView->width() - 120);
+    return widest + 8 <= plot / count;
 }
 
 QImage ChartView::image()
 {
     if (m_drawn3D) {
-        const QSize size = m_stack->currentWidget()->size().expandedTo(QSize(320, 240));
-        if (m_type == Bars3D && m_bars)
-            return m_bars->renderToImage(4, size);
-        if (m_type == Area3D && m_surface)
-            return m_surface->renderToImage(4, size);
+        QWidget *page = m_stack->currentWidget();
+        QLabel *legend = m_type == Bars3D ? m_barsLegend : m_surfaceLegend;
+        QAbstract3DGraph *graph = m_type == Bars3D ? static_cast<QAbstract3DGraph *>(m_bars)
+                                                   : static_cast<QAbstract3DGraph *>(m_surface);
+        if (graph && legend) {
+            const QSize size = page->size().expandedTo(QSize(480, 360));
+            const int legendHeight = std::max(legend->heightForWidth(size.width()), legend->sizeHint().height());
+            const QImage drawn = graph->renderToImage(4, QSize(size.width(), size.height() - legendHeight));
+            QImage picture(size, QImage::Format_ARGB32_Premultiplied);
+            picture.fill(Qt::white);
+            QPainter painter(&picture);
+            painter.drawImage(0, 0, drawn);
+            legend->render(&painter, QPoint(0, size.height() - legendHeight), QRegion(),
+                           QWidget::DrawChildren);
+            return picture;
+        }
     }
-    QImage picture(m_chartView->size().expandedTo(QSize(320, 240)), QImage::Format_ARGB32_Premultiplied);
+    QImage picture(m_chartView->size().expandedTo(QSize(480, 360)), QImage::Format_ARGB32_Premultiplied);
     picture.fill(Qt::white);
     QPainter painter(&picture);
     painter.setRenderHint(QPainter::Antialiasing);

@@ -12,6 +12,8 @@ class QChart;
 class QChartView;
 class Q3DBars;
 class Q3DSurface;
+class QAbstract3DGraph;
+class QLabel;
 QT_END_NAMESPACE
 
 namespace analysis {
@@ -20,8 +22,10 @@ namespace analysis {
 // the series' markers and a picture of the chart for the clipboard.
 //
 // Types, as the chart's type values: 1 two-dimensional bars and 14 pies (one pie per row,
-// a slice per series) are drawn with Qt Charts; 0 three-dimensional bars and 4
-// three-dimensional area with Qt DataVisualization when an OpenGL context can be had. Where
+// a slice per series, or a single pie of the rows when each row falls in one series) are
+// drawn with Qt Charts; 0 three-dimensional bars and 4 three-dimensional area with Qt
+// DataVisualization when an OpenGL context can be had, with a legend of the series below.
+// Each series has the same colour in every type. Where
 // none can (no screen, the offscreen platform, a driver without OpenGL), those two are drawn
 // flat from the same grid (bars, and overlapping areas), and the chart's title says so.
 class ChartView : public QWidget {
@@ -57,8 +61,11 @@ public:
 
 private:
     void draw2D(int type, bool asFallback);
+    void drawPies(QChart *chart);
     void draw3DBars();
     void draw3DArea();
+    QWidget *graphPage(QAbstract3DGraph *graph, QLabel *&legend);
+    bool categoriesFitAcross(const QStringList &names, int count) const;
 
     ChartGrid m_grid;
     int m_type = Bars2D;
@@ -68,9 +75,11 @@ private:
 
     QStackedLayout *m_stack = nullptr;
     QChartView *m_chartView = nullptr;
-    QWidget *m_barsContainer = nullptr;
+    QWidget *m_barsPage = nullptr;
+    QLabel *m_barsLegend = nullptr;
     Q3DBars *m_bars = nullptr;
-    QWidget *m_surfaceContainer = nullptr;
+    QWidget *m_surfacePage = nullptr;
+    QLabel *m_surfaceLegend = nullptr;
     Q3DSurface *m_surface = nullptr;
 };
 

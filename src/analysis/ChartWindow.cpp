@@ -13,19 +13,24 @@
 #include <QPushButton>
 #include <QRadioButton>
 
+#include <algorithm>
+
 namespace analysis {
 namespace {
 
 const QString kShapeConnect =
     QStringLiteral("PROVIDER=MSDataShape;dsn=RRHHODBC;uid=;pwd=;Data Provider=MSDASQL");
 
-// Widths of the controls in twips; all of the bottom row is this high.
+// Least widths of the controls in twips (a control whose caption needs more gets more);
+// all of the bottom row is this high.
 constexpr int kButtonWidth = 720;
 constexpr int kButtonHeight = 300;
 constexpr int kOptionWidths[4] = {1000, 1000, 1000, 885};
 constexpr int kOptionHeight = 255;
-// Distance of each option's right edge from the window's right edge, as the table gives it.
-constexpr int kOptionRight[4] = {5520, 4320, 3120, 1920};
+// The bottom row from the right: the margin right of cmdClose, then the gap right of
+// cmdCopiar, optTipo(3), optTipo(2), optTipo(1) and optTipo(0).
+constexpr int kRightMargin = 180;
+constexpr int kGaps[5] = {180, 120, 315, 200, 200};
 
 }  // namespace
 
@@ -55,10 +60,13 @@ ChartWindow::ChartWindow(const QString &consulta, const QString &agrupar, QWidge
     m_cmdClose->setObjectName(QStringLiteral("cmdClose"));
     connect(m_cmdClose, &QPushButton::clicked, this, &QWidget::close);
 
+    // Each control as wide as its caption needs, and never narrower than its least width.
     for (int i = 0; i < 4; ++i)
-        m_optTipo[i]->resize(twipsToPixels(kOptionWidths[i]), twipsToPixels(kOptionHeight));
-    m_cmdCopiar->resize(twipsToPixels(kButtonWidth), twipsToPixels(kButtonHeight));
-    m_cmdClose->resize(twipsToPixels(kButtonWidth), twipsToPixels(kButtonHeight));
+        m_width[i] = std::max(kOptionWidths[i], pixelsToTwips(m_optTipo[i]->sizeHint().width()));
+    m_width[4] = std::max(kButtonWidth, pixelsToTwips(m_cmdCopiar->sizeHint().width()));
+    m_width[5] = std::max(kButtonWidth, pixelsToTwips(m_cmdClose->sizeHint().width()));
+    m_rowHeight = std::max({kButtonHeight, pixelsToTwips(m_cmdClose->sizeHint().height()),
+                            pixelsToTwips(m_optTipo[0]->sizeHint().height())});
 
     setTabOrder(m_optTipo[0], m_optTipo[1]);
     setTabOrder(m_optTipo[1], m_optTipo[2]);
@@ -168,6 +176,7 @@ void ChartWindow::placeControls()
 {
     const int sw = pixelsToTwips(width());
     const int sh = pixelsToTwips(height());
+    const int top = sh - (m_rowHeight + 180);
     auto place = [this](QWidget *w, int left, int top, int width, int height) {
         try {
             if (width < 0 || height < 0)
@@ -176,12 +185,14 @@ void ChartWindow::placeControls()
         } catch (...) {
         }
     };
-    place(m_cmdClose, sw - (kButtonWidth + 180), sh - (kButtonHeight + 180), kButtonWidth, kButtonHeight);
-    place(m_cmdCopiar, sw - (kButtonWidth + 1080), sh - (kButtonHeight + 180), kButtonWidth, kButtonHeight);
-    int top = 0;
-    for (int i = 0; i < 4; ++i) {
-        top = sh - (kOptionHeight + 180);
-        place(m_optTipo[i], sw - (kOptionWidths[i] + kOptionRight[i]), top, kOptionWidths[i], kOptionHeight);
+    // From the right edge leftwards: cmdClose, cmdCopiar, then optTipo(3) to optTipo(0).
+    QWidget *row[6] = {m_cmdClose, m_cmdCopiar, m_optTipo[3], m_optTipo[2], m_optTipo[1], m_optTipo[0]};
+    const int widths[6] = {m_width[5], m_width[4], m_width[3], m_width[2], m_width[1], m_width[0]};
+    int right = sw - kRightMargin;
+    for (int i = 0; i < 6; ++i) {
+        place(row[i], right - widths[i], top, widths[i], m_rowHeight);
+        if (i < 5)
+            right -= widths[i] + kGaps[i];
     }
     place(m_chart, 180, 360, sw - 420, top - 420);
 }

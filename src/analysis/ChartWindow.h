@@ -48,9 +48,10 @@ public:
     // The type value given to the chart by each option of optTipo.
     static int typeOfOption(int index);
 
-    // Sizes are kept in twips, as the layout table gives them.
-    static constexpr int kInnerWidth = 6675;
-    static constexpr int kInnerHeight = 5190;
+    // Sizes are kept in twips. The window opens large enough for the names of the groups
+    // and areas to be read (900 by 620 pixels on a screen of 96 dots per inch).
+    static constexpr int kInnerWidth = 13500;
+    static constexpr int kInnerHeight = 9300;
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
@@ -68,6 +69,10 @@ private:
     std::array<QRadioButton *, 4> m_optTipo{};
     QPushButton *m_cmdCopiar = nullptr;
     QPushButton *m_cmdClose = nullptr;
+    // Widths in twips of optTipo(0) to optTipo(3), cmdCopiar and cmdClose, and the height
+    // of the bottom row, worked out from their captions.
+    std::array<int, 6> m_width{};
+    int m_rowHeight = 0;
 };
 
 }  // namespace analysis

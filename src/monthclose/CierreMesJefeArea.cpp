@@ -215,9 +215,10 @@ void CierreMesJefeArea::setExportHandler(std::function<void()> handler)
 }
 
 // Whenever the list stands on a row: a closed month can be neither closed nor exported again.
+// A new request counts as a row not closed, also as the first row of an empty list.
 void CierreMesJefeArea::onRowChanged()
 {
-    if (!standsOnRow(m_adcCierreMeses))
+    if (!m_adcCierreMeses->isNewRow() && !standsOnRow(m_adcCierreMeses))
         return;
     const bool closed = flag(m_adcCierreMeses->value(QStringLiteral("CieMesCerrado")));
     m_cmdCerrar->setEnabled(!closed);

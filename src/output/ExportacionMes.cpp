@@ -8,6 +8,7 @@
 
 #include <QDateTime>
 #include <QDir>
+#include <QFileInfo>
 #include <QStandardPaths>
 
 namespace {
@@ -24,7 +25,8 @@ QVariant dateAsText(const QVariant &value)
         date = QDate::fromString(value.toString().left(10), Qt::ISODate);
     if (!date.isValid())
         return value.isNull() ? QVariant() : QVariant(value.toString());
-    return output::spanishDate(date);
+    // The apostrophe keeps it text, as a spreadsheet would otherwise read it as a date.
+    return QStringLiteral("'") + output::spanishDate(date);
 }
 
 // A number column as a number, even if the driver hands it over as text.
@@ -61,6 +63,30 @@ QString ExportacionMes::defaultStatement(const QString &cedula)
                "HORAS H, ACTIVIDADES ACT, AREAS ARE, DESTINOS D WHERE H.ACTID=ACT.ACTID AND "
                "H.AREID=ARE.AREID AND H.DESID=D.DESID AND H.TIPID=T.TIPID AND H.FUNCEDULA=") +
            store::sql::text(cedula) + QStringLiteral(" ORDER BY H.HORFECHA");
+}
+
+// The workbook is written in the format of .xlsx files: a name typed with the old .xls
+// extension, or with none, is saved under .xlsx so that spreadsheet programs open it
+// without a warning.
+QString ExportacionMes::workbookPath(const QString &typed)
+{
+    const QFileInfo info(typed);
+    const QString suffix = info.suffix().toLower();
+    if (suffix == QLatin1String("xlsx"))
+        return typed;
+    if (suffix == QLatin1String("xls"))
+        return typed.left(typed.size() - 3) + QStringLiteral("xlsx");
+    if (suffix.isEmpty() && !typed.endsWith(QLatin1Char('/')) && !typed.endsWith(QLatin1Char('\\')))
+        return typed + QStringLiteral(".xlsx");
+    return typed;
+}
+
+// Where the workbook went, when it is not the name typed.
+QString ExportacionMes::savedWhere(const QString &typed, const QString &saved)
+{
+    if (typed == saved)
+        return {};
+    return QStringLiteral("\n\nEl libro se guardó como «%1».").arg(QDir::toNativeSeparators(saved));
 }
 
 QString ExportacionMes::proposedPath()
@@ -146,15 +172,17 @@ void ExportacionMes::exportar(store::DataControl *adcMesActual, QWidget *parent,
         QStringLiteral("Guardar como"), proposedPath(), parent);
     const QString file = answer.value_or(QString());
     if (!file.isEmpty()) {
+        const QString saved = workbookPath(file);
         try {
-            xl.SaveAsBook(file);
+            xl.SaveAsBook(saved);
         } catch (const output::WorkbookError &e) {
             xl.Quitar();
             ui::msgBox(QStringLiteral("No se pudo guardar el archivo: ") + e.message(), {}, ui::Icon::Exclamation,
                        parent);
             return;
         }
-        ui::msgBox(QStringLiteral("Se ha exportado a Excel con exito"), {}, ui::Icon::None, parent);
+        ui::msgBox(QStringLiteral("Se ha exportado a Excel con exito") + savedWhere(file, saved), {}, ui::Icon::None,
+                   parent);
         xl.Quitar();
     } else {
         xl.Quitar();

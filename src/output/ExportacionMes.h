@@ -36,4 +36,9 @@ public:
     static QString defaultStatement(const QString &cedula);
     // Where the input box proposes to save.
     static QString proposedPath();
+    // The file the workbook is saved as for the name typed: .xls, or no extension,
+    // becomes .xlsx, the format the workbook is written in.
+    static QString workbookPath(const QString &typed);
+    // What the success message adds when the file saved is not the name typed.
+    static QString savedWhere(const QString &typed, const QString &saved);
 };

@@ -46,6 +46,7 @@ struct DisplayItem {
     QString section;            // the section it belongs to ("MesActual_Detail")
     QString source;             // the field it shows ("HORFECHA"), the token ("%p"), or
                                 // empty for a fixed label
+    bool wraps = false;         // a field's text breaks into lines within its width
 };
 
 // Where one section was placed on a page, in the order of placement.

@@ -1,5 +1,7 @@
 #include "output/ReportEngine.h"
 
+#include "output/ReportPainter.h"
+
 #include "ui/Masks.h"
 
 #include <QLocale>
@@ -196,7 +198,7 @@ void ReportLayouter::openPage()
     if (m_doc.pages.size() == 1)
         place(m_layout.reportHeader, -1, nullptr, 0);
     if (m_layout.pageHeader.height > 0) {
-        emitSection(m_layout.pageHeader, -1, m_cursor, nullptr, 0);
+        emitSection(m_layout.pageHeader, -1, m_cursor, nullptr, 0, m_layout.pageHeader.height);
         m_cursor += m_layout.pageHeader.height;
     }
     m_bodyTop = m_cursor;
@@ -205,7 +207,7 @@ void ReportLayouter::openPage()
 void ReportLayouter::closePage()
 {
     if (m_layout.pageFooter.height > 0)
-        emitSection(m_layout.pageFooter, -1, bodyBottom(), nullptr, 0);
+        emitSection(m_layout.pageFooter, -1, bodyBottom(), nullptr, 0, m_layout.pageFooter.height);
     m_pageOpen = false;
 }
 
@@ -216,21 +218,37 @@ void ReportLayouter::place(const ReportSection &section, int level, const store:
         return;
     if (!m_pageOpen)
         openPage();
+    const int height = section.height + growth(section, rows, row);
     // A section that does not fit goes to the next page, unless the page body is still
     // empty (a section taller than a page is printed as it is, cut by the footer).
-    if (m_cursor + section.height > bodyBottom() && m_cursor > m_bodyTop) {
+    if (m_cursor + height > bodyBottom() && m_cursor > m_bodyTop) {
         closePage();
         openPage();
     }
-    emitSection(section, level, m_cursor, rows, row);
-    m_cursor += section.height;
+    emitSection(section, level, m_cursor, rows, row, height);
+    m_cursor += height;
+}
+
+// A field whose text is wider than the field breaks into lines: how much taller than its
+// design the section must be for the longest of them.
+int ReportLayouter::growth(const ReportSection &section, const store::ShapeRecordset *rows, std::size_t row) const
+{
+    int extra = 0;
+    for (const ReportControl &c : section.controls) {
+        if (c.kind != ReportControl::Kind::Field || !rows)
+            continue;
+        const QString text = fieldText(rows->value(row, c.field));
+        const int need = wrappedHeight(text, c.font, c.width);
+        extra = std::max(extra, c.top + need - section.height + 20);
+    }
+    return std::max(0, extra);
 }
 
 void ReportLayouter::emitSection(const ReportSection &section, int level, int top,
-                                 const store::ShapeRecordset *rows, std::size_t row)
+                                 const store::ShapeRecordset *rows, std::size_t row, int height)
 {
     DisplayPage &page = m_doc.pages.back();
-    page.sections.push_back(PlacedSection{section.name, top, section.height, level});
+    page.sections.push_back(PlacedSection{section.name, top, height, level});
     const int left = m_layout.leftMargin(m_doc.pageSize.width());
     const int pageNumber = int(m_doc.pages.size());
     for (const ReportControl &c : section.controls) {
@@ -259,6 +277,10 @@ void ReportLayouter::emitSection(const ReportSection &section, int level, int to
             item.kind = DisplayItem::Kind::Text;
             item.source = c.field;
             item.text = rows ? fieldText(rows->value(row, c.field)) : QString();
+            item.wraps = true;
+            item.rect.setHeight(std::max(c.height, wrappedHeight(item.text, c.font, c.width)));
+            if (!item.alignment && item.rect.height() > c.height)
+                item.alignment = int(Qt::AlignLeft | Qt::AlignTop);
             break;
         case ReportControl::Kind::Sum:
             item.kind = DisplayItem::Kind::Text;

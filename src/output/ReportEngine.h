@@ -56,8 +56,10 @@ private:
     void openPage();
     void closePage();
     void place(const ReportSection &section, int level, const store::ShapeRecordset *rows, std::size_t row);
+    int growth(const ReportSection &section, const store::ShapeRecordset *rows, std::size_t row) const;
+    // `height`: the section's height as placed (its design's, or more for wrapped fields).
     void emitSection(const ReportSection &section, int level, int top, const store::ShapeRecordset *rows,
-              std::size_t row);
+                     std::size_t row, int height);
     int bodyBottom() const;
 
     ReportLayout m_layout;

@@ -12,9 +12,8 @@
 #include <QPrinter>
 
 namespace output {
-namespace {
 
-QFont fontFor(const ReportFont &f)
+QFont reportFont(const ReportFont &f)
 {
     QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
     if (!f.family.isEmpty())
@@ -26,6 +25,14 @@ QFont fontFor(const ReportFont &f)
     font.setItalic(f.italic);
     return font;
 }
+
+int wrappedHeight(const QString &text, const ReportFont &font, int width)
+{
+    const QFontMetrics fm(reportFont(font));
+    return fm.boundingRect(QRect(0, 0, std::max(1, width), 1 << 24), Qt::TextWordWrap, text).height();
+}
+
+namespace {
 
 // The program's icon, or when the application has none a clock face drawn in its place.
 void drawIcon(QPainter &p, const QRect &r)
@@ -65,10 +72,10 @@ void paintPage(QPainter &p, const ReportDocument &document, int page, double sca
                 break;
             p.save();
             p.setClipRect(item.rect);
-            p.setFont(fontFor(item.font));
+            p.setFont(reportFont(item.font));
             p.setPen(Qt::black);
             const int align = item.alignment ? item.alignment : int(Qt::AlignLeft | Qt::AlignVCenter);
-            p.drawText(item.rect, align | Qt::TextSingleLine, item.text);
+            p.drawText(item.rect, align | (item.wraps ? Qt::TextWordWrap : Qt::TextSingleLine), item.text);
             p.restore();
             break;
         }

@@ -6,10 +6,16 @@
 
 #include <QString>
 
+class QFont;
 class QPainter;
 class QPrinter;
 
 namespace output {
+
+// The font a report control is drawn with, its size in twips (the painter's unit).
+QFont reportFont(const ReportFont &font);
+// The height in twips that `text` needs in `width` twips when broken into lines.
+int wrappedHeight(const QString &text, const ReportFont &font, int width);
 
 // Draws page `page` with the painter's origin at the sheet's top-left corner; `scale` is
 // device units per twip. The painter's state is left as it was found.

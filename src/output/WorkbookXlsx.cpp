@@ -1,6 +1,10 @@
 #include "output/WorkbookXlsx.h"
 
+#include "output/XlsxPie3D.h"
+
 #include <xlsxwriter.h>
+
+#include <set>
 
 #include <zip.h>
 
@@ -51,6 +55,25 @@ void check(lxw_error error)
 
 }  // namespace
 
+// The width of each column that needs one, in characters: as wide as the widest cell that
+// can't spill into its right neighbour (numbers and dates, which otherwise show as ###,
+// and text with something to its right). Text with room to its right is left alone.
+static std::map<int, double> columnWidths(const Sheet &sheet)
+{
+    std::map<int, double> widths;
+    for (const auto &[pos, c] : sheet.cells) {
+        if (c.isEmpty())
+            continue;
+        const bool spills = c.kind == Cell::Kind::Text && sheet.cell(pos.first, pos.second + 1).isEmpty();
+        if (spills)
+            continue;
+        const double need = std::min(60.0, c.displayText(pos.first, pos.second).size() * 1.15 + 2);
+        double &w = widths[pos.second];
+        w = std::max({w, need, 8.43});
+    }
+    return widths;
+}
+
 void saveXlsx(const Workbook &book, const QString &path)
 {
     const QFileInfo target(path);
@@ -74,6 +97,8 @@ void saveXlsx(const Workbook &book, const QString &path)
     if (!wb)
         throw WorkbookError(QStringLiteral("no se pudo preparar el libro."));
 
+    std::set<int> threeDimensional;  // the chart parts to draw as three-dimensional pies
+    int charts = 0;
     try {
         lxw_format *dateFormat = workbook_add_format(wb);
         format_set_num_format(dateFormat, "dd/mm/yyyy");
@@ -85,6 +110,9 @@ void saveXlsx(const Workbook &book, const QString &path)
                 if (!cs)
                     throw WorkbookError(QStringLiteral("la hoja «%1» no se pudo escribir.").arg(s.name));
                 lxw_chart *chart = workbook_add_chart(wb, LXW_CHART_PIE);
+                ++charts;
+                if (!s.chart || s.chart->type == ChartSpec::Pie3D)
+                    threeDimensional.insert(charts);
                 const auto ranges = s.chart ? book.chartSeries(*s.chart) : std::nullopt;
                 if (ranges) {
                     const QByteArray values = sheetRange(s.chart->sourceSheet, ranges->values).toUtf8();
@@ -133,6 +161,8 @@ void saveXlsx(const Workbook &book, const QString &path)
                 }
                 }
             }
+            for (const auto &[column, width] : columnWidths(s))
+                check(worksheet_set_column(ws, lxw_col_t(column - 1), lxw_col_t(column - 1), width, nullptr));
             if (s.autoFilter)
                 check(worksheet_autofilter(ws, lxw_row_t(s.autoFilter->top - 1), lxw_col_t(s.autoFilter->left - 1),
                                            lxw_row_t(s.autoFilter->bottom - 1), lxw_col_t(s.autoFilter->right - 1)));
@@ -146,8 +176,14 @@ void saveXlsx(const Workbook &book, const QString &path)
         throw;
     }
     check(workbook_close(wb));
+    QString finished = QString::fromLocal8Bit(tmpFile);
+    if (!threeDimensional.empty()) {
+        const QString patched = scratch.filePath(QStringLiteral("book3d.xlsx"));
+        makePiesThreeDimensional(finished, patched, threeDimensional);
+        finished = patched;
+    }
 
-    QFile written(QString::fromLocal8Bit(tmpFile));
+    QFile written(finished);
     if (!written.open(QIODevice::ReadOnly))
         throw WorkbookError(written.errorString());
     QSaveFile out(path);

@@ -94,6 +94,7 @@ frmPresentacion::frmPresentacion(QWidget *parent)
     title.setPointSize(28);
     title.setBold(true);
     lblProductName->setFont(title);
+    lblProductName->setMinimumHeight(lblProductName->fontMetrics().height() + 2);
     lblPropaganda = label(this, "lblPropaganda", QStringLiteral("Quronda para Institutos"));
     QFont slogan = lblPropaganda->font();
     slogan.setPointSize(13);

@@ -1,5 +1,8 @@
 #include "ui/DataGrid.h"
 
+#include <QLineEdit>
+#include <QStyledItemDelegate>
+
 #include "store/DataControl.h"
 #include "store/ErrorReporter.h"
 #include "store/SchemaInfo.h"
@@ -178,6 +181,31 @@ public:
     QList<QMetaObject::Connection> m_connections;
 };
 
+namespace {
+
+// The in-place editor of a cell, limited to the length its column allows.
+class LimitedEditDelegate : public QStyledItemDelegate {
+public:
+    LimitedEditDelegate(const QList<GridColumn> *columns, QObject *parent)
+        : QStyledItemDelegate(parent), m_columns(columns)
+    {
+    }
+    QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        QWidget *editor = QStyledItemDelegate::createEditor(parent, option, index);
+        auto *line = qobject_cast<QLineEdit *>(editor);
+        const int limit = index.column() < m_columns->size() ? m_columns->at(index.column()).maxLength : 0;
+        if (line && limit > 0)
+            line->setMaxLength(limit);
+        return editor;
+    }
+
+private:
+    const QList<GridColumn> *m_columns;
+};
+
+}  // namespace
+
 DataGrid::DataGrid(QWidget *parent) : QFrame(parent)
 {
     auto *layout = new QVBoxLayout(this);
@@ -190,6 +218,7 @@ DataGrid::DataGrid(QWidget *parent) : QFrame(parent)
     m_view = new QTableView(this);
     m_model = new DataGridModel(this);
     m_view->setModel(m_model);
+    m_view->setItemDelegate(new LimitedEditDelegate(&m_model->m_columns, m_view));
     m_view->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_view->setSelectionMode(QAbstractItemView::SingleSelection);
     m_view->setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -262,6 +291,13 @@ void DataGrid::setEditable(bool editable)
     m_view->setEditTriggers(editable ? QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed |
                                            QAbstractItemView::AnyKeyPressed
                                      : QAbstractItemView::NoEditTriggers);
+}
+
+void DataGrid::setMaxLength(const QString &field, int maxLength)
+{
+    for (GridColumn &c : m_model->m_columns)
+        if (c.field.compare(field, Qt::CaseInsensitive) == 0)
+            c.maxLength = maxLength;
 }
 
 void DataGrid::refresh()

@@ -20,6 +20,7 @@ struct GridColumn {
     QString mask;
     bool visible = true;
     int width = 0;  // pixels; 0 = fit
+    int maxLength = 0;  // characters a cell can be typed with in place; 0 = no limit
 };
 
 // A column over a field, with an optional display mask.
@@ -45,6 +46,9 @@ public:
     void setDataSource(store::DataControl *source);
     store::DataControl *dataSource() const { return m_source; }
     void setEditable(bool editable);
+    // Limits what a cell of the column over `field` takes when typed in place, as the
+    // entry box of that field is limited.
+    void setMaxLength(const QString &field, int maxLength);
     // Repaints from the data control (Refresh).
     void refresh();
 

@@ -147,7 +147,7 @@ void DatePicker::onEditingFinished()
         } else {
             showDate();
             msgBox(QStringLiteral("La fecha no puede quedar en blanco. Escriba por ejemplo %1.")
-                       .arg(formatDate(QDate(2001, 11, 4), m_mask)),
+                       .arg(exampleDate(m_mask)),
                    {}, Icon::Exclamation, window());
         }
     } else {

@@ -558,6 +558,11 @@ QVariant parseValue(const QString &text, const QString &mask, bool *ok)
     return result;
 }
 
+QString exampleDate(const QString &mask)
+{
+    return formatDate(QDate::currentDate(), mask.trimmed());
+}
+
 QString badValueMessage(const QString &text, const QString &mask)
 {
     const QString shown = text.trimmed();
@@ -570,7 +575,7 @@ QString badValueMessage(const QString &text, const QString &mask)
             .arg(shown, formatTime(QTime(8, 30), mask.trimmed()));
     case MaskKind::Date:
         return QStringLiteral("\"%1\" no es una fecha válida. Escriba por ejemplo %2.")
-            .arg(shown, formatDate(QDate(2001, 11, 4), mask.trimmed()));
+            .arg(shown, exampleDate(mask));
     case MaskKind::None:
         break;
     }

@@ -53,6 +53,9 @@ int expandTwoDigitYear(int year);
 // How a yes/no column reads in a grid: "Si" or "No".
 QString yesNoText(bool value);
 
+// A valid date written in `mask`, to show the user how to type one: today's.
+QString exampleDate(const QString &mask);
+
 // Why `text` was refused by parseValue for `mask`, as a sentence for a message box.
 QString badValueMessage(const QString &text, const QString &mask);
 

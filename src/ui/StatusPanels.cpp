@@ -6,9 +6,16 @@
 
 namespace ui {
 
+namespace {
+constexpr int kRightMargin = 6;
+}
+
 StatusPanels::StatusPanels(QWidget *parent) : QStatusBar(parent)
 {
     setSizeGripEnabled(false);
+    // Without a size grip the last panel would touch the window's edge, its frame lost
+    // under the window's border.
+    setContentsMargins(0, 0, kRightMargin, 0);
 }
 
 QLabel *StatusPanels::addPanel(const QString &key, Style style, int stretch)
@@ -26,6 +33,11 @@ QLabel *StatusPanels::addPanel(const QString &key, Style style, int stretch)
     m_styles.insert(key, style);
     m_order.append(key);
     if (style != Style::Text) {
+        // As wide as the widest text the clock can show, so the panel never changes width.
+        const QDateTime widest(QDate(2000, 12, 28), QTime(23, 58));
+        const QString sample = style == Style::Date ? dateText(widest) : timeText(widest);
+        label->setMinimumWidth(label->fontMetrics().horizontalAdvance(sample) + 2 * label->indent() +
+                               2 * label->frameWidth() + 4);
         if (!m_clock) {
             m_clock = new QTimer(this);
             m_clock->setInterval(1000);

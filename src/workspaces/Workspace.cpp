@@ -4,6 +4,7 @@
 #include "hours/frmRegistroHoras.h"
 #include "output/dtrReporteMesActualUsuario.h"
 #include "session/modPrincipal.h"
+#include "store/Connection.h"
 #include "store/DataControl.h"
 #include "store/SqlValue.h"
 #include "store/StoreError.h"
@@ -491,22 +492,14 @@ void Workspace::deleteHours()
     } pointerBack;
 
     bool gone = false;
-    const QVariant horId = m_adcMesActual->value(QStringLiteral("HorId"));
+    const QString horId = store::sql::number(m_adcMesActual->value(QStringLiteral("HorId")).toLongLong());
     m_holdButtonState = true;
     try {
-        m_adcMesActual->setRecordSource(QStringLiteral("SELECT * FROM HORAS WHERE HORID=") +
-                                        store::sql::number(horId.toLongLong()));
-        m_adcMesActual->refresh();
-        // Only the HORAS row goes; its HORAS_RUBROS_MATERIAS row stays where it is.
-        m_adcMesActual->deleteCurrent();
-    } catch (const store::StoreError &e) {
-        // Someone else removed the row since the list was read.
-        gone = e.kind() == store::StoreError::Kind::RowGone || e.kind() == store::StoreError::Kind::NoCurrentRow;
-        if (!gone) {
-            m_holdButtonState = false;
-            resetCurrentList();
-            throw;
-        }
+        gone = !deleteHourRecord(horId);
+    } catch (const store::StoreError &) {
+        m_holdButtonState = false;
+        resetCurrentList();
+        throw;
     }
     m_holdButtonState = false;
     resetCurrentList();
@@ -514,6 +507,28 @@ void Workspace::deleteHours()
         ui::setBusy(false);
         ui::msgBox(QStringLiteral("El registro de horas ya no existe."), {}, ui::Icon::Exclamation, this);
     }
+}
+
+// Deletes the hour record and what it taught (its HORAS_RUBROS_MATERIAS row) together, on
+// a connection of its own in one transaction: both go or neither. False when the record
+// was no longer there (someone else deleted it since the list was read).
+bool Workspace::deleteHourRecord(const QString &horId)
+{
+    std::shared_ptr<store::Connection> conn = store::Connection::open();
+    conn->beginTransaction();
+    try {
+        conn->execute(QStringLiteral("DELETE FROM HORAS_RUBROS_MATERIAS WHERE HORID=") + horId);
+        if (conn->execute(QStringLiteral("DELETE FROM HORAS WHERE HORID=") + horId) == 0) {
+            conn->rollback();
+            return false;
+        }
+        conn->commit();
+    } catch (...) {
+        if (conn->inTransaction())
+            conn->rollback();
+        throw;
+    }
+    return true;
 }
 
 void Workspace::sortLists(const QString &button, const QString &entry)

@@ -99,6 +99,7 @@ private:
     void tabChanged(int index);
     void currentRowMoved();
     void deleteHours();
+    static bool deleteHourRecord(const QString &horId);
     void sortLists(const QString &button, const QString &entry);
     void applyFilter();
 

@@ -14,6 +14,9 @@
 #include "store/DataControl.h"
 #include "ui/Application.h"
 #include "ui/DataGrid.h"
+#include "ui/ScreenFit.h"
+
+#include <QHeaderView>
 
 #include <QCheckBox>
 #include <QFile>
@@ -162,6 +165,16 @@ void TstAdmin::catalogue()
     QVERIFY(row >= 0);
     grid->clickRow(row);
     QCOMPARE(codigo->text(), existing);
+    // Typed in place, a description is held to the length of its entry box.
+    {
+        const QModelIndex cell = grid->view()->model()->index(row, 1);
+        grid->view()->edit(cell);
+        auto *editor = grid->view()->viewport()->findChild<QLineEdit *>();
+        QVERIFY(editor);
+        QCOMPARE(editor->maxLength(), 30);
+        grid->view()->closePersistentEditor(cell);
+        QTest::keyClick(editor, Qt::Key_Escape);
+    }
     editCell(grid, row, 1, QStringLiteral("Cambiada en la grilla"));
     const int other = row == 0 ? 1 : 0;
     grid->clickRow(other);
@@ -274,10 +287,13 @@ void TstAdmin::administratorPanel()
         {"cmdInstitutos", "frmMantInstitutos"},   {"cmdMaterias", "frmMantMaterias"},
         {"cmdRubros", "frmMantRubros"},           {"cmdTipoHoras", "frmMantTipoHoras"},
         {"cmdUsuarios", "frmMantUsuarios"},       {"cmdAcerca", "frmAcercaDe"}};
+    for (QPushButton *b : panel->findChildren<QPushButton *>())
+        QVERIFY2(ui::textFits(b), qPrintable(b->text()));
     for (auto [button, window] : buttons) {
         click(panel, button);
         QWidget *w = panel->findChild<QWidget *>(QString::fromLatin1(window));
         QVERIFY2(w && w->isVisible() && w->isWindow(), window);
+        QVERIFY2(ui::clippedTexts(w).isEmpty(), qPrintable(ui::clippedTexts(w).join('\n')));
         click(panel, button);
         QCOMPARE(panel->findChildren<QWidget *>(QString::fromLatin1(window)).size(), 1);
     }
@@ -399,6 +415,20 @@ void TstAdmin::activityAreaLinks()
 {
     frmMantActividades w;
     w.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&w));
+    // Several rows of the list in sight, and each label right above its box.
+    QTableView *view = w.grid()->view();
+    QVERIFY2(view->viewport()->height() >= 5 * view->verticalHeader()->defaultSectionSize(),
+             qPrintable(QString::number(view->viewport()->height())));
+    for (const char *name : {"dtcAreas", "dtcMaterias", "dtcRubros"}) {
+        QWidget *box = child<QWidget>(&w, name);
+        const QLabel *above = nullptr;
+        for (const QLabel *l : w.findChildren<QLabel *>())
+            if (l->geometry().bottom() <= box->geometry().top() && qAbs(l->x() - box->x()) < 10 &&
+                (!above || l->geometry().bottom() > above->geometry().bottom()))
+                above = l;
+        QVERIFY2(above && box->geometry().top() - above->geometry().bottom() <= 12, name);
+    }
     auto *list = child<ui::DataList>(&w, "dtlAreasActividades");
     auto *areas = child<ui::DataCombo>(&w, "dtcAreas");
     const QString links = QStringLiteral("AREAS_ACTIVIDADES");

@@ -376,6 +376,22 @@ private slots:
                  1);
     }
 
+    // The first request of an empty list enables cmdCerrar as any new row does, which then
+    // says the month must be approved first.
+    void firstRequestOfEmptyList()
+    {
+        db().execNative(QStringLiteral("DELETE FROM CIERREMESES"));
+        loginChief();
+        CierreMesJefeArea tab;
+        QVERIFY(!child<QPushButton>(&tab, "cmdCerrar")->isEnabled());
+        click(&tab, "cmdSolicitarCierre");
+        QVERIFY(child<QPushButton>(&tab, "cmdCerrar")->isEnabled());
+        QVERIFY(child<QPushButton>(&tab, "cmdExportar")->isEnabled());
+        click(&tab, "cmdCerrar");
+        QCOMPARE(dialogs().texts(), QStringList{kNotApproved});
+        QCOMPARE(count(QStringLiteral("CIERREMESES")), 0);
+    }
+
     // A delete refused by the store after the copy went through: nothing moves at all.
     void failureBetweenCopyAndDeleteMovesNothing()
     {

@@ -45,10 +45,17 @@ for s in book.find('m:sheets', ns):
             continue
         value = strings[int(v.text)] if c.get('t') == 's' else v.text
         print(c.get('r') + '\t' + value)
+    for col in sheet.iter('{%s}col' % ns['m']):
+        for i in range(int(col.get('min')), int(col.get('max')) + 1):
+            print('COL\t' + chr(64 + i) + '\t' + col.get('width'))
 for name in z.namelist():
     if name.startswith('xl/charts/chart'):
-        for f in ET.fromstring(z.read(name)).iter('{http://schemas.openxmlformats.org/drawingml/2006/chart}f'):
+        chart = ET.fromstring(z.read(name))
+        c = '{http://schemas.openxmlformats.org/drawingml/2006/chart}'
+        for f in chart.iter(c + 'f'):
             print('CHART\t' + f.text + '\t' + name)
+        kinds = [e.tag[len(c):] for e in chart.iter() if e.tag in (c + 'pieChart', c + 'pie3DChart', c + 'view3D')]
+        print('KIND\t' + '\t'.join(kinds))
 )";
 
 }  // namespace
@@ -129,8 +136,8 @@ private slots:
             const int r = 4 + i;
             QCOMPARE(s.cell(r, 1).value.toDouble(), e.at(1).toString().toDouble());
             QCOMPARE(s.cell(r, 2).value.toString(), e.at(0).toString());
-            QCOMPARE(int(s.cell(r, 3).kind), int(output::Cell::Kind::Date));
-            QCOMPARE(s.cell(r, 3).value.toDate(), e.at(2).toDate());
+            QCOMPARE(int(s.cell(r, 3).kind), int(output::Cell::Kind::Text));
+            QCOMPARE(s.cell(r, 3).value.toString(), e.at(2).toDate().toString(QStringLiteral("dd/MM/yyyy")));
             QCOMPARE(s.cell(r, 4).value.toDouble(), e.at(5).toDouble());
             QCOMPARE(s.cell(r, 5).value.toString(), e.at(6).toString());
             QCOMPARE(s.cell(r, 6).value.toString(), e.at(8).toString());
@@ -140,6 +147,33 @@ private slots:
         QVERIFY(names.size() > 1);  // all of the area's staff, each with their own name
 
         secondOpinion(path, expected);
+    }
+
+    // A name typed with the old .xls extension (or none) is saved as .xlsx, the format the
+    // workbook is in, and the message says where it went.
+    void oldExtensionSavedAsXlsx_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("saved");
+        QTest::newRow("xls") << "resumen.xls" << "resumen.xlsx";
+        QTest::newRow("XLS") << "Horas.XLS" << "Horas.xlsx";
+        QTest::newRow("sin extensión") << "horas" << "horas.xlsx";
+        QTest::newRow("xlsx") << "ya.xlsx" << "ya.xlsx";
+    }
+    void oldExtensionSavedAsXlsx()
+    {
+        QFETCH(QString, typed);
+        QFETCH(QString, saved);
+        QTemporaryDir dir;
+        m_dialogs->typeNext(dir.filePath(typed));
+        run();
+        QVERIFY(QFile::exists(dir.filePath(saved)));
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList{saved});
+        QVERIFY(m_dialogs->last().text.startsWith(QStringLiteral("Se ha exportado a Excel con exito")));
+        if (typed != saved)
+            QVERIFY2(m_dialogs->last().text.contains(QDir::toNativeSeparators(dir.filePath(saved))),
+                     qPrintable(m_dialogs->last().text));
+        QCOMPARE(int(output::loadXlsx(dir.filePath(saved)).sheets.size()), 2);
     }
 
     void cancelSavesNothing_data()
@@ -236,26 +270,41 @@ private:
         QVERIFY(p.waitForFinished(60000));
         QCOMPARE(p.exitCode(), 0);
         QHash<QString, QString> cells;
-        QStringList sheets, chartRanges;
+        QStringList sheets, chartRanges, chartKinds;
+        QHash<QString, double> widths;
         for (const QString &line : QString::fromUtf8(p.readAllStandardOutput()).split(QLatin1Char('\n'))) {
             const QStringList parts = line.split(QLatin1Char('\t'));
             if (parts.size() == 3 && parts[0] == QLatin1String("SHEET"))
                 sheets << parts[1] + QLatin1Char(' ') + parts[2].section(QLatin1Char('/'), -2, -2);
             else if (parts.size() == 3 && parts[0] == QLatin1String("CHART"))
                 chartRanges << parts[1];
+            else if (parts.size() == 3 && parts[0] == QLatin1String("KIND"))
+                chartKinds << parts[1] + QLatin1Char(' ') + parts[2];
+            else if (parts.size() == 3 && parts[0] == QLatin1String("COL"))
+                widths.insert(parts[1], parts[2].toDouble());
             else if (parts.size() == 2)
                 cells.insert(parts[0], parts[1]);
         }
         QCOMPARE(sheets, (QStringList{"Chart1 chartsheets", "Sheet1 worksheets"}));
         const QString last = QString::number(3 + int(expected.rows.size()));
         QCOMPARE(chartRanges, (QStringList{"Sheet1!$A$4:$A$" + last, "Sheet1!$D$4:$D$" + last}));
+        // A three-dimensional pie, tilted.
+        QCOMPARE(chartKinds, (QStringList{"view3D pie3DChart"}));
+        // Every column that shows a number, a date or a text with something beside it has
+        // a width as wide as its widest such cell (no ### in a spreadsheet program).
+        for (const char *column : {"A", "B", "C", "D", "E", "F", "G"}) {
+            double widest = 0;
+            for (int i = 0; i < int(expected.rows.size()); ++i)
+                widest = std::max<double>(widest, cells.value(column + QString::number(4 + i)).size());
+            QVERIFY2(widths.value(QString::fromLatin1(column)) >= widest, column);
+        }
         QCOMPARE(cells.value("A1"), QStringLiteral("Horas trabajadas en el area: DOC"));
         QCOMPARE(cells.value("G3"), QStringLiteral("VALOR HORA"));
         for (int i = 0; i < int(expected.rows.size()); ++i) {
             const QString r = QString::number(4 + i);
             QCOMPARE(cells.value("A" + r).toDouble(), expected.rows[i].at(1).toString().toDouble());
             QCOMPARE(cells.value("B" + r), expected.rows[i].at(0).toString());
-            QCOMPARE(cells.value("C" + r).toDouble(), output::dateSerial(expected.rows[i].at(2).toDate()));
+            QCOMPARE(cells.value("C" + r), expected.rows[i].at(2).toDate().toString(QStringLiteral("dd/MM/yyyy")));
             QCOMPARE(cells.value("D" + r).toDouble(), expected.rows[i].at(5).toDouble());
         }
     }

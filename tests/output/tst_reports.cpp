@@ -7,6 +7,7 @@
 #include "TempStore.h"
 #include "output/ReportDesigns.h"
 #include "output/ReportEngine.h"
+#include "output/ReportPainter.h"
 #include "output/ReportPreview.h"
 #include "output/dtrPresupuestoJefeArea.h"
 #include "output/dtrPresupuestoSuperUsuario.h"
@@ -24,6 +25,7 @@
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <QFontMetrics>
 #include <QTest>
 #include <QToolButton>
 
@@ -355,16 +357,30 @@ void TestReports::budgetReport()
             }
         }
         QStringList line;
+        int lastLineBottom = 0, nextLineTop = 0;
         for (const DisplayItem &item : page.items) {
             if (item.kind != DisplayItem::Kind::Text)
                 continue;
             if (item.section == QLatin1String("Presupuesto_Detail")) {
                 QCOMPARE(item.rect.left(), headingLeft.at(std::size_t(line.size())));
                 QVERIFY(item.rect.top() > headerBottom);
+                // Whole within its column: a long text ("Pesos Uruguayos", a long activity)
+                // breaks into lines and its line grows, never past the next column or the
+                // report's right edge.
+                QVERIFY(item.wraps);
+                const QRect need = QFontMetrics(output::reportFont(item.font))
+                                       .boundingRect(item.rect, Qt::TextWordWrap, item.text);
+                QVERIFY2(need.width() <= item.rect.width() && need.height() <= item.rect.height(),
+                         qPrintable(item.text));
+                QVERIFY(item.rect.right() <= output::ReportLayout().leftMargin() + 9360);
+                QVERIFY(item.rect.top() >= lastLineBottom);
+                if (line.size() == 5)
+                    nextLineTop = std::max(nextLineTop, item.rect.bottom());
                 line << item.text;
                 if (line.size() == 6) {
                     lines << line;
                     line.clear();
+                    lastLineBottom = nextLineTop;
                 }
             } else {
                 QVERIFY2(QStringList({"ReportHeader", "PageHeader", "PageFooter"}).contains(item.section),

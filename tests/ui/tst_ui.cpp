@@ -7,6 +7,14 @@
 #include "ui/Masks.h"
 #include "ui/MonthView.h"
 #include "ui/StatusPanels.h"
+#include "ui/ScreenFit.h"
+#include "ui/Masks.h"
+
+#include <QDialogButtonBox>
+#include <QInputDialog>
+#include <QPushButton>
+#include <QMenu>
+#include <QScreen>
 
 #include <QAction>
 #include <QLabel>
@@ -321,6 +329,10 @@ private slots:
             QCOMPARE(dialogs.last().icon, Icon::Exclamation);
             QCOMPARE(dialogs.last().title, QStringLiteral("Quronda"));
             QVERIFY(dialogs.last().text.contains(typed.isEmpty() ? QStringLiteral("blanco") : typed));
+            // The example of a good date is today's, in the box's own mask.
+            QVERIFY2(dialogs.last().text.contains(QStringLiteral("por ejemplo %1.").arg(
+                         ui::formatDate(QDate::currentDate(), QStringLiteral("d-MMM-yy")))),
+                     qPrintable(dialogs.last().text));
         }
         // One signal per change of the date the user made, carrying the final date.
         if (date == start) {
@@ -460,6 +472,80 @@ private slots:
         QVERIFY(QTime::fromString(bar->panelText("Hora"), "H:mm").isValid());
         bar->showMessage("una ayuda");
         QVERIFY(bar->panel("Usuario")->isVisible());
+
+        // The clock keeps clear of the window's right edge, its widest time whole.
+        window.resize(1024, 200);
+        QLabel *hora = bar->panel("Hora");
+        QTRY_VERIFY(hora->geometry().right() < bar->width() - 2);
+        hora->setText(QStringLiteral("23:58"));
+        QVERIFY(ui::textFits(hora));
+        QVERIFY2(ui::clippedTexts(&window).isEmpty(), qPrintable(ui::clippedTexts(&window).join('\n')));
+    }
+
+    // A window that would stand partly off the screen is brought inside its free area when
+    // shown, shrunk if it is larger than the area, its title bar always on screen.
+    void windowsOpenOnScreen_data()
+    {
+        QTest::addColumn<QPoint>("at");
+        QTest::addColumn<QSize>("size");
+        QTest::newRow("past the bottom right") << QPoint(10000, 10000) << QSize(400, 300);
+        QTest::newRow("above the top left") << QPoint(-500, -500) << QSize(400, 300);
+        QTest::newRow("larger than the screen") << QPoint(0, 0) << QSize(5000, 4000);
+        QTest::newRow("never placed") << QPoint(-1, -1) << QSize(400, 3000);
+    }
+    void windowsOpenOnScreen()
+    {
+        QFETCH(QPoint, at);
+        QFETCH(QSize, size);
+        QWidget window;
+        window.resize(size);
+        if (at != QPoint(-1, -1))
+            window.move(at);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QVERIFY(ui::frameOnScreen(&window));
+        QVERIFY(window.frameGeometry().top() >= window.screen()->availableGeometry().top());
+    }
+
+    // A narrow dialog is widened so its title can be read in the title bar.
+    void narrowWindowsShowTheirTitle()
+    {
+        QInputDialog dialog;
+        dialog.setWindowTitle(QStringLiteral("Guardar como PDF"));
+        dialog.setLabelText(QStringLiteral("Nombre:"));
+        dialog.resize(120, 80);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QVERIFY(ui::titleWidth(&dialog) > dialog.fontMetrics().horizontalAdvance(dialog.windowTitle()));
+        QVERIFY(dialog.width() >= ui::titleWidth(&dialog));
+    }
+
+    void placeInsideKeepsTitleBar()
+    {
+        const QRect area(0, 0, 1280, 1000);
+        const QMargins frame(1, 24, 1, 4);
+        QCOMPARE(ui::placeInside(area, frame, QPoint(1200, 900), QSize(400, 300), QSize()),
+                 QRect(878, 672, 400, 300));
+        // Too tall: shrunk to the area less the frame, down to its minimum size.
+        QCOMPARE(ui::placeInside(area, frame, QPoint(10, 10), QSize(400, 1200), QSize()), QRect(10, 0, 400, 972));
+        QCOMPARE(ui::placeInside(area, frame, QPoint(10, 10), QSize(400, 1200), QSize(0, 1100)),
+                 QRect(10, 0, 400, 1100));
+    }
+
+    // The toolkit's own texts are Spanish: the menu of a text box, standard buttons.
+    void toolkitSpeaksSpanish()
+    {
+        QCOMPARE(QCoreApplication::translate("QLineEdit", "&Undo"), QStringLiteral("&Deshacer"));
+        QCOMPARE(QCoreApplication::translate("QLineEdit", "Select All"), QStringLiteral("Seleccionar todo"));
+        QLineEdit edit;
+        std::unique_ptr<QMenu> menu(edit.createStandardContextMenu());
+        QStringList texts;
+        for (QAction *a : menu->actions())
+            if (!a->isSeparator())
+                texts << a->text();
+        QVERIFY2(!texts.join(QLatin1Char(' ')).contains(QStringLiteral("Paste")), qPrintable(texts.join(',')));
+        QVERIFY(QDialogButtonBox(QDialogButtonBox::Cancel).button(QDialogButtonBox::Cancel)->text().contains(
+            QStringLiteral("Cancelar")));
     }
 
     // ---------------------------------------------------------------- the dialogs seam

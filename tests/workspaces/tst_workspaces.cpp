@@ -174,7 +174,8 @@ private slots:
     void stateTable();
     void sortCaptions();
     void buttonsFollowTheCurrentList();
-    void deleteAsksAndKeepsTheLink();
+    void deleteAsksAndTakesTheLink();
+    void deleteFailureKeepsBoth();
     void deleteOutsideTabZero();
     void deleteRowAlreadyGone();
     void modificarOnArchiveTabOpensCurrentRow();
@@ -484,7 +485,7 @@ void TestWorkspaces::buttonsFollowTheCurrentList()
     QVERIFY(s.writeKeys(true));
 }
 
-void TestWorkspaces::deleteAsksAndKeepsTheLink()
+void TestWorkspaces::deleteAsksAndTakesTheLink()
 {
     tests::TempStore store;
     Screen s(5);
@@ -518,13 +519,46 @@ void TestWorkspaces::deleteAsksAndKeepsTheLink()
     QVERIFY(s.bar->trigger(QStringLiteral("eliminar")));
     QCOMPARE(store.count(QStringLiteral("HORAS")), before - 1);
     QCOMPARE(store.count(QStringLiteral("HORAS"), QStringLiteral("HorId = ?"), {id}), 0);
-    QCOMPARE(store.count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"), {id}), 1);
+    QCOMPARE(store.count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"), {id}), 0);
     QCOMPARE(m_dialogs.busyHistory().mid(busyBefore), (QList<bool>{true, false}));
     QVERIFY(!ui::isBusy());
     QVERIFY(!Screen::ids(s.mes).contains(QString::number(id)));
     QVERIFY(s.writeKeys(true));  // rows remain: the delete's own moves leave the buttons be
     QCOMPARE(Screen::ids(s.mes), idsOf(store, Workspace::defaultStatement(Workspace::List::Current, kUsuario)));
     QCOMPARE(m_dialogs.count(), 2);
+}
+
+// A delete the store refuses halfway (the HORAS row cannot go) takes nothing: the link row
+// deleted first comes back with the rest of the transaction.
+void TestWorkspaces::deleteFailureKeepsBoth()
+{
+    tests::TempStore store;
+    if (store.backend() != store::Backend::SQLite)
+        QSKIP("the refusal is an SQLite trigger");
+    Screen s(5);
+    int row = -1;
+    for (int r = 0; r < s.mes->rowCount() && row < 0; ++r)
+        if (store.count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"),
+                        {s.mes->cellText(r, 8).toLongLong()}) == 1)
+            row = r;
+    QVERIFY(row >= 0);
+    s.mes->clickRow(row);
+    const qlonglong id = s.mes->cellText(row, 8).toLongLong();
+    store.execNative(QStringLiteral("CREATE TRIGGER horas_fijas BEFORE DELETE ON HORAS "
+                                    "BEGIN SELECT RAISE(ABORT, 'borrado rechazado'); END"));
+    m_dialogs.answerNext(ui::Answer::Yes);
+    bool refused = false;
+    try {
+        s.bar->trigger(QStringLiteral("eliminar"));
+    } catch (const std::exception &) {
+        refused = true;
+    }
+    QVERIFY(refused || m_dialogs.count() == 2);
+    QCOMPARE(store.count(QStringLiteral("HORAS"), QStringLiteral("HorId = ?"), {id}), 1);
+    QCOMPARE(store.count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"), {id}), 1);
+    QVERIFY(!ui::isBusy());
+    QCOMPARE(s.adcMes->recordSource(), Workspace::defaultStatement(Workspace::List::Current, kUsuario));
+    store.execNative(QStringLiteral("DROP TRIGGER horas_fijas"));
 }
 
 void TestWorkspaces::deleteOutsideTabZero()
