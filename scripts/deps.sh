@@ -18,6 +18,9 @@ tempalia_install_deps() {
   DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
 }
 
+# The shared store on a primary with a standby (scripts/ha-cluster): pg_auto_failover.
+TEMPALIA_PACKAGES="$TEMPALIA_PACKAGES pg-auto-failover-cli postgresql-15-auto-failover"
+
 tempalia_build() {
   local dir="$1"; shift
   cmake -S "$TEMPALIA_ROOT" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@" >/dev/null
