@@ -15,7 +15,7 @@ tempalia_pg_start() {
   fi
   "${run[@]}" "$bindir/initdb" -D "$TEMPALIA_PG_DIR/data" -A trust -U "$TEMPALIA_PG_USER" -E UTF8 >/dev/null
   "${run[@]}" "$bindir/pg_ctl" -D "$TEMPALIA_PG_DIR/data" -l "$TEMPALIA_PG_DIR/log" -w \
-     -o "-p $TEMPALIA_PG_PORT -k $TEMPALIA_PG_DIR -c listen_addresses=127.0.0.1 -c fsync=off" start >/dev/null
+     -o "-p $TEMPALIA_PG_PORT -k $TEMPALIA_PG_DIR -c listen_addresses=127.0.0.1 -c fsync=${TEMPALIA_PG_FSYNC:-off}" start >/dev/null
   TEMPALIA_PG_STOP=("${run[@]}" "$bindir/pg_ctl" -D "$TEMPALIA_PG_DIR/data" -m fast stop)
   trap tempalia_pg_stop EXIT
   TEMPALIA_PG_DB=postgres
