@@ -13,6 +13,7 @@
 //       after it is taken; the lost node then rejoins as the standby. Prints
 //       "failover <ms>" per run and "failover-median <ms>".
 #include "StoreTool.h"
+#include "Median.h"
 
 #include "store/Connection.h"
 #include "store/StoreError.h"
@@ -33,17 +34,10 @@
 
 namespace {
 
+using bench::median;
+
 const QString kUser = QStringLiteral("11111111");  // a demo teacher of the area DOC
 const QString kChief = QStringLiteral("22222222");
-
-double median(std::vector<double> v)
-{
-    if (v.empty())
-        return -1;
-    std::sort(v.begin(), v.end());
-    const std::size_t n = v.size();
-    return n % 2 ? v[n / 2] : (v[n / 2 - 1] + v[n / 2]) / 2;
-}
 
 void say(const QString &line)
 {
@@ -193,9 +187,10 @@ int failovers(const QString &driver, const QString &script, int runs)
         t.start();
         while (user.starting(QStringLiteral("OK ")).size() < 3 && t.elapsed() < 120000)
             QThread::msleep(50);
-        const qint64 lostAt = QDateTime::currentMSecsSinceEpoch();
+        // The primary is gone once the script returns.
         if (!ha(script, {QStringLiteral("kill-primary")}))
             return 1;
+        const qint64 lostAt = QDateTime::currentMSecsSinceEpoch();
         qint64 savedAt = 0;
         t.restart();
         while (savedAt == 0 && t.elapsed() < 180000) {
