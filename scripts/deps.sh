@@ -3,7 +3,7 @@
 TEMPALIA_PACKAGES="cmake ninja-build g++ pkg-config qt6-base-dev libqt6sql6-odbc unixodbc unixodbc-dev
   libsqliteodbc sqlite3 libsqlite3-dev odbc-postgresql postgresql libpq-dev qt6-charts-dev
   qt6-datavisualization-dev qt6-declarative-dev libxlsxwriter-dev zlib1g-dev libgl-dev xvfb xauth
-  fonts-dejavu-core poppler-utils"
+  fonts-dejavu-core poppler-utils python3-minimal"
 
 tempalia_install_deps() {
   local missing=()
