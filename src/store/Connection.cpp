@@ -377,21 +377,30 @@ auto Connection::run(const QString &sql, const QVariantList &values, Use use) ->
             } catch (const StoreError &e) {
                 if (!q.lastError().isValid() || q.lastError().type() == QSqlError::NoError)
                     throw;
-                failure = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false);
+                failure = StoreError::fromDiagnostic(m_backend, withLinkState(diagnosticOf(q)), q.lastError(), false);
             }
         } else {
-            failure = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false);
+            failure = StoreError::fromDiagnostic(m_backend, withLinkState(diagnosticOf(q)), q.lastError(), false);
         }
         if (failure->fault() == StoreError::Fault::ConnectionLost) {
             m_dead = true;
-            if (read && !m_inTransaction && attempt == 1) {
+            if (!m_inTransaction) {
+                // A new connection at once, on whichever server takes writes now (the data
+                // source may name a primary and its standby): a read is sent again on it,
+                // a write is not, and the user is asked to repeat it.
                 q = QSqlQuery();
+                bool reopened = false;
                 try {
                     reopen();
-                    continue;
+                    reopened = true;
                 } catch (const StoreError &) {
-                    // The server is still away: the user is told the connection was lost.
+                    // No server answers yet: the user is told the connection was lost, and
+                    // the next statement tries again.
                 }
+                if (reopened && read && attempt == 1)
+                    continue;
+                if (reopened)
+                    throw StoreError::reconnectedAfter(*failure);
             }
         }
         throw *failure;
@@ -421,7 +430,7 @@ void Connection::probe()
         if (q.exec(QStringLiteral("SELECT 1")))
             q.finish();
         else
-            lost = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false).fault() ==
+            lost = StoreError::fromDiagnostic(m_backend, withLinkState(diagnosticOf(q)), q.lastError(), false).fault() ==
                    StoreError::Fault::ConnectionLost;
     }
     if (lost)
@@ -472,9 +481,24 @@ void Connection::rollback()
     db.rollback();
 }
 
+// The PostgreSQL driver reports a connection the server dropped in the middle of a
+// statement with bound values as a general error (S1000); the connection itself knows it
+// is dead. Such a failure gets the SQLSTATE of a broken link, 08S01, which is what it is.
+Diagnostic Connection::withLinkState(Diagnostic diag) const
+{
+    if (m_backend != Backend::PostgreSQL || diag.state.startsWith(QLatin1String("08")))
+        return diag;
+    if (SQLHANDLE hdbc = handleOf(database().driver()->handle())) {
+        SQLUINTEGER dead = SQL_CD_FALSE;
+        if (SQL_SUCCEEDED(SQLGetConnectAttr(hdbc, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr)) && dead == SQL_CD_TRUE)
+            diag.state = QStringLiteral("08S01");
+    }
+    return diag;
+}
+
 StoreError Connection::transactionError(const QSqlDatabase &db)
 {
-    StoreError e = StoreError::fromDiagnostic(m_backend, diagnosticOf(db), db.lastError(), false);
+    StoreError e = StoreError::fromDiagnostic(m_backend, withLinkState(diagnosticOf(db)), db.lastError(), false);
     if (e.fault() == StoreError::Fault::ConnectionLost)
         m_dead = true;
     return e;

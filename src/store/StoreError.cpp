@@ -69,7 +69,7 @@ Fault postgresFault(const QString &state, bool connecting)
         {QStringLiteral("40P01"), Fault::Serialization},    {QStringLiteral("55P03"), Fault::Busy},
         {QStringLiteral("57014"), Fault::Busy},             {QStringLiteral("28000"), Fault::LoginRefused},
         {QStringLiteral("28P01"), Fault::LoginRefused},     {QStringLiteral("42501"), Fault::PermissionDenied},
-        {QStringLiteral("53100"), Fault::DiskFull},         {QStringLiteral("25006"), Fault::ReadOnly},
+        {QStringLiteral("53100"), Fault::DiskFull},         {QStringLiteral("25006"), Fault::StandbyOnly},
         {QStringLiteral("3D000"), Fault::NoDataSource},     {QStringLiteral("53300"), Fault::Unreachable},
         {QStringLiteral("HYT01"), Fault::Unreachable},
     };
@@ -118,6 +118,12 @@ QString StoreError::sentence(Fault fault, const QString &detail)
     case Fault::ConnectionLost:
         return QStringLiteral("Se perdió la conexión con la base de datos. Lo que estaba guardando no se guardó; "
                               "compruebe la red o el servidor y vuelva a intentarlo.");
+    case Fault::Reconnected:
+        return QStringLiteral("Se perdió la conexión con la base de datos; se reconectó al servidor disponible. "
+                              "Repita la operación.");
+    case Fault::StandbyOnly:
+        return QStringLiteral("Solo responde un servidor de reserva, de solo lectura: no se guardó nada. Intente de "
+                              "nuevo en unos segundos, cuando la reserva ocupe el lugar del servidor principal.");
     case Fault::LoginRefused:
         return QStringLiteral("El servidor de la base de datos rechazó el usuario o la contraseña del origen de datos. "
                               "Pida al administrador que revise la cuenta del origen de datos.");
@@ -179,6 +185,11 @@ StoreError StoreError::fromDiagnostic(Backend backend, const Diagnostic &diag, c
         fault = postgresFault(diag.state, connecting);
     else
         fault = sqliteFault(native, text);
+    // libpq refuses a server that takes no writes (target_session_attrs=read-write) with
+    // these fixed words and no SQLSTATE of its own.
+    static const QRegularExpression standby(QStringLiteral("session is read-only|server is in hot standby mode"));
+    if (connecting && backend == Backend::PostgreSQL && standby.match(text).hasMatch())
+        fault = Fault::StandbyOnly;
     if (fault == Fault::Other && connecting)
         fault = backend == Backend::PostgreSQL ? Fault::Unreachable : Fault::CannotOpen;
 
@@ -193,16 +204,27 @@ StoreError StoreError::fromDiagnostic(Backend backend, const Diagnostic &diag, c
         code = diag.state.isEmpty() ? QString() : QStringLiteral("SQLSTATE %1").arg(diag.state);
     else if (native != 0)
         code = QStringLiteral("SQLite %1").arg(native);
-    QString description = sentence(fault, detail);
+    QString said;
     if (!code.isEmpty())
-        description += QStringLiteral(" (código %1)").arg(code);
+        said += QStringLiteral(" (código %1)").arg(code);
     if (!text.isEmpty())
-        description += QStringLiteral("\n(%1)").arg(text);
+        said += QStringLiteral("\n(%1)").arg(text);
+    const QString description = sentence(fault, detail) + said;
 
     const bool notConnected = connecting || fault == Fault::NoDataSource;
     StoreError e(notConnected ? Kind::NotConnected : Kind::Store, native != 0 ? native : -2147467259, description);
     e.m_fault = fault;
     e.m_state = diag.state;
+    e.m_said = said;
+    return e;
+}
+
+StoreError StoreError::reconnectedAfter(const StoreError &lost)
+{
+    StoreError e(Kind::Store, lost.m_number, sentence(Fault::Reconnected) + lost.m_said);
+    e.m_fault = Fault::Reconnected;
+    e.m_state = lost.m_state;
+    e.m_said = lost.m_said;
     return e;
 }
 

@@ -45,6 +45,8 @@ public:
         NoDataSource,      // no data source of that name
         Unreachable,       // the server could not be reached when connecting
         ConnectionLost,    // the connection broke during the work
+        Reconnected,       // it broke, and a new one is open on the server that answers now
+        StandbyOnly,       // only a read-only standby answers (the primary is lost or not yet replaced)
         LoginRefused,      // the server refused the data source's account
         PermissionDenied,  // the account may not do this
         Serialization,     // serialization failure or deadlock: nothing was done, try again
@@ -61,6 +63,9 @@ public:
     // A refusal of the store with what the driver's diagnostics say.
     static StoreError fromDiagnostic(Backend backend, const Diagnostic &diag, const QSqlError &error, bool connecting);
     static StoreError noCurrentRow();
+    // The error of a statement whose connection broke, once a new connection is open: the
+    // statement was not sent again, and the user is asked to repeat what they did.
+    static StoreError reconnectedAfter(const StoreError &lost);
     static Fault classify(Backend backend, const QString &state, int native, const QString &text);
     // The Spanish sentence for a fault (what happened and what to do).
     static QString sentence(Fault fault, const QString &detail = {});
@@ -77,6 +82,7 @@ private:
     QString m_description;
     Fault m_fault = Fault::Other;
     QString m_state;
+    QString m_said;  // the store's code and the driver's text, after the sentence
 };
 
 }  // namespace store
