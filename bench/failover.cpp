@@ -3,9 +3,9 @@
 // processes, the program's real windows headless, on the data source RRHHODBC of the
 // environment (ODBCSYSINI / ODBCINI); the store behind it is made afresh with the demo rows.
 //
-//   tempalia-bench-failover costs <driver> [--runs N] [--close-rows R]
-//       the median of N hours saves (the press of cmdGuardar in frmRegistroHoras) and of N
-//       month closes of about R rows (the press of cmdCerrar, put back after each run);
+//   tempalia-bench-failover costs <driver> [--runs N] [--saves S] [--close-rows R]
+//       the median of S hours saves (the press of cmdGuardar in frmRegistroHoras; 40) and of
+//       N month closes of about R rows (the press of cmdCerrar, put back after each run);
 //       prints "save <ms>" and "close <ms> <rows>".
 //   tempalia-bench-failover failover <driver> <ha-cluster script> [--runs N]
 //       N times: a user saves one entry after another, the primary is lost
@@ -109,20 +109,20 @@ qint64 okField(const QString &line, int field)
     return line.split(QLatin1Char(' ')).value(field).toLongLong();
 }
 
-int costs(const QString &driver, int runs, int closeRows)
+int costs(const QString &driver, int runs, int saveRuns, int closeRows)
 {
     auto conn = freshStore();
 
     // Hours saves: one warm-up entry, then `runs` timed ones.
-    User saver(driver, {QStringLiteral("entry"), kUser, QString::number(runs + 1), QStringLiteral("2031-03-03")});
+    User saver(driver, {QStringLiteral("entry"), kUser, QString::number(saveRuns + 1), QStringLiteral("2031-03-03")});
     if (!saver.finish())
         return 1;
     std::vector<double> saves;
     const QStringList ok = saver.starting(QStringLiteral("OK "));
     for (int i = 1; i < ok.size(); ++i)
-        saves.push_back(double(okField(ok[i], 10)));
-    if (int(saves.size()) != runs) {
-        std::fprintf(stderr, "only %d of %d saves went through\n", int(saves.size()), runs);
+        saves.push_back(ok[i].split(QLatin1Char(' ')).value(10).toDouble());
+    if (int(saves.size()) != saveRuns) {
+        std::fprintf(stderr, "only %d of %d saves went through\n", int(saves.size()), saveRuns);
         return 1;
     }
     say(QStringLiteral("save %1").arg(median(saves), 0, 'f', 1));
@@ -154,7 +154,7 @@ int costs(const QString &driver, int runs, int closeRows)
             return 1;
         }
         if (run > 0)  // the first is the warm-up
-            closes.push_back(double(chief.starting(QStringLiteral("MS ")).value(0).mid(3).toLongLong()));
+            closes.push_back(chief.starting(QStringLiteral("MS ")).value(0).mid(3).toDouble());
         conn->beginTransaction();
         const QString moved = QStringLiteral("HHORAS WHERE HorId NOT IN (SELECT HorId FROM ARCHIVED_BEFORE)");
         conn->executeNative(QStringLiteral("INSERT INTO HORAS SELECT * FROM ") + moved);
@@ -231,14 +231,15 @@ int main(int argc, char *argv[])
     const int runs = optionValue(args, QStringLiteral("--runs"), 5);
     try {
         if (args.value(0) == QLatin1String("costs") && args.size() >= 2)
-            return costs(args.at(1), runs, optionValue(args, QStringLiteral("--close-rows"), 20000));
+            return costs(args.at(1), runs, optionValue(args, QStringLiteral("--saves"), 40),
+                         optionValue(args, QStringLiteral("--close-rows"), 20000));
         if (args.value(0) == QLatin1String("failover") && args.size() >= 3)
             return failovers(args.at(1), args.at(2), runs);
     } catch (const store::StoreError &e) {
         std::fprintf(stderr, "tempalia-bench-failover: %s\n", qPrintable(e.description()));
         return 1;
     }
-    std::fputs("Uso: tempalia-bench-failover costs DRIVER [--runs N] [--close-rows R]\n"
+    std::fputs("Uso: tempalia-bench-failover costs DRIVER [--runs N] [--saves S] [--close-rows R]\n"
                "     tempalia-bench-failover failover DRIVER HA-CLUSTER [--runs N]\n",
                stderr);
     return 2;

@@ -168,7 +168,7 @@ int entries(const QStringList &args)
         } catch (const store::StoreError &e) {
             ui::showError(e);
         }
-        const qint64 savedIn = saving.isValid() ? saving.elapsed() : -1;
+        const double savedIn = saving.isValid() ? saving.nsecsElapsed() / 1e6 : -1;
         const QVariant horId = w ? w->storedHorId() : QVariant();
         const bool stillOpen = w && w->isVisible();
         if (dialogs.count() == 0 && !stillOpen && !horId.isNull()) {
@@ -181,7 +181,7 @@ int entries(const QStringList &args)
                     .arg(teaching ? rub : QStringLiteral("-"), teaching ? mat : QStringLiteral("-"),
                          teaching ? turno : QStringLiteral("-"))
                     .arg(QDateTime::currentMSecsSinceEpoch())
-                    .arg(savedIn));
+                    .arg(savedIn, 0, 'f', 2));
         } else {
             ++failed;
             say(QStringLiteral("ERROR %1 %2 stored=%3").arg(i).arg(boxes(dialogs), horId.toString()));
@@ -221,7 +221,7 @@ int closeMonth(const QStringList &args)
             QElapsedTimer pressed;
             pressed.start();
             child<QPushButton>(&tab, "cmdCerrar")->click();
-            say(QStringLiteral("MS %1").arg(pressed.elapsed()));
+            say(QStringLiteral("MS %1").arg(pressed.nsecsElapsed() / 1e6, 0, 'f', 2));
             // The confirmation is the one box a good close shows.
             if (dialogs.count() == 1 && dialogs.last().buttons == ui::Buttons::YesNo) {
                 say(QStringLiteral("CLOSED"));
