@@ -99,15 +99,6 @@ inline std::unique_ptr<CierreMesJefeArea> chiefTabOn(qlonglong id)
     return tab;
 }
 
-inline qlonglong approvedClose(tests::TempStore &db, const QDate &cutOff)
-{
-    db.execNative(QStringLiteral("INSERT INTO CIERREMESES (FunCedula, AreId, CieMesMesCierre, CieMesAnioCierre, "
-                                 "CieMesFechaActual, CieMesFechaCierre, CieMesAprobado, CieMesDesaprobado, "
-                                 "CieMesCerrado) VALUES ('22222222', 'DOC', ?, ?, ?, ?, ?, ?, ?)"),
-                  {cutOff.month(), cutOff.year(), cutOff, cutOff, true, false, false});
-    return db.scalar(QStringLiteral("SELECT MAX(CieMesId) FROM CIERREMESES")).toLongLong();
-}
-
 // What a store looks like, to tell that nothing changed.
 struct Census {
     int horas = 0, hhoras = 0, links = 0, areas = 0, inBoth = 0, orphanLinks = 0, closed = 0;

@@ -11,10 +11,13 @@
 //   close <CieMesId> <area> <chief cedula>
 //       the chief's close of that row through the tab "Cierre de mes", answering Yes.
 //       Prints "CLOSED" or "ERROR <boxes>".
-//   edit <horid> <hours>
-//       frmModificoHoras on that entry, the hours typed; prints "READY", waits for a line
-//       on stdin, then presses cmdGuardar: "SAVED" or "ERROR <boxes>" and "WINDOW open"
-//       or "WINDOW closed".
+//   edit <horid> <hours> [<date yyyy-MM-dd>]
+//       frmModificoHoras on that entry, the hours typed (and the date chosen); prints
+//       "READY", waits for a line on stdin, prints "PRESSING" and presses cmdGuardar:
+//       "SAVED" or "ERROR <boxes>" and "WINDOW open <hours shown>" or "WINDOW closed".
+//   delete <horid>
+//       the workspace's deletion of that entry: the row read, "READY", a line awaited,
+//       "PRESSING", the row deleted: "DELETED" or "ERROR <message>".
 //   area <key> <description>
 //       frmMantAreas: cmdNuevo, key and description typed; "READY", waits for a line on
 //       stdin, cmdGuardar: "SAVED" or "ERROR <boxes>", then "WINDOW open <key typed>"
@@ -220,8 +223,11 @@ int editEntry(const QStringList &args)
         return 0;
     }
     type(child<QLineEdit>(w, "txtHoras"), args.value(1));
+    if (args.size() > 2)
+        child<ui::DatePicker>(w, "dtpFechas_0")->chooseDate(QDate::fromString(args.value(2), Qt::ISODate));
     say(QStringLiteral("READY"));
     waitForGo();
+    say(QStringLiteral("PRESSING"));
     QTest::mouseClick(child<QPushButton>(w, "cmdGuardar"), Qt::LeftButton);
     say(dialogs.count() == 0 ? QStringLiteral("SAVED") : QStringLiteral("ERROR ") + boxes(dialogs));
     say(w && w->isVisible() ? QStringLiteral("WINDOW open ") + child<QLineEdit>(w, "txtHoras")->text()
@@ -229,6 +235,25 @@ int editEntry(const QStringList &args)
     if (w)
         w->close();
     flushDeletes();
+    say(QStringLiteral("DONE"));
+    return 0;
+}
+
+int deleteEntry(const QStringList &args)
+{
+    login(QStringLiteral("11111111"), QStringLiteral("DOC"), 5);
+    store::DataControl adc(QStringLiteral("adcMesActual"));
+    adc.setRecordSource(QStringLiteral("SELECT * FROM HORAS WHERE HORID=") + args.value(0));
+    adc.refresh();
+    say(QStringLiteral("READY"));
+    waitForGo();
+    say(QStringLiteral("PRESSING"));
+    try {
+        adc.deleteCurrent();
+        say(QStringLiteral("DELETED"));
+    } catch (const store::StoreError &e) {
+        say(QStringLiteral("ERROR ") + QString(e.description()).replace(QLatin1Char('\n'), QLatin1Char(' ')));
+    }
     say(QStringLiteral("DONE"));
     return 0;
 }
@@ -295,6 +320,8 @@ int main(int argc, char *argv[])
             return closeMonth(args);
         if (action == QLatin1String("edit"))
             return editEntry(args);
+        if (action == QLatin1String("delete"))
+            return deleteEntry(args);
         if (action == QLatin1String("area"))
             return newArea(args);
         if (action == QLatin1String("login"))
