@@ -92,6 +92,18 @@ Diagnostic diagnosticOf(const QSqlQuery &q)
     return q.result() ? diagnosticOf(SQL_HANDLE_STMT, handleOf(q.result()->handle())) : Diagnostic{};
 }
 
+// Whether the driver holds the connection for dead (the server closed it, the network
+// broke): psqlODBC reports a statement that failed that way with a general SQLSTATE, but
+// marks its connection down.
+bool connectionDead(const QSqlDatabase &db)
+{
+    SQLHANDLE hdbc = db.driver() ? handleOf(db.driver()->handle()) : nullptr;
+    if (!hdbc)
+        return false;
+    SQLUINTEGER dead = SQL_CD_FALSE;
+    return SQL_SUCCEEDED(SQLGetConnectAttr(hdbc, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr)) && dead == SQL_CD_TRUE;
+}
+
 Diagnostic diagnosticOf(const QSqlDatabase &db)
 {
     return db.driver() ? diagnosticOf(SQL_HANDLE_DBC, handleOf(db.driver()->handle())) : Diagnostic{};
@@ -377,10 +389,12 @@ auto Connection::run(const QString &sql, const QVariantList &values, Use use) ->
             } catch (const StoreError &e) {
                 if (!q.lastError().isValid() || q.lastError().type() == QSqlError::NoError)
                     throw;
-                failure = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false);
+                failure = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false,
+                                                     connectionDead(database()));
             }
         } else {
-            failure = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false);
+            failure = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false,
+                                                 connectionDead(database()));
         }
         if (failure->fault() == StoreError::Fault::ConnectionLost) {
             m_dead = true;
@@ -421,8 +435,9 @@ void Connection::probe()
         if (q.exec(QStringLiteral("SELECT 1")))
             q.finish();
         else
-            lost = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false).fault() ==
-                   StoreError::Fault::ConnectionLost;
+            lost = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false,
+                                              connectionDead(database()))
+                       .fault() == StoreError::Fault::ConnectionLost;
     }
     if (lost)
         reopen();
@@ -474,7 +489,7 @@ void Connection::rollback()
 
 StoreError Connection::transactionError(const QSqlDatabase &db)
 {
-    StoreError e = StoreError::fromDiagnostic(m_backend, diagnosticOf(db), db.lastError(), false);
+    StoreError e = StoreError::fromDiagnostic(m_backend, diagnosticOf(db), db.lastError(), false, connectionDead(db));
     if (e.fault() == StoreError::Fault::ConnectionLost)
         m_dead = true;
     return e;

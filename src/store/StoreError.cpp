@@ -159,7 +159,8 @@ StoreError::StoreError(Kind kind, int number, const QString &description)
 {
 }
 
-StoreError StoreError::fromDiagnostic(Backend backend, const Diagnostic &diag, const QSqlError &error, bool connecting)
+StoreError StoreError::fromDiagnostic(Backend backend, const Diagnostic &diag, const QSqlError &error, bool connecting,
+                                      bool connectionDead)
 {
     QString text = diag.text.trimmed();
     if (text.isEmpty())
@@ -179,6 +180,8 @@ StoreError StoreError::fromDiagnostic(Backend backend, const Diagnostic &diag, c
         fault = postgresFault(diag.state, connecting);
     else
         fault = sqliteFault(native, text);
+    if (connectionDead && !connecting)
+        fault = Fault::ConnectionLost;
     if (fault == Fault::Other && connecting)
         fault = backend == Backend::PostgreSQL ? Fault::Unreachable : Fault::CannotOpen;
 

@@ -59,7 +59,9 @@ public:
 
     static StoreError fromSql(const QSqlError &error, const QString &statement = {});
     // A refusal of the store with what the driver's diagnostics say.
-    static StoreError fromDiagnostic(Backend backend, const Diagnostic &diag, const QSqlError &error, bool connecting);
+    // `connectionDead`: the driver reports the connection dead after the failure.
+    static StoreError fromDiagnostic(Backend backend, const Diagnostic &diag, const QSqlError &error, bool connecting,
+                                     bool connectionDead = false);
     static StoreError noCurrentRow();
     static Fault classify(Backend backend, const QString &state, int native, const QString &text);
     // The Spanish sentence for a fault (what happened and what to do).
