@@ -119,8 +119,9 @@ QString StoreError::sentence(Fault fault, const QString &detail)
         return QStringLiteral("Se perdió la conexión con la base de datos. Lo que estaba guardando no se guardó; "
                               "compruebe la red o el servidor y vuelva a intentarlo.");
     case Fault::LoginRefused:
-        return QStringLiteral("El servidor de la base de datos rechazó el usuario o la contraseña del origen de datos. "
-                              "Pida al administrador que revise la cuenta del origen de datos.");
+        return QStringLiteral("El servidor de la base de datos rechazó la conexión: el usuario, la contraseña o la base "
+                              "de datos del origen de datos no son válidos. Pida al administrador que revise la cuenta "
+                              "del origen de datos.");
     case Fault::PermissionDenied:
         return QStringLiteral("La cuenta del origen de datos no tiene permiso para hacer esto. Pida al administrador "
                               "que le dé ese permiso.");
@@ -182,10 +183,15 @@ StoreError StoreError::fromDiagnostic(Backend backend, const Diagnostic &diag, c
         fault = sqliteFault(native, text);
     if (connectionDead && !connecting)
         fault = Fault::ConnectionLost;
+    // psqlODBC says 08001 for every failed connect; one the server answered and refused
+    // (account, password, database) carries the server's severity marker.
+    if (connecting && fault == Fault::Unreachable && diag.state == QLatin1String("08001") &&
+        text.contains(QLatin1String("FATAL:")))
+        fault = Fault::LoginRefused;
     if (fault == Fault::Other && connecting)
         fault = backend == Backend::PostgreSQL ? Fault::Unreachable : Fault::CannotOpen;
 
-    QString detail;
+    QString detail = fault == Fault::NoDataSource ? diag.dataSource : QString();
     if (fault == Fault::MissingValue || fault == Fault::TooLong || fault == Fault::InvalidValue)
         detail = columnIn(text);
     if (fault == Fault::TooLong && !detail.isEmpty() && detail.at(0).isDigit())

@@ -15,6 +15,7 @@ struct Diagnostic {
     QString state;
     int native = 0;
     QString text;
+    QString dataSource;  // the data source being opened, when the failure is an open's
 };
 
 // Every failure of the store layer is thrown as a StoreError: the store's own number and
