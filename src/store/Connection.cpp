@@ -92,6 +92,18 @@ Diagnostic diagnosticOf(const QSqlQuery &q)
     return q.result() ? diagnosticOf(SQL_HANDLE_STMT, handleOf(q.result()->handle())) : Diagnostic{};
 }
 
+// Whether the driver holds the connection for dead (the server closed it, the network
+// broke): psqlODBC reports a statement that failed that way with a general SQLSTATE, but
+// marks its connection down.
+bool connectionDead(const QSqlDatabase &db)
+{
+    SQLHANDLE hdbc = db.driver() ? handleOf(db.driver()->handle()) : nullptr;
+    if (!hdbc)
+        return false;
+    SQLUINTEGER dead = SQL_CD_FALSE;
+    return SQL_SUCCEEDED(SQLGetConnectAttr(hdbc, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr)) && dead == SQL_CD_TRUE;
+}
+
 Diagnostic diagnosticOf(const QSqlDatabase &db)
 {
     return db.driver() ? diagnosticOf(SQL_HANDLE_DBC, handleOf(db.driver()->handle())) : Diagnostic{};
@@ -166,14 +178,19 @@ Connection::Connection(const ConnectSpec &spec) : m_spec(spec)
                          QStringLiteral("La cadena de conexión no nombra un origen de datos."));
     m_name = QStringLiteral("tempalia-") + QUuid::createUuid().toString(QUuid::WithoutBraces);
     QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QODBC"), m_name);
-    db.setDatabaseName(m_spec.dataSource);
+    // Qt hands "DSN=<name>;<rest>" to the driver manager. The SQLite driver waits for a
+    // busy file twice, once with the engine's busy timeout and once more with its own
+    // Timeout; both are set here to half the one wait the user is promised, whatever the
+    // data source says. Other drivers ignore the attribute.
+    db.setDatabaseName(QStringLiteral("%1;Timeout=%2").arg(m_spec.dataSource).arg(kBusyTimeoutMs / 2));
     db.setConnectOptions(QStringLiteral("SQL_ATTR_LOGIN_TIMEOUT=15;SQL_ATTR_CONNECTION_TIMEOUT=15"));
     if (!db.open()) {
         const QSqlError err = db.lastError();
         db = QSqlDatabase();
         QSqlDatabase::removeDatabase(m_name);
-        throw StoreError::fromDiagnostic(backendOfDataSource(m_spec.dataSource), diagnoseOpen(m_spec.dataSource), err,
-                                         true);
+        Diagnostic diag = diagnoseOpen(m_spec.dataSource);
+        diag.dataSource = m_spec.dataSource;
+        throw StoreError::fromDiagnostic(backendOfDataSource(m_spec.dataSource), diag, err, true);
     }
     detectBackend();
     prepareSession();
@@ -244,24 +261,30 @@ void Connection::detectBackend()
 
 void Connection::prepareSession()
 {
-    QSqlQuery q(database());
-    if (m_backend == Backend::SQLite) {
-        // Several processes share the file: a writer waits for another one for at most
-        // kBusyTimeoutMs, then the user is told the store is busy. This one handler replaces
-        // the driver's own (the data source's Timeout), so the waits do not add up.
-        q.exec(QStringLiteral("PRAGMA busy_timeout=%1").arg(kBusyTimeoutMs));
-        // A commit is on the disk before the user is told it is saved: in WAL mode FULL
-        // syncs the log at every commit, so a power cut loses no saved entry.
-        q.exec(QStringLiteral("PRAGMA synchronous=FULL"));
-        // The file is created in WAL mode (readers never block the writer); a file that
-        // is not, made by hand or by an older tool, is switched when it is opened.
-        if (q.exec(QStringLiteral("PRAGMA journal_mode")) && q.next() &&
-            q.value(0).toString().compare(QLatin1String("wal"), Qt::CaseInsensitive) != 0) {
-            q.finish();
-            q.exec(QStringLiteral("PRAGMA journal_mode=WAL"));
-        }
+    if (m_backend != Backend::SQLite)
+        return;
+    // The SQLite driver runs a statement that returns rows only when its first row is
+    // fetched: each setting is read back, which also tells what it is now.
+    auto pragma = [this](const QString &statement) {
+        QSqlQuery q(database());
+        q.setForwardOnly(true);
+        QString value;
+        if (q.exec(statement) && q.next())
+            value = q.value(0).toString();
         q.finish();
-    }
+        return value;
+    };
+    // Several processes share the file: a writer waits for another one for at most
+    // kBusyTimeoutMs in all (the engine's wait and the driver's, see the open), then the
+    // user is told the store is busy.
+    pragma(QStringLiteral("PRAGMA busy_timeout=%1").arg(kBusyTimeoutMs / 2));
+    // A commit is on the disk before the user is told it is saved: in WAL mode FULL syncs
+    // the log at every commit, so a power cut loses no saved entry.
+    pragma(QStringLiteral("PRAGMA synchronous=FULL"));
+    // The file is created in WAL mode (readers never block the writer); a file that is
+    // not, made by hand or by an older tool, is switched when it is opened.
+    if (pragma(QStringLiteral("PRAGMA journal_mode")).compare(QLatin1String("wal"), Qt::CaseInsensitive) != 0)
+        pragma(QStringLiteral("PRAGMA journal_mode=WAL"));
 }
 
 QString Connection::translate(const QString &statement) const
@@ -377,10 +400,12 @@ auto Connection::run(const QString &sql, const QVariantList &values, Use use) ->
             } catch (const StoreError &e) {
                 if (!q.lastError().isValid() || q.lastError().type() == QSqlError::NoError)
                     throw;
-                failure = StoreError::fromDiagnostic(m_backend, withLinkState(diagnosticOf(q)), q.lastError(), false);
+                failure = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false,
+                                                     connectionDead(database()));
             }
         } else {
-            failure = StoreError::fromDiagnostic(m_backend, withLinkState(diagnosticOf(q)), q.lastError(), false);
+            failure = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false,
+                                                 connectionDead(database()));
         }
         if (failure->fault() == StoreError::Fault::ConnectionLost) {
             m_dead = true;
@@ -430,8 +455,9 @@ void Connection::probe()
         if (q.exec(QStringLiteral("SELECT 1")))
             q.finish();
         else
-            lost = StoreError::fromDiagnostic(m_backend, withLinkState(diagnosticOf(q)), q.lastError(), false).fault() ==
-                   StoreError::Fault::ConnectionLost;
+            lost = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false,
+                                              connectionDead(database()))
+                       .fault() == StoreError::Fault::ConnectionLost;
     }
     if (lost)
         reopen();
@@ -481,24 +507,9 @@ void Connection::rollback()
     db.rollback();
 }
 
-// The PostgreSQL driver reports a connection the server dropped in the middle of a
-// statement with bound values as a general error (S1000); the connection itself knows it
-// is dead. Such a failure gets the SQLSTATE of a broken link, 08S01, which is what it is.
-Diagnostic Connection::withLinkState(Diagnostic diag) const
-{
-    if (m_backend != Backend::PostgreSQL || diag.state.startsWith(QLatin1String("08")))
-        return diag;
-    if (SQLHANDLE hdbc = handleOf(database().driver()->handle())) {
-        SQLUINTEGER dead = SQL_CD_FALSE;
-        if (SQL_SUCCEEDED(SQLGetConnectAttr(hdbc, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr)) && dead == SQL_CD_TRUE)
-            diag.state = QStringLiteral("08S01");
-    }
-    return diag;
-}
-
 StoreError Connection::transactionError(const QSqlDatabase &db)
 {
-    StoreError e = StoreError::fromDiagnostic(m_backend, withLinkState(diagnosticOf(db)), db.lastError(), false);
+    StoreError e = StoreError::fromDiagnostic(m_backend, diagnosticOf(db), db.lastError(), false, connectionDead(db));
     if (e.fault() == StoreError::Fault::ConnectionLost)
         m_dead = true;
     return e;

@@ -30,7 +30,6 @@ inline constexpr const char *kDefaultConnectString = "DSN=RRHHODBC";
 // dialect and translated for the backend here; the "Native" calls take backend SQL and
 // bound values (used by the data control for its own writes).
 class StoreError;
-struct Diagnostic;
 
 class Connection {
 public:
@@ -75,7 +74,6 @@ private:
     void reopen();
     void probe();
     StoreError transactionError(const QSqlDatabase &db);
-    Diagnostic withLinkState(Diagnostic diag) const;
 
     ConnectSpec m_spec;
     QString m_name;

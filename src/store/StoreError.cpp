@@ -125,8 +125,9 @@ QString StoreError::sentence(Fault fault, const QString &detail)
         return QStringLiteral("Solo responde un servidor de reserva, de solo lectura: no se guardó nada. Intente de "
                               "nuevo en unos segundos, cuando la reserva ocupe el lugar del servidor principal.");
     case Fault::LoginRefused:
-        return QStringLiteral("El servidor de la base de datos rechazó el usuario o la contraseña del origen de datos. "
-                              "Pida al administrador que revise la cuenta del origen de datos.");
+        return QStringLiteral("El servidor de la base de datos rechazó la conexión: el usuario, la contraseña o la base "
+                              "de datos del origen de datos no son válidos. Pida al administrador que revise la cuenta "
+                              "del origen de datos.");
     case Fault::PermissionDenied:
         return QStringLiteral("La cuenta del origen de datos no tiene permiso para hacer esto. Pida al administrador "
                               "que le dé ese permiso.");
@@ -165,7 +166,8 @@ StoreError::StoreError(Kind kind, int number, const QString &description)
 {
 }
 
-StoreError StoreError::fromDiagnostic(Backend backend, const Diagnostic &diag, const QSqlError &error, bool connecting)
+StoreError StoreError::fromDiagnostic(Backend backend, const Diagnostic &diag, const QSqlError &error, bool connecting,
+                                      bool connectionDead)
 {
     QString text = diag.text.trimmed();
     if (text.isEmpty())
@@ -185,6 +187,13 @@ StoreError StoreError::fromDiagnostic(Backend backend, const Diagnostic &diag, c
         fault = postgresFault(diag.state, connecting);
     else
         fault = sqliteFault(native, text);
+    if (connectionDead && !connecting)
+        fault = Fault::ConnectionLost;
+    // psqlODBC says 08001 for every failed connect; one the server answered and refused
+    // (account, password, database) carries the server's severity marker.
+    if (connecting && fault == Fault::Unreachable && diag.state == QLatin1String("08001") &&
+        text.contains(QLatin1String("FATAL:")))
+        fault = Fault::LoginRefused;
     // libpq refuses a server that takes no writes (target_session_attrs=read-write) with
     // these fixed words and no SQLSTATE of its own.
     static const QRegularExpression standby(QStringLiteral("session is read-only|server is in hot standby mode"));
@@ -193,7 +202,7 @@ StoreError StoreError::fromDiagnostic(Backend backend, const Diagnostic &diag, c
     if (fault == Fault::Other && connecting)
         fault = backend == Backend::PostgreSQL ? Fault::Unreachable : Fault::CannotOpen;
 
-    QString detail;
+    QString detail = fault == Fault::NoDataSource ? diag.dataSource : QString();
     if (fault == Fault::MissingValue || fault == Fault::TooLong || fault == Fault::InvalidValue)
         detail = columnIn(text);
     if (fault == Fault::TooLong && !detail.isEmpty() && detail.at(0).isDigit())

@@ -15,6 +15,7 @@ struct Diagnostic {
     QString state;
     int native = 0;
     QString text;
+    QString dataSource;  // the data source being opened, when the failure is an open's
 };
 
 // Every failure of the store layer is thrown as a StoreError: the store's own number and
@@ -61,7 +62,9 @@ public:
 
     static StoreError fromSql(const QSqlError &error, const QString &statement = {});
     // A refusal of the store with what the driver's diagnostics say.
-    static StoreError fromDiagnostic(Backend backend, const Diagnostic &diag, const QSqlError &error, bool connecting);
+    // `connectionDead`: the driver reports the connection dead after the failure.
+    static StoreError fromDiagnostic(Backend backend, const Diagnostic &diag, const QSqlError &error, bool connecting,
+                                     bool connectionDead = false);
     static StoreError noCurrentRow();
     // The error of a statement whose connection broke, once a new connection is open: the
     // statement was not sent again, and the user is asked to repeat what they did.

@@ -77,7 +77,7 @@ public:
     // Waits for the end; true when the process ended by itself with exit code 0.
     bool finish(int ms = 120000)
     {
-        const bool ended = m_process.waitForFinished(ms);
+        const bool ended = m_process.state() == QProcess::NotRunning || m_process.waitForFinished(ms);
         poll();
         m_lines << QString::fromUtf8(m_process.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         m_stderr = QString::fromUtf8(m_process.readAllStandardError());
@@ -117,6 +117,16 @@ inline void addStaff(tests::TempStore &db, const QString &cedula)
 }
 
 inline QString staffCedula(int process) { return QStringLiteral("910000%1").arg(process, 2, 10, QLatin1Char('0')); }
+
+// An approved close of the area DOC with that cut-off, as the super user leaves it.
+inline qlonglong approvedClose(tests::TempStore &db, const QDate &cutOff)
+{
+    db.execNative(QStringLiteral("INSERT INTO CIERREMESES (FunCedula, AreId, CieMesMesCierre, CieMesAnioCierre, "
+                                 "CieMesFechaActual, CieMesFechaCierre, CieMesAprobado, CieMesDesaprobado, "
+                                 "CieMesCerrado) VALUES ('22222222', 'DOC', ?, ?, ?, ?, ?, ?, ?)"),
+                  {cutOff.month(), cutOff.year(), cutOff, cutOff, true, false, false});
+    return db.scalar(QStringLiteral("SELECT MAX(CieMesId) FROM CIERREMESES")).toLongLong();
+}
 
 // One entry as a driver reported it.
 struct Entry {

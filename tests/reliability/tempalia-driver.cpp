@@ -8,18 +8,20 @@
 //       dated <first date> + i/4 days and has 1 + (i%4)/4 hours, so each one can be told
 //       from the others. Prints "OK <i> <horid> <date> <hours> <teaching 0|1> <rub> <mat>
 //       <turno> <ms since the epoch> <ms the save took>" or "ERROR <i> <what the boxes
-//       said>". With a stop
-//       file, no entry is begun once that file exists.
+//       said>". With a stop file, no entry is begun once that file exists.
 //   close <CieMesId> <area> <chief cedula> [again]
 //       the chief's close of that row through the tab "Cierre de mes", answering Yes.
 //       Prints "MS <ms the press took>", then "CLOSED" or "ERROR <boxes>". With "again", an
-//       ERROR is followed by "AGAIN",
-//       a line read from stdin and, if it is "go", another press of cmdCerrar in the same
-//       tab, until the close goes through or another line comes.
-//   edit <horid> <hours>
-//       frmModificoHoras on that entry, the hours typed; prints "READY", waits for a line
-//       on stdin, then presses cmdGuardar: "SAVED" or "ERROR <boxes>" and "WINDOW open"
-//       or "WINDOW closed".
+//       ERROR is followed by "AGAIN", a line read from stdin and, if it is "go", another
+//       press of cmdCerrar in the same tab, until the close goes through or another line
+//       comes.
+//   edit <horid> <hours> [<date yyyy-MM-dd>]
+//       frmModificoHoras on that entry, the hours typed (and the date chosen); prints
+//       "READY", waits for a line on stdin, prints "PRESSING" and presses cmdGuardar:
+//       "SAVED" or "ERROR <boxes>" and "WINDOW open <hours shown>" or "WINDOW closed".
+//   delete <horid>
+//       the workspace's deletion of that entry: the row read, "READY", a line awaited,
+//       "PRESSING", the row deleted: "DELETED" or "ERROR <message>".
 //   area <key> <description>
 //       frmMantAreas: cmdNuevo, key and description typed; "READY", waits for a line on
 //       stdin, cmdGuardar: "SAVED" or "ERROR <boxes>", then "WINDOW open <key typed>"
@@ -251,8 +253,11 @@ int editEntry(const QStringList &args)
         return 0;
     }
     type(child<QLineEdit>(w, "txtHoras"), args.value(1));
+    if (args.size() > 2)
+        child<ui::DatePicker>(w, "dtpFechas_0")->chooseDate(QDate::fromString(args.value(2), Qt::ISODate));
     say(QStringLiteral("READY"));
     waitForGo();
+    say(QStringLiteral("PRESSING"));
     QTest::mouseClick(child<QPushButton>(w, "cmdGuardar"), Qt::LeftButton);
     say(dialogs.count() == 0 ? QStringLiteral("SAVED") : QStringLiteral("ERROR ") + boxes(dialogs));
     say(w && w->isVisible() ? QStringLiteral("WINDOW open ") + child<QLineEdit>(w, "txtHoras")->text()
@@ -260,6 +265,25 @@ int editEntry(const QStringList &args)
     if (w)
         w->close();
     flushDeletes();
+    say(QStringLiteral("DONE"));
+    return 0;
+}
+
+int deleteEntry(const QStringList &args)
+{
+    login(QStringLiteral("11111111"), QStringLiteral("DOC"), 5);
+    store::DataControl adc(QStringLiteral("adcMesActual"));
+    adc.setRecordSource(QStringLiteral("SELECT * FROM HORAS WHERE HORID=") + args.value(0));
+    adc.refresh();
+    say(QStringLiteral("READY"));
+    waitForGo();
+    say(QStringLiteral("PRESSING"));
+    try {
+        adc.deleteCurrent();
+        say(QStringLiteral("DELETED"));
+    } catch (const store::StoreError &e) {
+        say(QStringLiteral("ERROR ") + QString(e.description()).replace(QLatin1Char('\n'), QLatin1Char(' ')));
+    }
     say(QStringLiteral("DONE"));
     return 0;
 }
@@ -326,6 +350,8 @@ int main(int argc, char *argv[])
             return closeMonth(args);
         if (action == QLatin1String("edit"))
             return editEntry(args);
+        if (action == QLatin1String("delete"))
+            return deleteEntry(args);
         if (action == QLatin1String("area"))
             return newArea(args);
         if (action == QLatin1String("login"))
