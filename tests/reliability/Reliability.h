@@ -183,6 +183,11 @@ inline QMultiHash<qlonglong, StoredRow> hourRows(store::Connection &db)
     return rows;
 }
 
+inline QMultiHash<qlonglong, StoredRow> hourRows(tests::TempStore &db)
+{
+    return hourRows(db.conn());
+}
+
 struct Link {
     QString rub, mat, turno;
 };
