@@ -11,6 +11,7 @@
 //   tempalia-bench --startup-probe <monotonic ns>   (internal: path 8's child process)
 #include "BenchEngine.h"
 #include "LargeStore.h"
+#include "Median.h"
 
 #include "session/modPrincipal.h"
 #include "store/Connection.h"
@@ -76,6 +77,8 @@
 
 namespace {
 
+using bench::median;
+
 // ---- measuring ------------------------------------------------------------------------
 
 double nowMs()
@@ -83,15 +86,6 @@ double nowMs()
     timespec ts{};
     clock_gettime(CLOCK_MONOTONIC, &ts);
     return ts.tv_sec * 1000.0 + ts.tv_nsec / 1e6;
-}
-
-double median(std::vector<double> v)
-{
-    if (v.empty())
-        return -1;
-    std::sort(v.begin(), v.end());
-    const std::size_t n = v.size();
-    return n % 2 ? v[n / 2] : (v[n / 2 - 1] + v[n / 2]) / 2;
 }
 
 // Peak resident memory of this process in MB (VmHWM).

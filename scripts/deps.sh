@@ -4,7 +4,7 @@
 TEMPALIA_PACKAGES="cmake ninja-build g++ pkg-config qt6-base-dev libqt6sql6-odbc unixodbc unixodbc-dev
   libsqliteodbc sqlite3 libsqlite3-dev odbc-postgresql postgresql libpq-dev qt6-charts-dev
   qt6-datavisualization-dev qt6-declarative-dev libxlsxwriter-dev libzip-dev libgl-dev xvfb xauth
-  fonts-dejavu-core poppler-utils libsodium-dev openbox qt6-translations-l10n
+  fonts-dejavu-core poppler-utils libsodium-dev python3-minimal openbox qt6-translations-l10n
   librsvg2-bin dpkg-dev file lintian appstream desktop-file-utils x11-utils"
 
 tempalia_install_deps() {
@@ -19,6 +19,9 @@ tempalia_install_deps() {
   $sudo apt-get update -qq
   DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
 }
+
+# The shared store on a primary with a standby (scripts/ha-cluster): pg_auto_failover.
+TEMPALIA_PACKAGES="$TEMPALIA_PACKAGES pg-auto-failover-cli postgresql-15-auto-failover"
 
 tempalia_build() {
   local dir="$1"; shift

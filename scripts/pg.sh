@@ -1,10 +1,15 @@
 # Sourced by the test and benchmark scripts: a throwaway PostgreSQL cluster on 127.0.0.1,
 # started in a temporary folder and always stopped on exit.
+tempalia_free_port() {
+  python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1]); s.close()'
+}
+
 tempalia_pg_start() {
   local bindir
   bindir="$(ls -d /usr/lib/postgresql/*/bin | sort -V | tail -n 1)"
   TEMPALIA_PG_DIR="$(mktemp -d /tmp/tempalia-pg.XXXXXX)"
-  TEMPALIA_PG_PORT="${TEMPALIA_PG_PORT:-$(( 20000 + RANDOM % 20000 ))}"
+  # A port the system hands out as free, not one guessed: other clusters may share the machine.
+  TEMPALIA_PG_PORT="${TEMPALIA_PG_PORT:-$(tempalia_free_port)}"
   local run=()
   if [ "$(id -u)" -eq 0 ]; then
     chown postgres "$TEMPALIA_PG_DIR"
@@ -15,7 +20,7 @@ tempalia_pg_start() {
   fi
   "${run[@]}" "$bindir/initdb" -D "$TEMPALIA_PG_DIR/data" -A trust -U "$TEMPALIA_PG_USER" -E UTF8 >/dev/null
   "${run[@]}" "$bindir/pg_ctl" -D "$TEMPALIA_PG_DIR/data" -l "$TEMPALIA_PG_DIR/log" -w \
-     -o "-p $TEMPALIA_PG_PORT -k $TEMPALIA_PG_DIR -c listen_addresses=127.0.0.1 -c fsync=off" start >/dev/null
+     -o "-p $TEMPALIA_PG_PORT -k $TEMPALIA_PG_DIR -c listen_addresses=127.0.0.1 -c fsync=${TEMPALIA_PG_FSYNC:-off}" start >/dev/null
   TEMPALIA_PG_STOP=("${run[@]}" "$bindir/pg_ctl" -D "$TEMPALIA_PG_DIR/data" -m fast stop)
   trap tempalia_pg_stop EXIT
   TEMPALIA_PG_DB=postgres

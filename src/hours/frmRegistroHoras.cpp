@@ -104,15 +104,15 @@ void frmRegistroHoras::guardar()
         }
     } catch (const store::StoreError &e) {
         // The store's refusals show their number, followed by what it means; a value our
-        // own layer could not read shows why.
-        ui::msgBox(e.kind() == store::StoreError::Kind::BadValue
-                       ? e.description()
-                       : QString::number(e.number()) + QLatin1Char('\n') + e.description(),
-                   {}, ui::Icon::None, this);
+        // own layer could not read shows why. One box: when the hours went in and their
+        // subject did not, the same box says so.
+        QString text = e.kind() == store::StoreError::Kind::BadValue
+                           ? e.description()
+                           : QString::number(e.number()) + QLatin1Char('\n') + e.description();
         if (horasStored)
-            ui::msgBox(QStringLiteral("Las horas quedaron guardadas, pero no se pudo guardar su rubro, materia y "
-                                      "turno. Pulse \"Guardar\" otra vez para completarlas."),
-                       {}, ui::Icon::Exclamation, this);
+            text += QStringLiteral("\n\nLas horas quedaron guardadas, pero no se pudo guardar su rubro, materia y "
+                                   "turno. Pulse \"Guardar\" otra vez para completarlas.");
+        ui::msgBox(text, {}, horasStored ? ui::Icon::Exclamation : ui::Icon::None, this);
         return;
     } catch (const std::exception &e) {
         ui::msgBox(QString::fromStdString(e.what()), {}, ui::Icon::None, this);

@@ -1,11 +1,12 @@
 #include "monthclose/CierreMesJefeArea.h"
 
+#include "core/MonthClose.h"
+
 #include "monthclose/MonthCloseParts.h"
 #include "session/modPrincipal.h"
 #include "store/Connection.h"
 #include "store/DataControl.h"
 #include "store/SchemaInfo.h"
-#include "store/SqlValue.h"
 #include "store/StoreError.h"
 #include "ui/DataGrid.h"
 #include "ui/DatePicker.h"
@@ -349,69 +350,45 @@ void CierreMesJefeArea::cmdCerrar_Click()
 
     ui::WaitCursor wait;
     QString error;
-    if (!runClose(cutOff, &error)) {
+    if (!runClose(cutOff, m_adcCierreMeses->value(QStringLiteral("CieMesId")), &error)) {
         ui::msgBox(kCloseFailed + error, {}, ui::Icon::Exclamation, this);
         return;
     }
 
-    // The hours have moved; the row is marked closed through the list. Should this write be
-    // refused, a new close of the same row moves nothing more and marks it.
+    // The hours have moved and the row is marked closed, together. What the chief typed
+    // on the row meanwhile (the location, the comment) is stored through the list; should
+    // that write be refused, the close stands and the chief is told.
     try {
         const WritingGuard writing(m_writing);
         m_adcCierreMeses->move0();
         keepOnlyChiefText();
-        m_adcCierreMeses->setValue(QStringLiteral("CieMesCerrado"), true);
         m_adcCierreMeses->update();
     } catch (const store::StoreError &e) {
-        ui::msgBox(kCloseFailed + e.description(), {}, ui::Icon::Exclamation, this);
-        return;
+        ui::msgBox(QStringLiteral("El mes quedó cerrado, pero no se pudieron guardar la ubicación y el comentario: ") +
+                       e.description(),
+                   {}, ui::Icon::Exclamation, this);
     }
     m_adcCierreMeses->refresh();
     m_adcCierreMeses->refresh();
     m_dtgCierreMeses->refresh();
 }
 
-// Copies the area's hours up to the cut-off date into the archive and takes them out of
-// HORAS, both or neither. Returns false with the store's message when it could not.
-bool CierreMesJefeArea::runClose(const QDate &cutOff, QString *error)
+// Moves the area's hours up to the cut-off date into the archive and marks the row closed,
+// all or nothing (core::MonthClose says how it stays safe against other users' changes).
+// Returns false with the store's message when it could not.
+bool CierreMesJefeArea::runClose(const QDate &cutOff, const QVariant &closeId, QString *error)
 {
-    const QString where = QStringLiteral("HORFECHA <= %1 AND AREID=%2")
-                              .arg(store::sql::date(cutOff), store::sql::text(modPrincipal::gAreId));
-    const QString copy =
-        QStringLiteral("INSERT INTO HHORAS (HORID,FUNCEDULA,AREID,ACTID,DESID,FUNINSID,HORFECHA,HORSEMANA,"
-                       "HORVALORHORA,HORHORAS,HORCATEGORIA,TIPID,HORMONEDA,HORHORARIOINICIAL,HORHORARIOFINAL) "
-                       "SELECT * FROM HORAS WHERE ") +
-        where + QStringLiteral(" AND NOT EXISTS( SELECT * FROM HHORAS WHERE HHORAS.HORID=HORAS.HORID)");
-    const QString remove = QStringLiteral("DELETE * FROM HORAS WHERE ") + where +
-                           QStringLiteral(" AND EXISTS( SELECT * FROM HHORAS WHERE HHORAS.HORID=HORAS.HORID)");
-
     // A progress box comes up only if the close takes more than a moment.
-    QProgressDialog progress(QStringLiteral("Cerrando el mes..."), QString(), 0, 3, this);
+    QProgressDialog progress(QStringLiteral("Cerrando el mes..."), QString(), 0, 0, this);
     progress.setWindowTitle(ui::programTitle());
     progress.setWindowModality(Qt::WindowModal);
     progress.setMinimumDuration(800);
     progress.setCancelButton(nullptr);
     progress.setValue(0);
-
-    std::shared_ptr<store::Connection> conn;
     try {
-        conn = store::Connection::open();
-        conn->beginTransaction();
-        conn->execute(copy);
-        progress.setValue(1);
-        conn->execute(remove);
-        progress.setValue(2);
-        conn->commit();
-        progress.setValue(3);
+        core::MonthClose(modPrincipal::gAreId, cutOff, closeId).run(QString::fromLatin1(store::kDefaultConnectString));
         return true;
     } catch (const store::StoreError &e) {
-        if (conn && conn->inTransaction()) {
-            try {
-                conn->rollback();
-            } catch (const store::StoreError &) {
-                // The transaction ends with the connection in any case.
-            }
-        }
         *error = e.description();
         return false;
     }

@@ -62,7 +62,7 @@ private:
     bool isOwnArea() const;
     void keepOnlyChiefText();
     void showRow();
-    bool runClose(const QDate &cutOff, QString *error);
+    bool runClose(const QDate &cutOff, const QVariant &closeId, QString *error);
 
     store::DataControl *m_adcCierreMeses = nullptr;
     QPointer<store::DataControl> m_adcMesActual;

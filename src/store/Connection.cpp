@@ -7,11 +7,13 @@
 #include "store/StoreError.h"
 
 #include <QHash>
+#include <optional>
 #include <QRegularExpression>
 #include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QSqlRecord>
+#include <QSqlResult>
 #include <QUuid>
 #include <sql.h>
 #include <sqlext.h>
@@ -59,14 +61,114 @@ QString sharingKey(const ConnectSpec &spec)
     return spec.dataSource.toLower() + (spec.readOnly ? QStringLiteral("|ro") : QStringLiteral("|rw"));
 }
 
-// The driver's words for a connection that the server or the network has dropped.
-bool connectionLost(const QSqlError &error)
+// The first diagnostic record of an ODBC handle that carries a SQLSTATE: what the driver
+// said about the call that just failed on that handle.
+Diagnostic diagnosticOf(SQLSMALLINT type, SQLHANDLE handle)
 {
-    static const QRegularExpression lost(
-        QStringLiteral("connection (has been )?lost|server closed the connection|terminating connection|"
-                       "no connection to the server|could not receive data from server"),
-        QRegularExpression::CaseInsensitiveOption);
-    return lost.match(error.databaseText() + QLatin1Char(' ') + error.driverText()).hasMatch();
+    Diagnostic d;
+    if (!handle)
+        return d;
+    for (SQLSMALLINT i = 1; i < 10; ++i) {
+        SQLCHAR state[SQL_SQLSTATE_SIZE + 1] = {0};
+        SQLINTEGER native = 0;
+        SQLCHAR text[SQL_MAX_MESSAGE_LENGTH] = {0};
+        SQLSMALLINT len = 0;
+        const SQLRETURN r = SQLGetDiagRec(type, handle, i, state, &native, text, sizeof text, &len);
+        if (!SQL_SUCCEEDED(r))
+            break;
+        if (d.state.isEmpty()) {
+            d.state = QString::fromLatin1(reinterpret_cast<const char *>(state));
+            d.native = int(native);
+        }
+        const QString line = QString::fromUtf8(reinterpret_cast<const char *>(text)).trimmed();
+        if (!line.isEmpty() && !d.text.contains(line))
+            d.text += (d.text.isEmpty() ? QString() : QStringLiteral(" ")) + line;
+    }
+    return d;
+}
+
+SQLHANDLE handleOf(const QVariant &v)
+{
+    // Qt hands ODBC handles over as SQLHANDLE, that is void*.
+    if (v.isValid() && (v.typeId() == QMetaType::VoidStar || qstrcmp(v.typeName(), "SQLHANDLE") == 0))
+        return *static_cast<const SQLHANDLE *>(v.data());
+    return nullptr;
+}
+
+Diagnostic diagnosticOf(const QSqlQuery &q)
+{
+    return q.result() ? diagnosticOf(SQL_HANDLE_STMT, handleOf(q.result()->handle())) : Diagnostic{};
+}
+
+// Whether the driver holds the connection for dead (the server closed it, the network
+// broke): psqlODBC reports a statement that failed that way with a general SQLSTATE, but
+// marks its connection down.
+bool connectionDead(const QSqlDatabase &db)
+{
+    SQLHANDLE hdbc = db.driver() ? handleOf(db.driver()->handle()) : nullptr;
+    if (!hdbc)
+        return false;
+    SQLUINTEGER dead = SQL_CD_FALSE;
+    return SQL_SUCCEEDED(SQLGetConnectAttr(hdbc, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr)) && dead == SQL_CD_TRUE;
+}
+
+Diagnostic diagnosticOf(const QSqlDatabase &db)
+{
+    return db.driver() ? diagnosticOf(SQL_HANDLE_DBC, handleOf(db.driver()->handle())) : Diagnostic{};
+}
+
+// Why a data source could not be opened: the driver manager is asked again, on handles of
+// our own, since the driver's handles are gone with the failed open.
+Diagnostic diagnoseOpen(const QString &dataSource)
+{
+    Diagnostic d;
+    SQLHENV env = nullptr;
+    SQLHDBC dbc = nullptr;
+    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &env)))
+        return d;
+    SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+    if (SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_DBC, env, &dbc))) {
+        SQLSetConnectAttr(dbc, SQL_ATTR_LOGIN_TIMEOUT, reinterpret_cast<SQLPOINTER>(15), 0);
+        QByteArray name = dataSource.toUtf8();
+        const SQLRETURN r = SQLConnect(dbc, reinterpret_cast<SQLCHAR *>(name.data()), SQL_NTS, nullptr, 0, nullptr, 0);
+        if (SQL_SUCCEEDED(r))
+            SQLDisconnect(dbc);
+        else
+            d = diagnosticOf(SQL_HANDLE_DBC, dbc);
+        SQLFreeHandle(SQL_HANDLE_DBC, dbc);
+    }
+    SQLFreeHandle(SQL_HANDLE_ENV, env);
+    return d;
+}
+
+// Which driver a data source names (the driver manager's list of data sources gives it),
+// to classify a failed open by its backend.
+Backend backendOfDataSource(const QString &dataSource)
+{
+    Backend backend = Backend::SQLite;
+    SQLHENV env = nullptr;
+    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &env)))
+        return backend;
+    SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+    SQLCHAR name[SQL_MAX_DSN_LENGTH + 1];
+    SQLCHAR driver[256];
+    SQLSMALLINT nameLen = 0, driverLen = 0;
+    SQLUSMALLINT direction = SQL_FETCH_FIRST;
+    while (SQL_SUCCEEDED(SQLDataSources(env, direction, name, sizeof name, &nameLen, driver, sizeof driver, &driverLen))) {
+        direction = SQL_FETCH_NEXT;
+        if (QString::fromUtf8(reinterpret_cast<const char *>(name)).compare(dataSource, Qt::CaseInsensitive) == 0 &&
+            QString::fromUtf8(reinterpret_cast<const char *>(driver)).contains(QLatin1String("postg"), Qt::CaseInsensitive))
+            backend = Backend::PostgreSQL;
+    }
+    SQLFreeHandle(SQL_HANDLE_ENV, env);
+    return backend;
+}
+
+// Statements that only read may be sent again on a fresh connection: nothing was changed.
+bool onlyReads(const QString &sql)
+{
+    const QString head = sql.trimmed().left(8).toUpper();
+    return head.startsWith(QLatin1String("SELECT")) || head.startsWith(QLatin1String("PRAGMA"));
 }
 
 // Whether a statement may change the store: anything that does not begin as a query.
@@ -99,20 +201,23 @@ Connection::Connection(const ConnectSpec &spec) : m_spec(spec)
                          QStringLiteral("La cadena de conexión no nombra un origen de datos."));
     m_name = QStringLiteral("tempalia-") + QUuid::createUuid().toString(QUuid::WithoutBraces);
     QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QODBC"), m_name);
-    db.setDatabaseName(m_spec.dataSource);
+    // Qt hands "DSN=<name>;<rest>" to the driver manager. The SQLite driver waits for a
+    // busy file twice, once with the engine's busy timeout and once more with its own
+    // Timeout; both are set here to half the one wait the user is promised, whatever the
+    // data source says. Other drivers ignore the attribute.
+    db.setDatabaseName(QStringLiteral("%1;Timeout=%2").arg(m_spec.dataSource).arg(kBusyTimeoutMs / 2));
     db.setConnectOptions(QStringLiteral("SQL_ATTR_LOGIN_TIMEOUT=15;SQL_ATTR_CONNECTION_TIMEOUT=15"));
     if (!db.open()) {
         const QSqlError err = db.lastError();
         db = QSqlDatabase();
         QSqlDatabase::removeDatabase(m_name);
-        QString text = err.databaseText().trimmed();
-        if (text.isEmpty())
-            text = err.text();
-        throw StoreError(StoreError::Kind::NotConnected, err.nativeErrorCode().toInt(),
-                         QStringLiteral("No se pudo abrir el origen de datos %1: %2").arg(m_spec.dataSource, text));
+        Diagnostic diag = diagnoseOpen(m_spec.dataSource);
+        diag.dataSource = m_spec.dataSource;
+        throw StoreError::fromDiagnostic(backendOfDataSource(m_spec.dataSource), diag, err, true);
     }
     detectBackend();
     prepareSession();
+    m_idle.start();
 }
 
 Connection::~Connection()
@@ -156,9 +261,7 @@ void Connection::detectBackend()
 {
     QString dbms;
     QSqlDatabase db = database();
-    const QVariant handle = db.driver()->handle();
-    if (handle.isValid() && qstrcmp(handle.typeName(), "SQLHANDLE") == 0) {
-        SQLHANDLE hdbc = *static_cast<const SQLHANDLE *>(handle.data());
+    if (SQLHANDLE hdbc = handleOf(db.driver()->handle())) {
         SQLCHAR buf[256] = {0};
         SQLSMALLINT len = 0;
         if (SQL_SUCCEEDED(SQLGetInfo(hdbc, SQL_DBMS_NAME, buf, sizeof buf, &len)))
@@ -181,17 +284,15 @@ void Connection::detectBackend()
 
 void Connection::prepareSession()
 {
-    QSqlQuery q(database());
-    if (m_backend == Backend::SQLite) {
-        // Several processes share the file: wait for a writer instead of failing at once.
-        q.exec(QStringLiteral("PRAGMA busy_timeout=10000"));
-    }
+    if (m_backend == Backend::SQLite)
+        prepareSqliteSession();
     if (m_spec.readOnly) {
         // Mode=Read: the store itself refuses writes on this connection, whatever sends them.
+        QSqlQuery q(database());
         q.exec(m_backend == Backend::SQLite ? QStringLiteral("PRAGMA query_only=ON")
                                             : QStringLiteral("SET SESSION CHARACTERISTICS AS TRANSACTION READ ONLY"));
+        q.finish();
     }
-    q.finish();
     if (sessionSetup())
         sessionSetup()(*this);
 }
@@ -204,6 +305,32 @@ void Connection::setSessionSetup(SessionSetup setup)
     for (const auto &weak : std::as_const(sharedConnections()))
         if (auto conn = weak.lock(); conn && conn->database().isOpen())
             sessionSetup()(*conn);
+}
+
+void Connection::prepareSqliteSession()
+{
+    // The SQLite driver runs a statement that returns rows only when its first row is
+    // fetched: each setting is read back, which also tells what it is now.
+    auto pragma = [this](const QString &statement) {
+        QSqlQuery q(database());
+        q.setForwardOnly(true);
+        QString value;
+        if (q.exec(statement) && q.next())
+            value = q.value(0).toString();
+        q.finish();
+        return value;
+    };
+    // Several processes share the file: a writer waits for another one for at most
+    // kBusyTimeoutMs in all (the engine's wait and the driver's, see the open), then the
+    // user is told the store is busy.
+    pragma(QStringLiteral("PRAGMA busy_timeout=%1").arg(kBusyTimeoutMs / 2));
+    // A commit is on the disk before the user is told it is saved: in WAL mode FULL syncs
+    // the log at every commit, so a power cut loses no saved entry.
+    pragma(QStringLiteral("PRAGMA synchronous=FULL"));
+    // The file is created in WAL mode (readers never block the writer); a file that is
+    // not, made by hand or by an older tool, is switched when it is opened.
+    if (pragma(QStringLiteral("PRAGMA journal_mode")).compare(QLatin1String("wal"), Qt::CaseInsensitive) != 0)
+        pragma(QStringLiteral("PRAGMA journal_mode=WAL"));
 }
 
 QString Connection::translate(const QString &statement) const
@@ -260,7 +387,7 @@ ResultSet readAll(QSqlQuery &q, int maxRows, bool *more)
         rs.rows.push_back(std::move(row));
     }
     if (q.lastError().isValid() && q.lastError().type() != QSqlError::NoError)
-        throw StoreError::fromSql(q.lastError());
+        throw StoreError::fromSql(q.lastError());  // turned into the store's own error by the caller
     q.finish();
     return rs;
 }
@@ -275,9 +402,19 @@ int Connection::execute(const QString &statement)
     return executeNative(translate(statement));
 }
 
-// Runs one statement, with its bound values, and hands the executed query to `use`. A
-// failure is thrown as the store's error, after a dropped connection is opened again for
-// the next statement.
+// Runs one statement, with its bound values, and hands the executed query to `use`.
+//
+// Connections are mended here, and only where that cannot apply a write twice or lose it:
+//  - a connection known to be dead (an earlier statement found it lost) is opened again
+//    before anything is sent;
+//  - before a write on a server connection that has sat idle, a probe finds out whether the
+//    server is still there (a restarted server drops idle connections without the client
+//    knowing); a dead one is opened again before the write is sent;
+//  - a read that finds the connection lost is sent once more on a fresh connection;
+//  - a write that finds it lost is not sent again (whether it reached the server is not
+//    known): the user is told, and the next statement finds the connection opened again.
+// Inside a transaction nothing is mended: the transaction is lost with the connection and
+// its owner ends it.
 template <typename Use>
 auto Connection::run(const QString &sql, const QVariantList &values, Use use) -> decltype(use(std::declval<QSqlQuery &>()))
 {
@@ -285,9 +422,14 @@ auto Connection::run(const QString &sql, const QVariantList &values, Use use) ->
         throw StoreError(StoreError::Kind::Store, 3251,
                          QStringLiteral("La conexión %1 es de solo lectura: no se modificó la base de datos.")
                              .arg(m_spec.dataSource));
-    reopenIfClosed();
-    QSqlError failure;
-    {
+    const bool read = onlyReads(sql);
+    if (!m_inTransaction) {
+        if (m_dead || !database().isOpen())
+            reopen();
+        else if (!read && m_backend == Backend::PostgreSQL && m_idle.isValid() && m_idle.elapsed() >= kIdleProbeMs)
+            probe();
+    }
+    for (int attempt = 1;; ++attempt) {
         QSqlQuery q(database());
         q.setForwardOnly(true);
         bool ok;
@@ -300,12 +442,78 @@ auto Connection::run(const QString &sql, const QVariantList &values, Use use) ->
                 ok = q.exec();
             }
         }
-        if (ok)
-            return use(q);
-        failure = q.lastError();
+        std::optional<StoreError> failure;
+        if (ok) {
+            try {
+                auto result = use(q);
+                m_idle.start();
+                return result;
+            } catch (const StoreError &e) {
+                if (!q.lastError().isValid() || q.lastError().type() == QSqlError::NoError)
+                    throw;
+                failure = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false,
+                                                     connectionDead(database()));
+            }
+        } else {
+            failure = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false,
+                                                 connectionDead(database()));
+        }
+        if (failure->fault() == StoreError::Fault::ConnectionLost) {
+            m_dead = true;
+            if (!m_inTransaction) {
+                // A new connection at once, on whichever server takes writes now (the data
+                // source may name a primary and its standby): a read is sent again on it,
+                // a write is not, and the user is asked to repeat it.
+                q = QSqlQuery();
+                bool reopened = false;
+                try {
+                    reopen();
+                    reopened = true;
+                } catch (const StoreError &) {
+                    // No server answers yet: the user is told the connection was lost, and
+                    // the next statement tries again.
+                }
+                if (reopened && read && attempt == 1)
+                    continue;
+                if (reopened)
+                    throw StoreError::reconnectedAfter(*failure);
+            }
+        }
+        throw *failure;
     }
-    recoverIfLost(failure);
-    throw StoreError::fromSql(failure, sql);
+}
+
+// Opens the connection again. Throws the reason when the store cannot be reached.
+void Connection::reopen()
+{
+    QSqlDatabase db = database();
+    db.close();
+    if (!db.open())
+        throw StoreError::fromDiagnostic(m_backend, diagnoseOpen(m_spec.dataSource), db.lastError(), true);
+    m_dead = false;
+    prepareSession();
+    m_idle.start();
+}
+
+// A cheap statement that tells whether an idle server connection still stands; a dead one
+// is opened again (nothing of the caller's has been sent yet).
+void Connection::probe()
+{
+    bool lost = false;
+    {
+        QSqlQuery q(database());
+        q.setForwardOnly(true);
+        if (q.exec(QStringLiteral("SELECT 1")))
+            q.finish();
+        else
+            lost = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false,
+                                              connectionDead(database()))
+                       .fault() == StoreError::Fault::ConnectionLost;
+    }
+    if (lost)
+        reopen();
+    else
+        m_idle.start();
 }
 
 ResultSet Connection::selectNative(const QString &sql, const QVariantList &values, int maxRows, bool *more)
@@ -322,33 +530,15 @@ int Connection::executeNative(const QString &sql, const QVariantList &values)
     });
 }
 
-// A connection the server dropped is opened again for the next statement, so that a window
-// left open while the server was away works once it is back. The statement that failed is
-// not repeated: whether it went through is not known, and the user is told it failed. A
-// connection inside a transaction is left as it is: the transaction is lost with it, and
-// its owner ends it.
-void Connection::recoverIfLost(const QSqlError &failure)
-{
-    if (m_inTransaction || !connectionLost(failure))
-        return;
-    QSqlDatabase db = database();
-    db.close();
-    if (db.open())
-        prepareSession();
-}
-
-void Connection::reopenIfClosed()
-{
-    QSqlDatabase db = database();
-    if (!db.isOpen() && !m_inTransaction && db.open())
-        prepareSession();
-}
-
 void Connection::beginTransaction()
 {
+    if (m_dead || !database().isOpen())
+        reopen();
+    else if (m_backend == Backend::PostgreSQL && m_idle.isValid() && m_idle.elapsed() >= kIdleProbeMs)
+        probe();
     QSqlDatabase db = database();
     if (!db.transaction())
-        throw StoreError::fromSql(db.lastError());
+        throw transactionError(db);
     m_inTransaction = true;
 }
 
@@ -357,7 +547,8 @@ void Connection::commit()
     QSqlDatabase db = database();
     m_inTransaction = false;
     if (!db.commit())
-        throw StoreError::fromSql(db.lastError());
+        throw transactionError(db);
+    m_idle.start();
 }
 
 void Connection::rollback()
@@ -365,6 +556,14 @@ void Connection::rollback()
     QSqlDatabase db = database();
     m_inTransaction = false;
     db.rollback();
+}
+
+StoreError Connection::transactionError(const QSqlDatabase &db)
+{
+    StoreError e = StoreError::fromDiagnostic(m_backend, diagnosticOf(db), db.lastError(), false, connectionDead(db));
+    if (e.fault() == StoreError::Fault::ConnectionLost)
+        m_dead = true;
+    return e;
 }
 
 }  // namespace store

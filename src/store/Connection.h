@@ -3,6 +3,7 @@
 #include "store/Backend.h"
 #include "store/ResultSet.h"
 
+#include <QElapsedTimer>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -29,8 +30,15 @@ inline constexpr const char *kDefaultConnectString = "DSN=RRHHODBC";
 // A physical connection to the store through QODBC. Statements are given in the system's
 // dialect and translated for the backend here; the "Native" calls take backend SQL and
 // bound values (used by the data control for its own writes).
+class StoreError;
+
 class Connection {
 public:
+    // How long a writer waits for another one on the SQLite file before "busy".
+    static constexpr int kBusyTimeoutMs = 5000;
+    // A server connection idle this long is probed before a write is sent on it.
+    static constexpr int kIdleProbeMs = 1000;
+
     ~Connection();
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
@@ -70,13 +78,17 @@ private:
     auto run(const QString &sql, const QVariantList &values, Use use) -> decltype(use(std::declval<QSqlQuery &>()));
     void detectBackend();
     void prepareSession();
-    void recoverIfLost(const QSqlError &failure);
-    void reopenIfClosed();
+    void prepareSqliteSession();
+    void reopen();
+    void probe();
+    StoreError transactionError(const QSqlDatabase &db);
 
     ConnectSpec m_spec;
     QString m_name;
     Backend m_backend = Backend::SQLite;
     bool m_inTransaction = false;
+    bool m_dead = false;     // a statement found the connection lost
+    QElapsedTimer m_idle;    // since the last statement that went through
 };
 
 // Reads the rows of an executed query into a result set (at most maxRows, -1 for all),

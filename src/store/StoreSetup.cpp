@@ -90,8 +90,20 @@ void createSchema(Connection &conn)
                          QStringLiteral("La base de datos ya tiene tablas (%1): no se creó nada.")
                              .arg(existing.join(QStringLiteral(", "))));
     if (conn.backend() == Backend::SQLite) {
-        // Several processes share one file: readers never block the writer.
-        conn.executeNative(QStringLiteral("PRAGMA journal_mode=WAL"));
+        // Several processes share one file: readers never block the writer. The mode is
+        // kept in the file, whatever the data sources that open it later ask for.
+        const ResultSet mode = conn.selectNative(QStringLiteral("PRAGMA journal_mode=WAL"));
+        if (mode.rows.empty() || mode.rows.front().value(0).toString().compare(QLatin1String("wal"), Qt::CaseInsensitive))
+            throw StoreError(StoreError::Kind::Store, 0,
+                             QStringLiteral("No se pudo poner la base de datos en modo WAL: otro programa la tiene "
+                                            "abierta. Ciérrelo y vuelva a intentarlo."));
+        // The file holds the logins' passwords: it is the user's alone.
+        const ResultSet files = conn.selectNative(QStringLiteral("PRAGMA database_list"));
+        for (const Row &r : files.rows) {
+            const QString path = r.value(2).toString();
+            if (r.value(1).toString() == QLatin1String("main") && !path.isEmpty())
+                QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
+        }
     }
     conn.beginTransaction();
     try {

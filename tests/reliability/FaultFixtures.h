@@ -24,6 +24,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <functional>
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 namespace faults {
@@ -99,15 +102,6 @@ inline std::unique_ptr<CierreMesJefeArea> chiefTabOn(qlonglong id)
     return tab;
 }
 
-inline qlonglong approvedClose(tests::TempStore &db, const QDate &cutOff)
-{
-    db.execNative(QStringLiteral("INSERT INTO CIERREMESES (FunCedula, AreId, CieMesMesCierre, CieMesAnioCierre, "
-                                 "CieMesFechaActual, CieMesFechaCierre, CieMesAprobado, CieMesDesaprobado, "
-                                 "CieMesCerrado) VALUES ('22222222', 'DOC', ?, ?, ?, ?, ?, ?, ?)"),
-                  {cutOff.month(), cutOff.year(), cutOff, cutOff, true, false, false});
-    return db.scalar(QStringLiteral("SELECT MAX(CieMesId) FROM CIERREMESES")).toLongLong();
-}
-
 // What a store looks like, to tell that nothing changed.
 struct Census {
     int horas = 0, hhoras = 0, links = 0, areas = 0, inBoth = 0, orphanLinks = 0, closed = 0;
@@ -145,7 +139,9 @@ public:
         if (bins.isEmpty() || !m_dir.isValid())
             return false;
         m_bin = QStringLiteral("/usr/lib/postgresql/%1/bin/").arg(bins.last());
-        m_port = 41000 + int(QCoreApplication::applicationPid() % 9000);
+        m_port = freePort();
+        if (m_port == 0)
+            return false;
         m_user = getuid() == 0 ? QStringLiteral("postgres") : qEnvironmentVariable("USER", QStringLiteral("postgres"));
         if (getuid() == 0 && QProcess::execute(QStringLiteral("chown"), {QStringLiteral("postgres"), m_dir.path()}) != 0)
             return false;
@@ -171,7 +167,7 @@ public:
     QString dsn() const
     {
         return QStringLiteral("[RRHHODBC]\nDriver=PostgreSQL Unicode\nServername=127.0.0.1\nPort=%1\nDatabase=postgres\n"
-                              "Username=%2\nPassword=\nBoolsAsChar=0\nUseDeclareFetch=0\nTextAsLongVarchar=0\n"
+                              "Username=%2\nPassword=\nBoolsAsChar=0\nUseDeclareFetch=1\nFetch=100\nTextAsLongVarchar=0\n"
                               "UnknownsAsLongVarchar=0\nMaxVarcharSize=4000\n\n")
             .arg(m_port)
             .arg(m_user);
@@ -185,6 +181,24 @@ public:
     }
 
 private:
+    // A port the system reports free on the loopback address (never one guessed).
+    static int freePort()
+    {
+        const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+        if (fd < 0)
+            return 0;
+        sockaddr_in addr{};
+        addr.sin_family = AF_INET;
+        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        addr.sin_port = 0;
+        socklen_t len = sizeof addr;
+        int port = 0;
+        if (::bind(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) == 0 &&
+            ::getsockname(fd, reinterpret_cast<sockaddr *>(&addr), &len) == 0)
+            port = ntohs(addr.sin_port);
+        ::close(fd);
+        return port;
+    }
     QString data() const { return m_dir.path() + QStringLiteral("/data"); }
     QStringList wrap(const QStringList &cmd) const
     {

@@ -3,18 +3,25 @@
 // ODBCSYSINI / ODBCINI it inherits, performs the actions it is told, answers every box
 // through the dialog seam and prints one line per action with its outcome:
 //
-//   entry <cedula> <count> <first date yyyy-MM-dd>
+//   entry <cedula> <count> <first date yyyy-MM-dd> [<stop file>]
 //       <count> entries through frmRegistroHoras, every other one teaching; entry i is
 //       dated <first date> + i/4 days and has 1 + (i%4)/4 hours, so each one can be told
 //       from the others. Prints "OK <i> <horid> <date> <hours> <teaching 0|1> <rub> <mat>
-//       <turno>" or "ERROR <i> <what the boxes said>".
-//   close <CieMesId> <area> <chief cedula>
+//       <turno> <ms since the epoch> <ms the save took>" or "ERROR <i> <what the boxes
+//       said>". With a stop file, no entry is begun once that file exists.
+//   close <CieMesId> <area> <chief cedula> [again]
 //       the chief's close of that row through the tab "Cierre de mes", answering Yes.
-//       Prints "CLOSED" or "ERROR <boxes>".
-//   edit <horid> <hours>
-//       frmModificoHoras on that entry, the hours typed; prints "READY", waits for a line
-//       on stdin, then presses cmdGuardar: "SAVED" or "ERROR <boxes>" and "WINDOW open"
-//       or "WINDOW closed".
+//       Prints "MS <ms the press took>", then "CLOSED" or "ERROR <boxes>". With "again", an
+//       ERROR is followed by "AGAIN", a line read from stdin and, if it is "go", another
+//       press of cmdCerrar in the same tab, until the close goes through or another line
+//       comes.
+//   edit <horid> <hours> [<date yyyy-MM-dd>]
+//       frmModificoHoras on that entry, the hours typed (and the date chosen); prints
+//       "READY", waits for a line on stdin, prints "PRESSING" and presses cmdGuardar:
+//       "SAVED" or "ERROR <boxes>" and "WINDOW open <hours shown>" or "WINDOW closed".
+//   delete <horid>
+//       the workspace's deletion of that entry: the row read, "READY", a line awaited,
+//       "PRESSING", the row deleted: "DELETED" or "ERROR <message>".
 //   area <key> <description>
 //       frmMantAreas: cmdNuevo, key and description typed; "READY", waits for a line on
 //       stdin, cmdGuardar: "SAVED" or "ERROR <boxes>", then "WINDOW open <key typed>"
@@ -40,6 +47,9 @@
 #include "ui/DatePicker.h"
 
 #include <QComboBox>
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QFile>
 #include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
@@ -59,10 +69,11 @@ void say(const QString &line)
     std::fflush(stdout);
 }
 
-void waitForGo()
+std::string waitForGo()
 {
     std::string line;
     std::getline(std::cin, line);
+    return line;
 }
 
 QString boxes(const ScriptedDialogs &dialogs)
@@ -124,9 +135,11 @@ int entries(const QStringList &args)
     const QString cedula = args.value(0);
     const int count = args.value(1).toInt();
     const QDate first = QDate::fromString(args.value(2), Qt::ISODate);
+    const QString stopFile = args.value(3);
     login(cedula, QStringLiteral("DOC"), 5);
     int failed = 0;
-    for (int i = 0; i < count; ++i) {
+    int done = 0;
+    for (int i = 0; i < count && (stopFile.isEmpty() || !QFile::exists(stopFile)); ++i, ++done) {
         ScriptedDialogs dialogs;
         ScriptedDialogs::Install installed(dialogs);
         const bool teaching = i % 2 == 0;
@@ -136,38 +149,45 @@ int entries(const QStringList &args)
         const QString mat = (i / 2) % 2 == 0 ? QStringLiteral("FIS") : QStringLiteral("MAT");
         const QString turno = (i / 2) % 3 == 0 ? QStringLiteral("Mañana") : QStringLiteral("Noche");
         QPointer<frmRegistroHoras> w;
+        QElapsedTimer saving;
+        // A failure of the store in any step is shown as the program's error boundary shows
+        // a failure in a handler, and ends the action.
         try {
             w = frmRegistroHoras::open();
-        } catch (const std::exception &e) {
+            if (w) {
+                child<ui::DatePicker>(w, "dtpFechas_0")->chooseDate(date);
+                choose(w, "dtcAreas", QStringLiteral("Docencia"));
+                choose(w, "dtcActividades", teaching ? QStringLiteral("Clases") : QStringLiteral("Reuniones"));
+                choose(w, "dtcDestinos", QStringLiteral("Cursos regulares"));
+                choose(w, "dtcTipoHoras", QStringLiteral("Horas comunes"));
+                type(child<QLineEdit>(w, "txtHoras"), QLocale(QLocale::Spanish, QLocale::Uruguay).toString(hours, 'f', 2));
+                chooseFixed(w, "cboMoneda", QStringLiteral("Pesos Uruguayos"));
+                if (teaching) {
+                    choose(w, "dtcRubros", QStringLiteral("Ciencias"));
+                    choose(w, "dtcMaterias", mat == QLatin1String("FIS") ? QStringLiteral("Física")
+                                                                         : QStringLiteral("Matemática"));
+                    chooseFixed(w, "cboTurno", turno);
+                }
+                saving.start();
+                QTest::mouseClick(child<QPushButton>(w, "cmdGuardar"), Qt::LeftButton);
+            }
+        } catch (const store::StoreError &e) {
             ui::showError(e);
         }
-        if (w) {
-            child<ui::DatePicker>(w, "dtpFechas_0")->chooseDate(date);
-            choose(w, "dtcAreas", QStringLiteral("Docencia"));
-            choose(w, "dtcActividades", teaching ? QStringLiteral("Clases") : QStringLiteral("Reuniones"));
-            choose(w, "dtcDestinos", QStringLiteral("Cursos regulares"));
-            choose(w, "dtcTipoHoras", QStringLiteral("Horas comunes"));
-            type(child<QLineEdit>(w, "txtHoras"), QLocale(QLocale::Spanish, QLocale::Uruguay).toString(hours, 'f', 2));
-            chooseFixed(w, "cboMoneda", QStringLiteral("Pesos Uruguayos"));
-            if (teaching) {
-                choose(w, "dtcRubros", QStringLiteral("Ciencias"));
-                choose(w, "dtcMaterias", mat == QLatin1String("FIS") ? QStringLiteral("Física")
-                                                                     : QStringLiteral("Matemática"));
-                chooseFixed(w, "cboTurno", turno);
-            }
-            QTest::mouseClick(child<QPushButton>(w, "cmdGuardar"), Qt::LeftButton);
-        }
+        const double savedIn = saving.isValid() ? saving.nsecsElapsed() / 1e6 : -1;
         const QVariant horId = w ? w->storedHorId() : QVariant();
         const bool stillOpen = w && w->isVisible();
         if (dialogs.count() == 0 && !stillOpen && !horId.isNull()) {
-            say(QStringLiteral("OK %1 %2 %3 %4 %5 %6 %7 %8")
+            say(QStringLiteral("OK %1 %2 %3 %4 %5 %6 %7 %8 %9 %10")
                     .arg(i)
                     .arg(horId.toLongLong())
                     .arg(date.toString(Qt::ISODate))
                     .arg(hours, 0, 'f', 2)
                     .arg(teaching ? 1 : 0)
                     .arg(teaching ? rub : QStringLiteral("-"), teaching ? mat : QStringLiteral("-"),
-                         teaching ? turno : QStringLiteral("-")));
+                         teaching ? turno : QStringLiteral("-"))
+                    .arg(QDateTime::currentMSecsSinceEpoch())
+                    .arg(savedIn, 0, 'f', 2));
         } else {
             ++failed;
             say(QStringLiteral("ERROR %1 %2 stored=%3").arg(i).arg(boxes(dialogs), horId.toString()));
@@ -176,7 +196,7 @@ int entries(const QStringList &args)
             w->close();
         flushDeletes();
     }
-    say(QStringLiteral("DONE ok=%1 errors=%2").arg(count - failed).arg(failed));
+    say(QStringLiteral("DONE ok=%1 errors=%2").arg(done - failed).arg(failed));
     return 0;
 }
 
@@ -200,13 +220,26 @@ int closeMonth(const QStringList &args)
     if (!found) {
         say(QStringLiteral("ERROR row %1 not in the list").arg(id));
     } else {
-        dialogs.answerNext(ui::Answer::Yes);
-        child<QPushButton>(&tab, "cmdCerrar")->click();
-        // The confirmation is the one box a good close shows.
-        if (dialogs.count() == 1 && dialogs.last().buttons == ui::Buttons::YesNo)
-            say(QStringLiteral("CLOSED"));
-        else
+        const bool again = args.value(3) == QLatin1String("again");
+        for (;;) {
+            dialogs.clearShown();
+            dialogs.answerNext(ui::Answer::Yes);
+            QElapsedTimer pressed;
+            pressed.start();
+            child<QPushButton>(&tab, "cmdCerrar")->click();
+            say(QStringLiteral("MS %1").arg(pressed.nsecsElapsed() / 1e6, 0, 'f', 2));
+            // The confirmation is the one box a good close shows.
+            if (dialogs.count() == 1 && dialogs.last().buttons == ui::Buttons::YesNo) {
+                say(QStringLiteral("CLOSED"));
+                break;
+            }
             say(QStringLiteral("ERROR ") + boxes(dialogs));
+            if (!again)
+                break;
+            say(QStringLiteral("AGAIN"));
+            if (waitForGo() != "go")
+                break;
+        }
     }
     say(QStringLiteral("DONE"));
     return 0;
@@ -224,8 +257,11 @@ int editEntry(const QStringList &args)
         return 0;
     }
     type(child<QLineEdit>(w, "txtHoras"), args.value(1));
+    if (args.size() > 2)
+        child<ui::DatePicker>(w, "dtpFechas_0")->chooseDate(QDate::fromString(args.value(2), Qt::ISODate));
     say(QStringLiteral("READY"));
     waitForGo();
+    say(QStringLiteral("PRESSING"));
     QTest::mouseClick(child<QPushButton>(w, "cmdGuardar"), Qt::LeftButton);
     say(dialogs.count() == 0 ? QStringLiteral("SAVED") : QStringLiteral("ERROR ") + boxes(dialogs));
     say(w && w->isVisible() ? QStringLiteral("WINDOW open ") + child<QLineEdit>(w, "txtHoras")->text()
@@ -233,6 +269,25 @@ int editEntry(const QStringList &args)
     if (w)
         w->close();
     flushDeletes();
+    say(QStringLiteral("DONE"));
+    return 0;
+}
+
+int deleteEntry(const QStringList &args)
+{
+    login(QStringLiteral("11111111"), QStringLiteral("DOC"), 5);
+    store::DataControl adc(QStringLiteral("adcMesActual"));
+    adc.setRecordSource(QStringLiteral("SELECT * FROM HORAS WHERE HORID=") + args.value(0));
+    adc.refresh();
+    say(QStringLiteral("READY"));
+    waitForGo();
+    say(QStringLiteral("PRESSING"));
+    try {
+        adc.deleteCurrent();
+        say(QStringLiteral("DELETED"));
+    } catch (const store::StoreError &e) {
+        say(QStringLiteral("ERROR ") + QString(e.description()).replace(QLatin1Char('\n'), QLatin1Char(' ')));
+    }
     say(QStringLiteral("DONE"));
     return 0;
 }
@@ -299,6 +354,8 @@ int main(int argc, char *argv[])
             return closeMonth(args);
         if (action == QLatin1String("edit"))
             return editEntry(args);
+        if (action == QLatin1String("delete"))
+            return deleteEntry(args);
         if (action == QLatin1String("area"))
             return newArea(args);
         if (action == QLatin1String("login"))

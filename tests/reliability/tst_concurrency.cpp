@@ -6,6 +6,8 @@
 #include "ScriptedDialogs.h"
 #include "ui/Application.h"
 
+#include <QDir>
+#include <QProcess>
 #include <QTest>
 
 using namespace reliability;
@@ -41,6 +43,7 @@ private slots:
 
     void concurrentEntry();
     void entryDuringClose();
+    void changesDuringClose();
     void conflictingEdits();
     void administratorsSaveSameKey();
 
@@ -102,11 +105,7 @@ void TestConcurrency::entryDuringClose()
         cedulas << staffCedula(p);
         addStaff(*m_store, cedulas.last());
     }
-    m_store->execNative(QStringLiteral("INSERT INTO CIERREMESES (FunCedula, AreId, CieMesMesCierre, CieMesAnioCierre, "
-                                       "CieMesFechaActual, CieMesFechaCierre, CieMesAprobado, CieMesDesaprobado, "
-                                       "CieMesCerrado) VALUES ('22222222', 'DOC', ?, ?, ?, ?, ?, ?, ?)"),
-                        {cutOff.month(), cutOff.year(), cutOff, cutOff, true, false, false});
-    const qlonglong closeId = m_store->scalar(QStringLiteral("SELECT MAX(CieMesId) FROM CIERREMESES")).toLongLong();
+    const qlonglong closeId = approvedClose(*m_store, cutOff);
     const int demoDocBefore = m_store->count(QStringLiteral("HORAS"), QStringLiteral("AreId='DOC'"));
     QVERIFY(demoDocBefore > 0);
     const int archivedBefore = m_store->count(QStringLiteral("HHORAS"), QStringLiteral("AreId='DOC'"));
@@ -146,8 +145,7 @@ void TestConcurrency::entryDuringClose()
     QVERIFY(m_store->count(QStringLiteral("HORAS"), QStringLiteral("AreId <> 'DOC'")) > 0);
     QCOMPARE(m_store->scalar(QStringLiteral("SELECT CieMesCerrado FROM CIERREMESES WHERE CieMesId = ?"), {closeId}).toBool(),
              true);
-    if (stillRunning == 0)
-        qWarning("every user had finished before the close ended: the run did not overlap");
+    QVERIFY2(stillRunning > 0, "every user had finished before the close ended: the run did not overlap");
 
     // The history: each entry's 'Alta' with its process's login, and the close as one line
     // with the chief's login and the rows it moved.
@@ -160,6 +158,188 @@ void TestConcurrency::entryDuringClose()
     QCOMPARE(closeLines.rows.front().value(1).toString(), QStringLiteral("DOC"));
     QCOMPARE(closeLines.rows.front().value(2).toInt(),
              m_store->count(QStringLiteral("HHORAS"), QStringLiteral("AreId='DOC'")) - archivedBefore);
+}
+
+namespace {
+
+QString psqlPath()
+{
+    const QStringList versions =
+        QDir(QStringLiteral("/usr/lib/postgresql")).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
+    return versions.isEmpty() ? QString() : QStringLiteral("/usr/lib/postgresql/%1/bin/psql").arg(versions.last());
+}
+
+// Whether another process holds the SQLite file's write lock right now.
+bool sqliteWriteLocked()
+{
+    QProcess probe;
+    probe.start(QStringLiteral("sqlite3"), {tests::testOdbcDir() + QStringLiteral("/rrhh.sqlite"),
+                                            QStringLiteral("PRAGMA busy_timeout=0; BEGIN IMMEDIATE; ROLLBACK;")});
+    probe.waitForFinished(10000);
+    return probe.readAllStandardError().contains("locked");
+}
+
+// A copy of an hour row of the area, dated `date`: it gets the highest key and stands last
+// in the table, so that a close meets it after the area's older rows.
+qlonglong copyOfRow(tests::TempStore &db, qlonglong horId, const QDate &date)
+{
+    db.execNative(QStringLiteral("INSERT INTO HORAS (FunCedula, AreId, ActId, DesId, FunInsId, HorFecha, HorSemana, "
+                                 "HorValorhora, HorHoras, HorCategoria, TipId, HorMoneda) SELECT FunCedula, AreId, "
+                                 "ActId, DesId, FunInsId, ?, HorSemana, HorValorhora, 3, HorCategoria, TipId, HorMoneda "
+                                 "FROM HORAS WHERE HorId = ?"),
+                  {date, horId});
+    return db.scalar(QStringLiteral("SELECT MAX(HorId) FROM HORAS")).toLongLong();
+}
+
+}  // namespace
+
+// While the chief's close runs, three users change rows of the closing area: new hours on
+// one, a date past the cut-off on another, a third deleted. Whatever the interleaving,
+// every row ends in exactly one of HORAS and HHORAS, with the values of every change that
+// was not refused; a refused change is said in Spanish and the window keeps what was typed.
+//
+// The overlap is made certain and asserted. On PostgreSQL another session holds a KEY SHARE
+// lock on the area's other rows: the close's delete stops at the first of them, after its
+// copy, and the three users save while it waits. On SQLite the file has one writer: a slow
+// trigger keeps the close's write transaction open, and the three users press while it is.
+void TestConcurrency::changesDuringClose()
+{
+    const bool postgres = m_store->backend() == store::Backend::PostgreSQL;
+    const QDate cutOff = QDate::currentDate();
+    const qlonglong closeId = approvedClose(*m_store, cutOff);
+    const qlonglong model = m_store
+                                ->scalar(QStringLiteral("SELECT MIN(HorId) FROM HORAS WHERE AreId='DOC' AND "
+                                                        "FunCedula='11111111' AND HorFecha <= ?"),
+                                         {cutOff})
+                                .toLongLong();
+    QVERIFY(model > 0);
+    const qlonglong changed = copyOfRow(*m_store, model, cutOff);
+    const qlonglong redated = copyOfRow(*m_store, model, cutOff);
+    const qlonglong deleted = copyOfRow(*m_store, model, cutOff);
+    const QDate later = cutOff.addDays(10);
+    const int due = m_store->count(QStringLiteral("HORAS"), QStringLiteral("AreId='DOC' AND HorFecha <= ?"), {cutOff});
+
+    Driver edit({QStringLiteral("edit"), QString::number(changed), QStringLiteral("9,75")});
+    Driver redate({QStringLiteral("edit"), QString::number(redated), QStringLiteral("4,5"), later.toString(Qt::ISODate)});
+    Driver remove({QStringLiteral("delete"), QString::number(deleted)});
+    for (Driver *d : {&edit, &redate, &remove})
+        QVERIFY2(d->waitFor(QStringLiteral("READY")), qPrintable(d->report()));
+
+    QProcess locker;
+    if (postgres) {
+        const QString database = m_store->scalar(QStringLiteral("SELECT current_database()")).toString();
+        locker.start(psqlPath(), {QStringLiteral("-h"), qEnvironmentVariable("TEMPALIA_PG_HOST"), QStringLiteral("-p"),
+                                  qEnvironmentVariable("TEMPALIA_PG_PORT"), QStringLiteral("-U"),
+                                  qEnvironmentVariable("TEMPALIA_PG_USER"), QStringLiteral("-d"), database,
+                                  QStringLiteral("-qAt")});
+        locker.write(QStringLiteral("BEGIN; SELECT count(*) FROM (SELECT HorId FROM HORAS WHERE AreId = 'DOC' AND "
+                                    "HorFecha <= '%1' AND HorId NOT IN (%2, %3, %4) FOR KEY SHARE) l;\n")
+                         .arg(cutOff.toString(Qt::ISODate))
+                         .arg(changed)
+                         .arg(redated)
+                         .arg(deleted)
+                         .toUtf8());
+        QVERIFY(locker.waitForReadyRead(10000));
+        QCOMPARE(locker.readLine().trimmed().toInt(), due - 3);
+    } else {
+        // Archiving the model row takes a few seconds.
+        m_store->execNative(QStringLiteral("CREATE TABLE SLOW (x INTEGER)"));
+        m_store->execNative(QStringLiteral("CREATE TABLE SLOWLOG (n INTEGER)"));
+        QStringList twenty;
+        for (int i = 1; i <= 20; ++i)
+            twenty << QStringLiteral("(%1)").arg(i);
+        m_store->execNative(QStringLiteral("INSERT INTO SLOW VALUES ") + twenty.join(QLatin1Char(',')));
+        m_store->execNative(QStringLiteral("INSERT INTO SLOW SELECT a.x * 20 + b.x FROM SLOW a, SLOW b"));
+        m_store->execNative(QStringLiteral("CREATE TRIGGER SLOW_ARCHIVE AFTER INSERT ON HHORAS WHEN NEW.HorId = %1 "
+                                           "BEGIN INSERT INTO SLOWLOG SELECT count(*) FROM SLOW a, SLOW b, SLOW c "
+                                           "WHERE a.x + b.x > c.x; END")
+                                .arg(model));
+        QCOMPARE(m_store->count(QStringLiteral("sqlite_master"), QStringLiteral("type = 'trigger'")), 1);
+        QCOMPARE(m_store->count(QStringLiteral("SLOW")), 420);
+    }
+
+    Driver chief({QStringLiteral("close"), QString::number(closeId), QStringLiteral("DOC"), QStringLiteral("22222222")});
+    // The close is under way: waiting on the lock after its copy (PostgreSQL), holding the
+    // file's write lock (SQLite).
+    QElapsedTimer waited;
+    waited.start();
+    bool underWay = false;
+    while (!underWay && waited.elapsed() < 60000 && chief.countOf(QStringLiteral("DONE")) == 0) {
+        if (postgres)
+            underWay = m_store
+                           ->scalar(QStringLiteral("SELECT count(*) FROM pg_stat_activity WHERE wait_event_type = "
+                                                   "'Lock' AND query LIKE 'DELETE%HORAS%'"))
+                           .toInt() > 0;
+        else
+            underWay = sqliteWriteLocked();
+        if (!underWay)
+            QTest::qWait(20);
+    }
+    QVERIFY2(underWay, qPrintable(QStringLiteral("the close was never seen under way\n") + chief.report()));
+
+    for (Driver *d : {&edit, &redate, &remove})
+        d->go();
+    for (Driver *d : {&edit, &redate, &remove})
+        QVERIFY2(d->waitFor(QStringLiteral("PRESSING")), qPrintable(d->report()));
+    if (postgres) {
+        // The three rows are not the close's yet: their changes commit while it waits.
+        for (Driver *d : {&edit, &redate, &remove})
+            QVERIFY2(d->waitFor(QStringLiteral("DONE"), 30000), qPrintable(d->report()));
+    }
+    QVERIFY2(chief.countOf(QStringLiteral("DONE")) == 0,
+             qPrintable(QStringLiteral("the close ended before the users pressed: no overlap\n") + chief.report()));
+    if (postgres) {
+        locker.write("COMMIT;\n");
+        locker.closeWriteChannel();
+        QVERIFY(locker.waitForFinished(10000));
+    }
+    QVERIFY2(chief.finish(), qPrintable(chief.report()));
+    QVERIFY2(chief.lines().contains(QStringLiteral("CLOSED")), qPrintable(chief.report()));
+    for (Driver *d : {&edit, &redate, &remove})
+        QVERIFY2(d->finish(), qPrintable(d->report()));
+
+    const auto rows = hourRows(*m_store);
+    auto tableOf = [&](qlonglong id) {
+        const QList<StoredRow> found = rows.values(id);
+        return found.size() == 1 ? found.front().table : QStringLiteral("%1 times").arg(found.size());
+    };
+    // Each change either went through (and then the store holds it) or was refused in
+    // Spanish with the window still holding what was typed.
+    auto refused = [](Driver &d, const QString &typed) {
+        const QStringList errors = d.linesStarting(QStringLiteral("ERROR"));
+        if (errors.size() != 1)
+            return false;
+        const bool spanish = errors.front().contains(QStringLiteral("ya no existe")) ||
+                             errors.front().contains(QStringLiteral("ocupada por otro usuario"));
+        return spanish && (typed.isEmpty() || d.linesStarting(QStringLiteral("WINDOW")) ==
+                                                   QStringList{QStringLiteral("WINDOW open ") + typed});
+    };
+    const bool editSaved = !edit.linesStarting(QStringLiteral("SAVED")).isEmpty();
+    const bool redateSaved = !redate.linesStarting(QStringLiteral("SAVED")).isEmpty();
+    const bool removeDone = !remove.linesStarting(QStringLiteral("DELETED")).isEmpty();
+    QVERIFY2(editSaved || refused(edit, QStringLiteral("9,75")), qPrintable(edit.report()));
+    QVERIFY2(redateSaved || refused(redate, QStringLiteral("4,5")), qPrintable(redate.report()));
+    QVERIFY2(removeDone || refused(remove, {}), qPrintable(remove.report()));
+    if (postgres)  // the three committed while the close waited
+        QVERIFY(editSaved && redateSaved && removeDone);
+
+    QCOMPARE(tableOf(changed), QStringLiteral("HHORAS"));
+    QCOMPARE(rows.value(changed).hours, editSaved ? 9.75 : 3.0);
+    if (redateSaved) {
+        QCOMPARE(tableOf(redated), QStringLiteral("HORAS"));
+        QCOMPARE(rows.value(redated).date, later);
+        QCOMPARE(rows.value(redated).hours, 4.5);
+    } else {
+        QCOMPARE(tableOf(redated), QStringLiteral("HHORAS"));
+        QCOMPARE(rows.value(redated).date, cutOff);
+    }
+    QCOMPARE(rows.count(deleted), removeDone ? 0 : 1);
+    QCOMPARE(m_store->scalar(QStringLiteral("SELECT COUNT(*) FROM HORAS H WHERE EXISTS (SELECT 1 FROM HHORAS A WHERE "
+                                            "A.HorId = H.HorId)")).toInt(), 0);
+    QCOMPARE(m_store->count(QStringLiteral("HORAS"), QStringLiteral("AreId='DOC' AND HorFecha <= ?"), {cutOff}), 0);
+    QCOMPARE(m_store->scalar(QStringLiteral("SELECT CieMesCerrado FROM CIERREMESES WHERE CieMesId = ?"), {closeId}).toBool(),
+             true);
+    Q_UNUSED(due);
 }
 
 // Two users change the same entry: the one who saves first wins, the second gets the

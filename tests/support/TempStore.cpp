@@ -40,8 +40,10 @@ void writeFile(const QString &path, const QString &text)
 
 QString pgDsn(const QString &name, const QString &database, const QString &user = {}, const QString &password = {})
 {
+    // TEMPALIA_PG_HOST may name several servers, separated by commas: libpq keeps the first
+    // that accepts writes.
     return QStringLiteral("[%1]\nDriver=PostgreSQL Unicode\nServername=%2\nPort=%3\nDatabase=%4\nUsername=%5\n"
-                          "Password=%6\nBoolsAsChar=0\nUseDeclareFetch=1\nFetch=100\nTextAsLongVarchar=0\n"
+                          "Password=%6\npqopt=target_session_attrs=read-write\nBoolsAsChar=0\nUseDeclareFetch=1\nFetch=100\nTextAsLongVarchar=0\n"
                           "UnknownsAsLongVarchar=0\nMaxVarcharSize=4000\n\n")
         .arg(name, env("TEMPALIA_PG_HOST"), env("TEMPALIA_PG_PORT").isEmpty() ? QStringLiteral("5432") : env("TEMPALIA_PG_PORT"),
              database, user.isEmpty() ? env("TEMPALIA_PG_USER") : user,
