@@ -21,26 +21,6 @@ private slots:
 
 namespace {
 
-qlonglong approvedClose(tests::TempStore &db, const QDate &cutOff)
-{
-    db.execNative(QStringLiteral("INSERT INTO CIERREMESES (FunCedula, AreId, CieMesMesCierre, CieMesAnioCierre, "
-                                 "CieMesFechaActual, CieMesFechaCierre, CieMesAprobado, CieMesDesaprobado, "
-                                 "CieMesCerrado) VALUES ('22222222', 'DOC', ?, ?, ?, ?, ?, ?, ?)"),
-                  {cutOff.month(), cutOff.year(), cutOff, cutOff, true, false, false});
-    return db.scalar(QStringLiteral("SELECT MAX(CieMesId) FROM CIERREMESES")).toLongLong();
-}
-
-// A copy of a row of the area with a date of its own; returns its key.
-qlonglong copyOfRow(tests::TempStore &db, qlonglong horId, const QDate &date)
-{
-    db.execNative(QStringLiteral("INSERT INTO HORAS (FunCedula, AreId, ActId, DesId, FunInsId, HorFecha, HorSemana, "
-                                 "HorValorhora, HorHoras, HorCategoria, TipId, HorMoneda) SELECT FunCedula, AreId, "
-                                 "ActId, DesId, FunInsId, ?, HorSemana, HorValorhora, 3, HorCategoria, TipId, HorMoneda "
-                                 "FROM HORAS WHERE HorId = ?"),
-                  {date, horId});
-    return db.scalar(QStringLiteral("SELECT MAX(HorId) FROM HORAS")).toLongLong();
-}
-
 int inBoth(tests::TempStore &db)
 {
     return db.scalar(QStringLiteral("SELECT COUNT(*) FROM HORAS H WHERE EXISTS (SELECT 1 FROM HHORAS A WHERE "
@@ -54,7 +34,7 @@ void TestMonthCloseCore::movesTheAreaUpToTheCutOffAndMarksTheClose()
 {
     tests::TempStore db;
     const QDate cutOff = QDate::currentDate().addDays(-20);
-    const qlonglong id = approvedClose(db, cutOff);
+    const qlonglong id = tests::approvedClose(db, cutOff);
     const int due = db.count(QStringLiteral("HORAS"), QStringLiteral("AreId='DOC' AND HorFecha <= ?"), {cutOff});
     const int later = db.count(QStringLiteral("HORAS"), QStringLiteral("AreId='DOC' AND HorFecha > ?"), {cutOff});
     const int others = db.count(QStringLiteral("HORAS"), QStringLiteral("AreId<>'DOC'"));
@@ -101,9 +81,9 @@ void TestMonthCloseCore::changesCommittedDuringTheCloseAreKept()
     const QDate cutOff = QDate::currentDate();
     const qlonglong model =
         db.scalar(QStringLiteral("SELECT MIN(HorId) FROM HORAS WHERE AreId='DOC' AND HorFecha <= ?"), {cutOff}).toLongLong();
-    const qlonglong changed = copyOfRow(db, model, cutOff);
-    const qlonglong redated = copyOfRow(db, model, cutOff);
-    const qlonglong deleted = copyOfRow(db, model, cutOff);
+    const qlonglong changed = tests::copyOfHourRow(db, model, cutOff);
+    const qlonglong redated = tests::copyOfHourRow(db, model, cutOff);
+    const qlonglong deleted = tests::copyOfHourRow(db, model, cutOff);
     const int due = db.count(QStringLiteral("HORAS"), QStringLiteral("AreId='DOC' AND HorFecha <= ?"), {cutOff});
 
     auto locker = store::Connection::open();
