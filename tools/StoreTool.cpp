@@ -133,7 +133,10 @@ void create(store::Connection &conn, const Roles &roles)
                QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("AREAS_ACTIVIDADES"),
                QStringLiteral("RUBROS_MATERIAS"), QStringLiteral("DOCENTES_RUBROS_MATERIAS")},
               program);
-        grant(conn, QStringLiteral("SELECT, INSERT"), {QStringLiteral("HHORAS")}, program);
+        // A close settles a row that an interrupted close of an older version left in both
+        // tables in favour of the current one (INSERT ... ON CONFLICT DO UPDATE): the archive
+        // may be corrected that way, with its history line, but never emptied.
+        grant(conn, QStringLiteral("SELECT, INSERT, UPDATE"), {QStringLiteral("HHORAS")}, program);
         grant(conn, QStringLiteral("INSERT"), {QStringLiteral("HORAS_HISTORIAL")}, program);
         conn.executeNative(QStringLiteral("GRANT USAGE ON ALL SEQUENCES IN SCHEMA public TO %1").arg(program));
         conn.commit();

@@ -378,13 +378,15 @@ void CierreMesJefeArea::cmdCerrar_Click()
 // Returns false with the store's message when it could not.
 bool CierreMesJefeArea::runClose(const QDate &cutOff, const QVariant &closeId, QString *error)
 {
-    // A progress box comes up only if the close takes more than a moment.
+    // The close is one blocking call of unknown length: the box, a busy bar, is up before it
+    // starts and goes with it.
     QProgressDialog progress(QStringLiteral("Cerrando el mes..."), QString(), 0, 0, this);
     progress.setWindowTitle(ui::programTitle());
     progress.setWindowModality(Qt::WindowModal);
-    progress.setMinimumDuration(800);
+    progress.setMinimumDuration(0);
     progress.setCancelButton(nullptr);
     progress.setValue(0);
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
     try {
         core::MonthClose(modPrincipal::gAreId, cutOff, closeId).run(QString::fromLatin1(store::kDefaultConnectString));
         return true;

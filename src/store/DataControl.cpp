@@ -31,6 +31,21 @@ QString keyCondition(const TableInfo &t)
     return parts.join(QStringLiteral(" AND "));
 }
 
+// A row that is no longer there: an hour row a month close has archived meanwhile is told
+// apart from one another user deleted.
+StoreError rowGone(Connection &conn, const TableInfo &t, const QVariantList &keyValues)
+{
+    if (t.name.compare(QLatin1String("HORAS"), Qt::CaseInsensitive) == 0) {
+        const ResultSet archived = conn.selectNative(
+            QStringLiteral("SELECT COUNT(*) FROM HHORAS WHERE %1").arg(keyCondition(t)), keyValues);
+        if (!archived.rows.empty() && archived.rows.front().value(0).toInt() > 0)
+            return StoreError(StoreError::Kind::RowGone, 3167,
+                              QStringLiteral("El registro ya no existe en el mes en curso: un cierre de mes lo pasó "
+                                             "al archivo, donde ya no se puede cambiar. No se guardó nada."));
+    }
+    return StoreError(StoreError::Kind::RowGone, 3167, QStringLiteral("El registro ya no existe: otro usuario lo eliminó."));
+}
+
 }  // namespace
 
 DataControl::DataControl(const QString &name, QObject *parent, const QString &connectString)
@@ -536,8 +551,7 @@ void DataControl::updateRow()
         const ResultSet still = m_conn->selectNative(
             QStringLiteral("SELECT COUNT(*) FROM %1 WHERE %2").arg(t->name, keyCondition(*t)), keyValues);
         if (still.rows.empty() || still.rows.front().value(0).toInt() == 0)
-            throw StoreError(StoreError::Kind::RowGone, 3167,
-                             QStringLiteral("El registro ya no existe: otro usuario lo eliminó."));
+            throw rowGone(*m_conn, *t, keyValues);
         throw StoreError(StoreError::Kind::Conflict, 3197,
                          QStringLiteral("Otro usuario modificó este registro desde que se leyó. "
                                         "Vuelva a leer los datos e intente de nuevo."));
@@ -577,8 +591,7 @@ void DataControl::deleteCurrent()
     const int affected = m_conn->executeNative(
         QStringLiteral("DELETE FROM %1 WHERE %2").arg(t->name, keyCondition(*t)), keyValues);
     if (affected == 0)
-        throw StoreError(StoreError::Kind::RowGone, 3167,
-                         QStringLiteral("El registro ya no existe: otro usuario lo eliminó."));
+        throw rowGone(*m_conn, *t, keyValues);
     if (m_countCache > 0)
         --m_countCache;
     if (m_index >= 0) {

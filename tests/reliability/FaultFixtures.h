@@ -24,9 +24,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <functional>
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 namespace faults {
@@ -139,7 +136,7 @@ public:
         if (bins.isEmpty() || !m_dir.isValid())
             return false;
         m_bin = QStringLiteral("/usr/lib/postgresql/%1/bin/").arg(bins.last());
-        m_port = freePort();
+        m_port = tests::freePort();  // never a port guessed
         if (m_port == 0)
             return false;
         m_user = getuid() == 0 ? QStringLiteral("postgres") : qEnvironmentVariable("USER", QStringLiteral("postgres"));
@@ -181,24 +178,6 @@ public:
     }
 
 private:
-    // A port the system reports free on the loopback address (never one guessed).
-    static int freePort()
-    {
-        const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-        if (fd < 0)
-            return 0;
-        sockaddr_in addr{};
-        addr.sin_family = AF_INET;
-        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        addr.sin_port = 0;
-        socklen_t len = sizeof addr;
-        int port = 0;
-        if (::bind(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) == 0 &&
-            ::getsockname(fd, reinterpret_cast<sockaddr *>(&addr), &len) == 0)
-            port = ntohs(addr.sin_port);
-        ::close(fd);
-        return port;
-    }
     QString data() const { return m_dir.path() + QStringLiteral("/data"); }
     QStringList wrap(const QStringList &cmd) const
     {

@@ -118,15 +118,7 @@ inline void addStaff(tests::TempStore &db, const QString &cedula)
 
 inline QString staffCedula(int process) { return QStringLiteral("910000%1").arg(process, 2, 10, QLatin1Char('0')); }
 
-// An approved close of the area DOC with that cut-off, as the super user leaves it.
-inline qlonglong approvedClose(tests::TempStore &db, const QDate &cutOff)
-{
-    db.execNative(QStringLiteral("INSERT INTO CIERREMESES (FunCedula, AreId, CieMesMesCierre, CieMesAnioCierre, "
-                                 "CieMesFechaActual, CieMesFechaCierre, CieMesAprobado, CieMesDesaprobado, "
-                                 "CieMesCerrado) VALUES ('22222222', 'DOC', ?, ?, ?, ?, ?, ?, ?)"),
-                  {cutOff.month(), cutOff.year(), cutOff, cutOff, true, false, false});
-    return db.scalar(QStringLiteral("SELECT MAX(CieMesId) FROM CIERREMESES")).toLongLong();
-}
+using tests::approvedClose;
 
 // One entry as a driver reported it.
 struct Entry {

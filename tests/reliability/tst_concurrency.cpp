@@ -179,18 +179,6 @@ bool sqliteWriteLocked()
     return probe.readAllStandardError().contains("locked");
 }
 
-// A copy of an hour row of the area, dated `date`: it gets the highest key and stands last
-// in the table, so that a close meets it after the area's older rows.
-qlonglong copyOfRow(tests::TempStore &db, qlonglong horId, const QDate &date)
-{
-    db.execNative(QStringLiteral("INSERT INTO HORAS (FunCedula, AreId, ActId, DesId, FunInsId, HorFecha, HorSemana, "
-                                 "HorValorhora, HorHoras, HorCategoria, TipId, HorMoneda) SELECT FunCedula, AreId, "
-                                 "ActId, DesId, FunInsId, ?, HorSemana, HorValorhora, 3, HorCategoria, TipId, HorMoneda "
-                                 "FROM HORAS WHERE HorId = ?"),
-                  {date, horId});
-    return db.scalar(QStringLiteral("SELECT MAX(HorId) FROM HORAS")).toLongLong();
-}
-
 }  // namespace
 
 // While the chief's close runs, three users change rows of the closing area: new hours on
@@ -213,9 +201,9 @@ void TestConcurrency::changesDuringClose()
                                          {cutOff})
                                 .toLongLong();
     QVERIFY(model > 0);
-    const qlonglong changed = copyOfRow(*m_store, model, cutOff);
-    const qlonglong redated = copyOfRow(*m_store, model, cutOff);
-    const qlonglong deleted = copyOfRow(*m_store, model, cutOff);
+    const qlonglong changed = tests::copyOfHourRow(*m_store, model, cutOff);
+    const qlonglong redated = tests::copyOfHourRow(*m_store, model, cutOff);
+    const qlonglong deleted = tests::copyOfHourRow(*m_store, model, cutOff);
     const QDate later = cutOff.addDays(10);
     const int due = m_store->count(QStringLiteral("HORAS"), QStringLiteral("AreId='DOC' AND HorFecha <= ?"), {cutOff});
 

@@ -4,6 +4,8 @@
 // not do.
 #include "StoreTool.h"
 #include "TempStore.h"
+
+#include "core/MonthClose.h"
 #include "store/HourHistory.h"
 #include "store/StoreError.h"
 #include "store/StoreSetup.h"
@@ -300,6 +302,12 @@ void TestHistory::programRoleIsLimited()
                                   QStringLiteral("DROP TRIGGER TR_HORAS_HIST_ALTA ON HORAS")};
         for (const QString &sql : refused)
             QVERIFY_THROWS_EXCEPTION(store::StoreError, app->executeNative(sql));
+
+        // The month close, as the windows run it, is within the program role's rights.
+        const int due = fixture.count(QStringLiteral("HORAS"), QStringLiteral("AreId = 'DOC'"));
+        QVERIFY(due > 0);
+        QCOMPARE(core::MonthClose(QStringLiteral("DOC"), QDate::currentDate().addYears(1)).run(*app), due);
+        QCOMPARE(fixture.count(QStringLiteral("HORAS"), QStringLiteral("AreId = 'DOC'")), 0);
     }
     const auto lines = fixture.selectNative(
         QStringLiteral("SELECT HisLogin, HisCuenta FROM HORAS_HISTORIAL WHERE HisLogin = 'jefe' ORDER BY HisId"));

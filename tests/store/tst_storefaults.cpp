@@ -12,10 +12,6 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 using store::StoreError;
 using Fault = store::StoreError::Fault;
@@ -47,21 +43,6 @@ private:
     QString m_path;
     QByteArray m_saved;
 };
-
-int freePort()
-{
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof addr;
-    int port = 0;
-    if (::bind(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) == 0 &&
-        ::getsockname(fd, reinterpret_cast<sockaddr *>(&addr), &len) == 0)
-        port = ntohs(addr.sin_port);
-    ::close(fd);
-    return port;
-}
 
 QString pgSection(const QString &name, const QString &user, int port = 0)
 {
@@ -119,7 +100,7 @@ void TestStoreFaults::faultIsSaidInSpanish()
     ExtraDataSources sources(
         QStringLiteral("\n[BROKEN]\nDriver=SQLite3\nDatabase=%1\n\n").arg(file) +
         (tests::testBackend() == store::Backend::PostgreSQL
-             ? pgSection(QStringLiteral("NOSERVER"), qEnvironmentVariable("TEMPALIA_PG_USER"), freePort()) +
+             ? pgSection(QStringLiteral("NOSERVER"), qEnvironmentVariable("TEMPALIA_PG_USER"), tests::freePort()) +
                    pgSection(QStringLiteral("NOLOGIN"), QStringLiteral("nadie")) +
                    pgSection(QStringLiteral("LIMITED"), QStringLiteral("tempalia_limitado"))
              : QString()));

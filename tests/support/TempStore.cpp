@@ -10,6 +10,11 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 namespace tests {
 namespace {
 
@@ -155,6 +160,42 @@ int TempStore::count(const QString &table, const QString &where, const QVariantL
                       .arg(table, where.isEmpty() ? QString() : QStringLiteral(" WHERE ") + where),
                   values)
         .toInt();
+}
+
+qlonglong approvedClose(TempStore &db, const QDate &cutOff)
+{
+    db.execNative(QStringLiteral("INSERT INTO CIERREMESES (FunCedula, AreId, CieMesMesCierre, CieMesAnioCierre, "
+                                 "CieMesFechaActual, CieMesFechaCierre, CieMesAprobado, CieMesDesaprobado, "
+                                 "CieMesCerrado) VALUES ('22222222', 'DOC', ?, ?, ?, ?, ?, ?, ?)"),
+                  {cutOff.month(), cutOff.year(), cutOff, cutOff, true, false, false});
+    return db.scalar(QStringLiteral("SELECT MAX(CieMesId) FROM CIERREMESES")).toLongLong();
+}
+
+qlonglong copyOfHourRow(TempStore &db, qlonglong horId, const QDate &date)
+{
+    db.execNative(QStringLiteral("INSERT INTO HORAS (FunCedula, AreId, ActId, DesId, FunInsId, HorFecha, HorSemana, "
+                                 "HorValorhora, HorHoras, HorCategoria, TipId, HorMoneda) SELECT FunCedula, AreId, "
+                                 "ActId, DesId, FunInsId, ?, HorSemana, HorValorhora, 3, HorCategoria, TipId, HorMoneda "
+                                 "FROM HORAS WHERE HorId = ?"),
+                  {date, horId});
+    return db.scalar(QStringLiteral("SELECT MAX(HorId) FROM HORAS")).toLongLong();
+}
+
+int freePort()
+{
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    if (fd < 0)
+        return 0;
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t len = sizeof addr;
+    int port = 0;
+    if (::bind(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) == 0 &&
+        ::getsockname(fd, reinterpret_cast<sockaddr *>(&addr), &len) == 0)
+        port = ntohs(addr.sin_port);
+    ::close(fd);
+    return port;
 }
 
 }  // namespace tests

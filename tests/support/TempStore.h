@@ -44,6 +44,15 @@ private:
     std::shared_ptr<store::Connection> m_conn;
 };
 
+// An approved close of the area DOC with that cut-off, as the super user leaves it; returns
+// its CieMesId.
+qlonglong approvedClose(TempStore &db, const QDate &cutOff);
+// A copy of an hour row (3 hours) dated `date`: it gets the highest key and stands last in
+// the table, so that a close meets it after the area's older rows. Returns its HorId.
+qlonglong copyOfHourRow(TempStore &db, qlonglong horId, const QDate &date);
+// A TCP port on the loopback address that the system reports free (0 if none).
+int freePort();
+
 }  // namespace tests
 
 // main() for a test program: the application with the error boundary, the process's
