@@ -310,8 +310,9 @@ void TestHistory::programRoleIsLimited()
         QCOMPARE(fixture.count(QStringLiteral("HORAS"), QStringLiteral("AreId = 'DOC'")), 0);
     }
     const auto lines = fixture.selectNative(
-        QStringLiteral("SELECT HisLogin, HisCuenta FROM HORAS_HISTORIAL WHERE HisLogin = 'jefe' ORDER BY HisId"));
-    QCOMPARE(int(lines.rows.size()), 3);
+        QStringLiteral("SELECT HisLogin, HisCuenta, HisTipo FROM HORAS_HISTORIAL WHERE HisLogin = 'jefe' ORDER BY HisId"));
+    QCOMPARE(int(lines.rows.size()), 4);  // the entry's three lines, then the close's one
+    QCOMPARE(lines.rows.back().value(2).toString(), QStringLiteral("Archivo"));
     QCOMPARE(lines.rows.front().value(1).toString(), roles.program);
     QVERIFY(fixture.count(QStringLiteral("HORAS")) > 0);
 
