@@ -7,6 +7,7 @@
 #include "ui/FieldBinding.h"
 
 #include <QFormLayout>
+#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -101,6 +102,22 @@ QLineEdit *MaintenanceWindow::addTextBox(const QString &name, const QString &lab
     m_grid->setMaxLength(field, maxLength);
     addRowControl(edit);
     return edit;
+}
+
+QGridLayout *MaintenanceWindow::linkListLayout(const QList<QPair<QString, QWidget *>> &pickers, QWidget *add,
+                                               QWidget *remove, QWidget *list)
+{
+    auto *grid = new QGridLayout;
+    int row = 0;
+    for (const auto &[caption, picker] : pickers) {
+        grid->addWidget(new QLabel(caption, this), row++, 0, 1, 2);
+        grid->addWidget(picker, row++, 0, 1, 2);
+    }
+    grid->addWidget(add, row, 0);
+    grid->addWidget(remove, row++, 1);
+    grid->addWidget(list, row, 0, 1, 2);
+    grid->setRowStretch(row, 1);
+    return grid;
 }
 
 void MaintenanceWindow::addRowControl(QWidget *control)

@@ -14,6 +14,7 @@ class QFormLayout;
 class QLineEdit;
 class QPushButton;
 class QVBoxLayout;
+class QGridLayout;
 
 namespace store {
 class DataControl;
@@ -78,6 +79,11 @@ protected:
     QFormLayout *form() const { return m_form; }
     // The area below the entry boxes, for what a window adds (contracts, links).
     QVBoxLayout *extraArea() const { return m_extra; }
+    // A link list laid out for the extra area: each picker with its caption right above it,
+    // then the buttons that add and remove a link side by side, then the list, which takes
+    // the room left.
+    QGridLayout *linkListLayout(const QList<QPair<QString, QWidget *>> &pickers, QWidget *add, QWidget *remove,
+                                QWidget *list);
 
     // The window's own step when the current row changes, after the row controls have
     // been enabled or disabled.

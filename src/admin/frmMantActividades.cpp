@@ -119,22 +119,11 @@ frmMantActividades::frmMantActividades(QWidget *parent) : MaintenanceWindow(spec
         w->setEnabled(false);
 
     // Two columns, each a list with what adds to it above: every label right over its box.
-    auto *areas = new QGridLayout;
-    areas->addWidget(new QLabel(QStringLiteral("Areas en las que se realiza esta actividad:"), this), 0, 0, 1, 2);
-    areas->addWidget(dtcAreas, 1, 0, 1, 2);
-    areas->addWidget(cmdAgregar, 2, 0);
-    areas->addWidget(cmdQuitar, 2, 1);
-    areas->addWidget(dtlAreasActividades, 3, 0, 1, 2);
-    areas->setRowStretch(3, 1);
-    auto *subjects = new QGridLayout;
-    subjects->addWidget(new QLabel(QStringLiteral("Materias en las que se realiza esta actividad:"), this), 0, 0, 1, 2);
-    subjects->addWidget(dtcMaterias, 1, 0, 1, 2);
-    subjects->addWidget(new QLabel(QStringLiteral("Rubros en las que se realiza esta actividad:"), this), 2, 0, 1, 2);
-    subjects->addWidget(dtcRubros, 3, 0, 1, 2);
-    subjects->addWidget(cmdAgregarMateria, 4, 0);
-    subjects->addWidget(cmdQuitarMateria, 4, 1);
-    subjects->addWidget(dtlMaterias, 5, 0, 1, 2);
-    subjects->setRowStretch(5, 1);
+    auto *areas = linkListLayout({{QStringLiteral("Areas en las que se realiza esta actividad:"), dtcAreas}}, cmdAgregar,
+                                 cmdQuitar, dtlAreasActividades);
+    auto *subjects = linkListLayout({{QStringLiteral("Materias en las que se realiza esta actividad:"), dtcMaterias},
+                                     {QStringLiteral("Rubros en las que se realiza esta actividad:"), dtcRubros}},
+                                    cmdAgregarMateria, cmdQuitarMateria, dtlMaterias);
     auto *links = new QHBoxLayout;
     links->addLayout(areas, 1);
     links->addLayout(subjects, 1);

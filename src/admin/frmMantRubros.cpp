@@ -58,12 +58,7 @@ frmMantRubros::frmMantRubros(QWidget *parent) : MaintenanceWindow(spec(), parent
     for (QWidget *w : std::initializer_list<QWidget *>{dtcMaterias, dtlMaterias, cmdAgregar, cmdQuitar})
         addRowControl(w);
 
-    auto *links = new QGridLayout;
-    links->addWidget(new QLabel(QStringLiteral("Materias del rubro:"), this), 0, 0, 1, 2);
-    links->addWidget(dtcMaterias, 1, 0, 1, 2);
-    links->addWidget(cmdAgregar, 2, 0);
-    links->addWidget(cmdQuitar, 2, 1);
-    links->addWidget(dtlMaterias, 3, 0, 1, 2);
+    auto *links = linkListLayout({{QStringLiteral("Materias del rubro:"), dtcMaterias}}, cmdAgregar, cmdQuitar, dtlMaterias);
     extraArea()->addLayout(links);
 
     connect(cmdAgregar, &QPushButton::clicked, this, &frmMantRubros::cmdAgregar_Click);

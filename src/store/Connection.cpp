@@ -164,26 +164,32 @@ Backend backendOfDataSource(const QString &dataSource)
     return backend;
 }
 
-// Statements that only read may be sent again on a fresh connection: nothing was changed.
-bool onlyReads(const QString &sql)
-{
-    const QString head = sql.trimmed().left(8).toUpper();
-    return head.startsWith(QLatin1String("SELECT")) || head.startsWith(QLatin1String("PRAGMA"));
-}
-
-// Whether a statement may change the store: anything that does not begin as a query.
-bool mayWrite(const QString &sql)
+// The word a statement begins with (past opening parentheses), upper case, read through the
+// statement lexer; empty when the text can't be read (the store then says what is wrong).
+QString leadingWord(const QString &sql)
 {
     try {
         for (const SqlToken &t : SqlTokenizer::significant(sql)) {
             if (t.isSymbol(u"("))
                 continue;
-            return !(t.isWord(u"SELECT") || t.isWord(u"VALUES") || t.isWord(u"WITH"));
+            return t.kind == SqlToken::Kind::Word ? t.raw.toUpper() : QString();
         }
     } catch (const StoreError &) {
-        // Not readable here: the store says what is wrong with it.
     }
-    return false;
+    return {};
+}
+
+// Statements that only read may be sent again on a fresh connection: nothing was changed.
+bool onlyReads(const QString &word)
+{
+    return word == QLatin1String("SELECT") || word == QLatin1String("PRAGMA");
+}
+
+// Whether a statement may change the store: anything that does not begin as a query.
+bool mayWrite(const QString &word)
+{
+    return !word.isEmpty() && word != QLatin1String("SELECT") && word != QLatin1String("VALUES") &&
+           word != QLatin1String("WITH");
 }
 
 void bindAll(QSqlQuery &q, const QVariantList &values)
@@ -418,11 +424,12 @@ int Connection::execute(const QString &statement)
 template <typename Use>
 auto Connection::run(const QString &sql, const QVariantList &values, Use use) -> decltype(use(std::declval<QSqlQuery &>()))
 {
-    if (m_spec.readOnly && mayWrite(sql))
+    const QString word = leadingWord(sql);
+    if (m_spec.readOnly && mayWrite(word))
         throw StoreError(StoreError::Kind::Store, 3251,
                          QStringLiteral("La conexión %1 es de solo lectura: no se modificó la base de datos.")
                              .arg(m_spec.dataSource));
-    const bool read = onlyReads(sql);
+    const bool read = onlyReads(word);
     if (!m_inTransaction) {
         if (m_dead || !database().isOpen())
             reopen();
