@@ -84,7 +84,10 @@ void fitWindow(QWidget *window, bool choosePlace)
         const QSize outer = window->size().grownBy(frame);
         wanted = over.center() - QPoint(outer.width() / 2, outer.height() / 2);
     }
-    const QRect place = placeInside(area, frame, wanted, window->size(), window->minimumSize());
+    // Never below what the window's layout needs: a frame the window manager reports wrongly
+    // for a moment, while it reparents the window, must not squeeze it to nothing.
+    const QSize least = window->minimumSize().expandedTo(window->minimumSizeHint());
+    const QRect place = placeInside(area, frame, wanted, window->size(), least);
     if (place.size() != window->size())
         window->resize(place.size());
     // move() of a top-level window places its frame's top left.
