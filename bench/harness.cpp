@@ -271,10 +271,7 @@ public:
 
     void setSession(const QString &cedula, const QString &area, qint16 perId)
     {
-        modPrincipal::gUsuLogin = QStringLiteral("bench");
-        modPrincipal::gFunCedula = cedula;
-        modPrincipal::gAreId = area;
-        modPrincipal::gPerId = perId;
+        modPrincipal::setSession(core::Session{QStringLiteral("bench"), cedula, area, perId});
     }
 
     // (1) frmRegistroHoras opening, on the full HORAS and on an empty one.
@@ -328,7 +325,7 @@ public:
     // The statements frmRegistroHoras runs when it opens, as the engine gets them.
     QStringList windowStatements()
     {
-        const QString ced = store::sql::text(modPrincipal::gFunCedula);
+        const QString ced = store::sql::text(modPrincipal::session().person);
         QStringList s{
             QStringLiteral("SELECT * FROM HORAS"),
             QStringLiteral("SELECT * FROM HORAS_RUBROS_MATERIAS"),
@@ -633,7 +630,7 @@ public:
         const QString file = workDir + QStringLiteral("/resumen.xlsx");
         g_dialogs->inputAnswer = file;
         auto *adc = new store::DataControl(QStringLiteral("adcMesActual"));
-        adc->setRecordSource(ExportacionMes::defaultStatement(modPrincipal::gFunCedula));
+        adc->setRecordSource(ExportacionMes::defaultStatement(modPrincipal::session().person));
         adc->refresh();
         Row row{QStringLiteral("(5) month export to workbook"), m_backend,
                 QString::number(count(QStringLiteral("SELECT COUNT(*) FROM HORAS WHERE AreId='%1'").arg(area)))};

@@ -2,6 +2,7 @@
 // lands in HORAS and HORAS_RUBROS_MATERIAS column by column, the chain of lists, the value
 // and category taken from the contract, and what happens when a save is refused.
 #include "ScriptedDialogs.h"
+#include "Session.h"
 #include "TempStore.h"
 #include "hours/frmModificoHoras.h"
 #include "hours/frmRegistroHoras.h"
@@ -97,10 +98,7 @@ void closeNow(Window *w)
 
 void login(const QString &cedula)
 {
-    modPrincipal::gUsuLogin = QStringLiteral("usuario");
-    modPrincipal::gFunCedula = cedula;
-    modPrincipal::gAreId = QStringLiteral("DOC");
-    modPrincipal::gPerId = 5;
+    tests::signIn(QStringLiteral("usuario"), cedula, QStringLiteral("DOC"), 5);
 }
 
 }  // namespace
