@@ -89,7 +89,7 @@ QString HoursSave::missingPiece(const HoursEntry &entry) const
 {
     if (entry.funInsId.isNull())
         return QStringLiteral("El funcionario no tiene contratos: no se pueden guardar sus horas.");
-    if (!entry.areId.isNull() && entry.actId.isNull()) {
+    if (!entry.areId.isNull()) {
         const store::ResultSet activities = store::Connection::shared(m_connectString)->selectNative(
             QStringLiteral("SELECT COUNT(*) FROM AREAS_ACTIVIDADES WHERE AREID=?"), {entry.areId});
         if (!activities.rows.empty() && activities.rows.front().value(0).toInt() == 0)

@@ -53,8 +53,8 @@ struct HoursSaveResult {
 // transaction: when the second fails the hours stay stored and the result says so, with
 // the key, so that the next save completes that row instead of entering the hours twice.
 //
-// Before anything is written the save needs a contract, and an activity when the chosen
-// area has any; everything else is left to the store's own rules.
+// Before anything is written the save needs a contract, and a chosen area that has
+// activities; everything else is left to the store's own rules.
 class HoursSave {
 public:
     explicit HoursSave(QString connectString = QString::fromLatin1(store::kDefaultConnectString));
