@@ -13,6 +13,7 @@
 #include "LargeStore.h"
 #include "Median.h"
 
+#include "core/HoursSave.h"
 #include "session/modPrincipal.h"
 #include "store/Connection.h"
 #include "store/DataControl.h"
@@ -271,10 +272,7 @@ public:
 
     void setSession(const QString &cedula, const QString &area, qint16 perId)
     {
-        modPrincipal::gUsuLogin = QStringLiteral("bench");
-        modPrincipal::gFunCedula = cedula;
-        modPrincipal::gAreId = area;
-        modPrincipal::gPerId = perId;
+        modPrincipal::setSession(core::Session{QStringLiteral("bench"), cedula, area, perId});
     }
 
     // (1) frmRegistroHoras opening, on the full HORAS and on an empty one.
@@ -328,7 +326,7 @@ public:
     // The statements frmRegistroHoras runs when it opens, as the engine gets them.
     QStringList windowStatements()
     {
-        const QString ced = store::sql::text(modPrincipal::gFunCedula);
+        const QString ced = store::sql::text(modPrincipal::session().person);
         QStringList s{
             QStringLiteral("SELECT * FROM HORAS"),
             QStringLiteral("SELECT * FROM HORAS_RUBROS_MATERIAS"),
@@ -530,8 +528,8 @@ public:
         rows.push_back(row);
     }
 
-    // (9) what the history of the hour records costs: (9a) saves through the data control
-    // as the entry window makes them, (9b) the close's copy and delete; each timed on the
+    // (9) what the history of the hour records costs: (9a) saves as the entry window makes
+    // them (core::HoursSave, a plain entry), (9b) the close's copy and delete; each timed on the
     // store with its history triggers and, in the same run, alternating, on the same store
     // with the history removed. Program column: with the history; engine column: without.
     void historyCost()
@@ -544,26 +542,25 @@ public:
             QStringLiteral("SELECT MIN(FunInsId) FROM FUNCIONARIOS_INSTITUTOS WHERE FunCedula = '%1'").arg(person));
         constexpr int saves = 100;
         auto saveBatch = [&] {
-            store::DataControl adc(QStringLiteral("adcHoras"));
-            adc.setRecordSource(QStringLiteral("SELECT * FROM HORAS WHERE HORID=0"));
-            adc.refresh();
+            const core::Session session{QStringLiteral("bench"), person, QStringLiteral("A02"), 5};
+            core::HoursEntry entry;
+            entry.areId = QStringLiteral("A02");
+            entry.actId = QStringLiteral("CLA");
+            entry.desId = QStringLiteral("CUR");
+            entry.funInsId = funIns.toLongLong();
+            entry.fecha = QDate::currentDate();
+            entry.semana = 46;
+            entry.valorHora = 350.0;
+            entry.horas = 2.5;
+            entry.categoria = QStringLiteral("A");
+            entry.tipId = QStringLiteral("COM");
+            entry.moneda = QStringLiteral("Pesos Uruguayos");
+            const core::HoursSave save;
             const double t = nowMs();
             for (int i = 0; i < saves; ++i) {
-                adc.addNew();
-                adc.setValue(QStringLiteral("FunCedula"), person);
-                adc.setValue(QStringLiteral("AreId"), QStringLiteral("A02"));
-                adc.setValue(QStringLiteral("ActId"), QStringLiteral("CLA"));
-                adc.setValue(QStringLiteral("DesId"), QStringLiteral("CUR"));
-                adc.setValue(QStringLiteral("FunInsId"), funIns.toLongLong());
-                adc.setValue(QStringLiteral("HorFecha"), QDate::currentDate());
-                adc.setValue(QStringLiteral("HorSemana"), 46);
-                adc.setValue(QStringLiteral("HorValorhora"), 350.0);
-                adc.setValue(QStringLiteral("HorHoras"), 2.5);
-                adc.setValue(QStringLiteral("HorCategoria"), QStringLiteral("A"));
-                adc.setValue(QStringLiteral("TipId"), QStringLiteral("COM"));
-                adc.setValue(QStringLiteral("HorMoneda"), QStringLiteral("Pesos Uruguayos"));
-                adc.move0();
-                adc.update();
+                const core::HoursSaveResult result = save.enter(session, entry);
+                if (!result.saved)
+                    qFatal("hours save refused: %s", qPrintable(result.message));
             }
             return (nowMs() - t) / saves;
         };
@@ -633,7 +630,7 @@ public:
         const QString file = workDir + QStringLiteral("/resumen.xlsx");
         g_dialogs->inputAnswer = file;
         auto *adc = new store::DataControl(QStringLiteral("adcMesActual"));
-        adc->setRecordSource(ExportacionMes::defaultStatement(modPrincipal::gFunCedula));
+        adc->setRecordSource(ExportacionMes::defaultStatement(modPrincipal::session().person));
         adc->refresh();
         Row row{QStringLiteral("(5) month export to workbook"), m_backend,
                 QString::number(count(QStringLiteral("SELECT COUNT(*) FROM HORAS WHERE AreId='%1'").arg(area)))};

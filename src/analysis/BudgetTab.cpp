@@ -8,6 +8,7 @@
 #include "ui/DataLists.h"
 #include "ui/DatePicker.h"
 #include "ui/Dialogs.h"
+#include "ui/GuardedSlot.h"
 #include "ui/Masks.h"
 
 #include <QCheckBox>
@@ -67,7 +68,7 @@ BudgetTab::BudgetTab(MainWindow window, QWidget *parent, store::DataControl *are
         m_optConsulta[i] = new QRadioButton(QString::fromUtf8(captions[i]), fraConsulta);
         m_optConsulta[i]->setObjectName(QStringLiteral("optConsulta_%1").arg(i));
         fraLayout->addWidget(m_optConsulta[i], i, 0, 1, 4);
-        connect(m_optConsulta[i], &QRadioButton::clicked, this, &BudgetTab::optionClicked);
+        ui::connectGuarded(m_optConsulta[i], &QRadioButton::clicked, this, &BudgetTab::optionClicked);
     }
     m_optConsulta[0]->setChecked(true);
     const QDate today = QDate::currentDate();
@@ -95,14 +96,14 @@ BudgetTab::BudgetTab(MainWindow window, QWidget *parent, store::DataControl *are
     m_chkDocentes->setObjectName(QStringLiteral("chkActividadesDocentes"));
     m_chkNoDocentes = new QCheckBox(QStringLiteral("Solo actividades NO docentes"), this);
     m_chkNoDocentes->setObjectName(QStringLiteral("chkActividadesNoDocentes"));
-    connect(m_chkDocentes, &QCheckBox::clicked, this, &BudgetTab::docentesClicked);
-    connect(m_chkNoDocentes, &QCheckBox::clicked, this, &BudgetTab::noDocentesClicked);
+    ui::connectGuarded(m_chkDocentes, &QCheckBox::clicked, this, &BudgetTab::docentesClicked);
+    ui::connectGuarded(m_chkNoDocentes, &QCheckBox::clicked, this, &BudgetTab::noDocentesClicked);
     filters->addWidget(m_chkDocentes);
     filters->addWidget(m_chkNoDocentes);
     if (super) {
         m_chkSeleccionarArea = new QCheckBox(QStringLiteral("Solo horas realizadas en el área:"), this);
         m_chkSeleccionarArea->setObjectName(QStringLiteral("chkSeleccionarArea"));
-        connect(m_chkSeleccionarArea, &QCheckBox::clicked, this, &BudgetTab::areaBoxClicked);
+        ui::connectGuarded(m_chkSeleccionarArea, &QCheckBox::clicked, this, &BudgetTab::areaBoxClicked);
         m_dtcSeleccionarArea = new ui::DataCombo(this);
         m_dtcSeleccionarArea->setObjectName(QStringLiteral("dtcSeleccionarArea"));
         m_adcAreas = areaSource(areas, this);
@@ -119,8 +120,8 @@ BudgetTab::BudgetTab(MainWindow window, QWidget *parent, store::DataControl *are
     cmdComenzar->setObjectName(QStringLiteral("cmdComenzar"));
     auto *cmdImprimir = new QPushButton(QStringLiteral("Imprimir"), this);
     cmdImprimir->setObjectName(QStringLiteral("cmdImprimir"));
-    connect(cmdComenzar, &QPushButton::clicked, this, &BudgetTab::comenzar);
-    connect(cmdImprimir, &QPushButton::clicked, this, &BudgetTab::imprimir);
+    ui::connectGuarded(cmdComenzar, &QPushButton::clicked, this, &BudgetTab::comenzar);
+    ui::connectGuarded(cmdImprimir, &QPushButton::clicked, this, &BudgetTab::imprimir);
     buttons->addWidget(cmdComenzar);
     buttons->addWidget(cmdImprimir);
     buttons->addStretch();
@@ -235,7 +236,7 @@ QString BudgetTab::composeStatement() const
 
     QString clauses;
     if (m_window == MainWindow::JefeArea) {
-        clauses = period + QStringLiteral(" AND H.AREID=") + store::sql::text(modPrincipal::gAreId) + activity;
+        clauses = period + QStringLiteral(" AND H.AREID=") + store::sql::text(modPrincipal::session().area) + activity;
     } else {
         clauses = period + activity;
         if (m_chkSeleccionarArea->isChecked())

@@ -6,6 +6,7 @@
 #include "store/Shape.h"
 #include "store/StoreError.h"
 #include "ui/Dialogs.h"
+#include "ui/GuardedSlot.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -47,7 +48,7 @@ ChartWindow::ChartWindow(const QString &consulta, const QString &agrupar, QWidge
     for (int i = 0; i < 4; ++i) {
         m_optTipo[i] = new QRadioButton(QString::fromUtf8(captions[i]), this);
         m_optTipo[i]->setObjectName(QStringLiteral("optTipo_%1").arg(i));
-        connect(m_optTipo[i], &QRadioButton::clicked, this, [this, i] { m_chart->setChartType(typeOfOption(i)); });
+        ui::connectGuarded(m_optTipo[i], &QRadioButton::clicked, this, [this, i] { m_chart->setChartType(typeOfOption(i)); });
     }
     m_optTipo[1]->setChecked(true);
     m_chart->setChartType(typeOfOption(1));
@@ -55,7 +56,7 @@ ChartWindow::ChartWindow(const QString &consulta, const QString &agrupar, QWidge
     m_cmdCopiar = new QPushButton(QStringLiteral("Copiar"), this);
     m_cmdCopiar->setObjectName(QStringLiteral("cmdCopiar"));
     m_cmdCopiar->setToolTip(QStringLiteral("Copiar la gráfica para pegarla en Excel, Word, etc."));
-    connect(m_cmdCopiar, &QPushButton::clicked, this, &ChartWindow::copyChart);
+    ui::connectGuarded(m_cmdCopiar, &QPushButton::clicked, this, &ChartWindow::copyChart);
     m_cmdClose = new QPushButton(QStringLiteral("Cerrar"), this);
     m_cmdClose->setObjectName(QStringLiteral("cmdClose"));
     connect(m_cmdClose, &QPushButton::clicked, this, &QWidget::close);

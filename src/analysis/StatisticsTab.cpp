@@ -7,6 +7,7 @@
 #include "store/SqlValue.h"
 #include "ui/DataLists.h"
 #include "ui/DatePicker.h"
+#include "ui/GuardedSlot.h"
 
 #include <QGridLayout>
 #include <QGroupBox>
@@ -50,7 +51,7 @@ StatisticsTab::StatisticsTab(MainWindow window, QWidget *parent, store::DataCont
     for (int i = 0; i < captions.size(); ++i) {
         auto *opt = new QRadioButton(captions.at(i), fraOpciones);
         opt->setObjectName(QStringLiteral("optEstadisticas_%1").arg(i));
-        connect(opt, &QRadioButton::clicked, this, [this, i] { optionClicked(i); });
+        ui::connectGuarded(opt, &QRadioButton::clicked, this, [this, i] { optionClicked(i); });
         m_optEstadisticas << opt;
     }
     m_optEstadisticas[0]->setChecked(true);
@@ -112,7 +113,7 @@ StatisticsTab::StatisticsTab(MainWindow window, QWidget *parent, store::DataCont
     right->addWidget(fraAgrupar);
     auto *cmdGraficar = new QPushButton(QStringLiteral("Crear la gráfica"), this);
     cmdGraficar->setObjectName(QStringLiteral("cmdGraficar"));
-    connect(cmdGraficar, &QPushButton::clicked, this, &StatisticsTab::graficar);
+    ui::connectGuarded(cmdGraficar, &QPushButton::clicked, this, &StatisticsTab::graficar);
     right->addWidget(cmdGraficar);
     right->addStretch();
     outer->addLayout(right);

@@ -108,7 +108,7 @@ void ExportacionMes::exportar(store::DataControl *adcMesActual, QWidget *parent,
         ~GiveBack()
         {
             try {
-                adc->setRecordSource(defaultStatement(modPrincipal::gFunCedula.trimmed()));
+                adc->setRecordSource(defaultStatement(modPrincipal::session().person.trimmed()));
                 adc->refresh();
                 adc->refresh();
                 if (refreshGrid)
@@ -119,7 +119,7 @@ void ExportacionMes::exportar(store::DataControl *adcMesActual, QWidget *parent,
         }
     } giveBack{adcMesActual, refreshGrid};
 
-    adcMesActual->setRecordSource(exportStatement(modPrincipal::gAreId));
+    adcMesActual->setRecordSource(exportStatement(modPrincipal::session().area));
     adcMesActual->refresh();
     adcMesActual->refresh();
     ExcelVb xl;
@@ -136,7 +136,7 @@ void ExportacionMes::exportar(store::DataControl *adcMesActual, QWidget *parent,
         ui::setBusy(true);
         xl.Crear();
         xl.NewBook();
-        xl.SetCell(QStringLiteral("Horas trabajadas en el area: ") + modPrincipal::gAreId, QStringLiteral("A1"));
+        xl.SetCell(QStringLiteral("Horas trabajadas en el area: ") + modPrincipal::session().area, QStringLiteral("A1"));
         const char *headings[] = {"CEDULA", "NOMBRE", "FECHA", "HORAS", "TIPO HORAS", "ACTIVIDAD", "VALOR HORA"};
         for (int c = 0; c < 7; ++c)
             xl.SetCell(QString::fromLatin1(headings[c]), QChar('A' + c) + QStringLiteral("3"));

@@ -552,9 +552,7 @@ void DataControl::updateRow()
             QStringLiteral("SELECT COUNT(*) FROM %1 WHERE %2").arg(t->name, keyCondition(*t)), keyValues);
         if (still.rows.empty() || still.rows.front().value(0).toInt() == 0)
             throw rowGone(*m_conn, *t, keyValues);
-        throw StoreError(StoreError::Kind::Conflict, 3197,
-                         QStringLiteral("Otro usuario modificó este registro desde que se leyó. "
-                                        "Vuelva a leer los datos e intente de nuevo."));
+        throw StoreError::changedSinceRead();
     }
     // What is now stored, in its kind.
     for (const QString &c : writableColumns(*t)) {

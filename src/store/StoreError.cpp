@@ -249,6 +249,13 @@ StoreError StoreError::fromSql(const QSqlError &error, const QString &statement)
     return fromDiagnostic(Backend::SQLite, diag, error, error.type() == QSqlError::ConnectionError);
 }
 
+StoreError StoreError::changedSinceRead()
+{
+    return StoreError(Kind::Conflict, 3197,
+                      QStringLiteral("Otro usuario modificó este registro desde que se leyó. "
+                                     "Vuelva a leer los datos e intente de nuevo."));
+}
+
 StoreError StoreError::noCurrentRow()
 {
     return StoreError(Kind::NoCurrentRow, 3021,

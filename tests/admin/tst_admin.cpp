@@ -608,8 +608,8 @@ void TstAdmin::newUserCanLogIn()
     type(&login, "txtPassword", QStringLiteral("clave12Larga"));
     click(&login, "cmdOK");
     QVERIFY(login.LoginSucceeded);
-    QCOMPARE(modPrincipal::gPerId, qint16(5));
-    QCOMPARE(modPrincipal::gFunCedula, QStringLiteral("55555555"));
+    QCOMPARE(modPrincipal::session().role, qint16(5));
+    QCOMPARE(modPrincipal::session().person, QStringLiteral("55555555"));
 }
 
 // Saving a stored user with the password box untouched keeps the password; a typed one

@@ -4,6 +4,7 @@
 // the printing.
 
 #include "AnalysisFixture.h"
+#include "Session.h"
 #include "ScriptedDialogs.h"
 #include "TempStore.h"
 #include "analysis/BudgetTab.h"
@@ -138,10 +139,7 @@ class TestBudget : public QObject {
 private slots:
     void init()
     {
-        modPrincipal::gUsuLogin = QStringLiteral("jefe");
-        modPrincipal::gFunCedula = QStringLiteral("22222222");
-        modPrincipal::gAreId = QStringLiteral("DOC");
-        modPrincipal::gPerId = 6;
+        tests::signIn(QStringLiteral("jefe"), QStringLiteral("22222222"), QStringLiteral("DOC"), 6);
         BudgetTab::setReportOpener({});
     }
 
@@ -398,7 +396,7 @@ private slots:
     {
         tests::TempStore db(tests::TempStore::Content::Schema);
         fillStore(db);
-        modPrincipal::gAreId = QStringLiteral("D'O");
+        tests::amendSession([&](core::Session &s) { s.area = QStringLiteral("D'O"); });
         BudgetTab tab(MainWindow::JefeArea);
         QTest::mouseClick(child<QPushButton>(&tab, "cmdComenzar"), Qt::LeftButton);
         QCOMPARE(tab.statement(), kSelect.arg("HORAS", " AND H.AREID='D''O'"));

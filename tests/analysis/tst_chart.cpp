@@ -3,6 +3,7 @@
 // data, copying, an empty result and a refused statement, and a very small window.
 
 #include "AnalysisFixture.h"
+#include "Session.h"
 #include "ScriptedDialogs.h"
 #include "TempStore.h"
 #include "analysis/ChartGrid.h"
@@ -103,8 +104,10 @@ class TestChart : public QObject {
 private slots:
     void init()
     {
-        modPrincipal::gAreId = QStringLiteral("DOC");
-        modPrincipal::gPerId = 6;
+        tests::amendSession([&](core::Session &s) {
+            s.area = QStringLiteral("DOC");
+            s.role = 6;
+        });
     }
 
     void gridPerGrouping_data()

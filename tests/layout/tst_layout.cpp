@@ -5,6 +5,7 @@
 // With TEMPALIA_SHOTS set to a folder, each window checked is also saved there as a PNG,
 // named after its case (the pictures of the README come from here).
 #include "ScriptedDialogs.h"
+#include "Session.h"
 #include "TempStore.h"
 #include "admin/frmAdministrador.h"
 #include "analysis/ChartView.h"
@@ -39,12 +40,10 @@ namespace {
 
 void setSession(int perId)
 {
-    modPrincipal::gPerId = qint16(perId);
     const char *login = perId == 5 ? "usuario" : perId == 6 ? "jefe" : perId == 7 ? "admin" : "super";
     const char *cedula = perId == 5 ? "11111111" : perId == 6 ? "22222222" : perId == 7 ? "33333333" : "44444444";
-    modPrincipal::gUsuLogin = QString::fromLatin1(login);
-    modPrincipal::gFunCedula = QString::fromLatin1(cedula);
-    modPrincipal::gAreId = perId == 8 ? QStringLiteral("ADM") : QStringLiteral("DOC");
+    tests::signIn(QString::fromLatin1(login), QString::fromLatin1(cedula),
+                  perId == 8 ? QStringLiteral("ADM") : QStringLiteral("DOC"), qint16(perId));
 }
 
 QString fileName(QString name)

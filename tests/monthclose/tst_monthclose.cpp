@@ -3,6 +3,7 @@
 // close can be refused or fail.
 
 #include "ScriptedDialogs.h"
+#include "Session.h"
 #include "TempStore.h"
 #include "monthclose/CierreMesJefeArea.h"
 #include "monthclose/CierreMesSuperUsuario.h"
@@ -28,10 +29,7 @@ const QString kOtherArea = QStringLiteral("Solo puede cerrar o modificar los cie
 
 void loginAs(const QString &login, const QString &cedula, const QString &area, qint16 perId)
 {
-    modPrincipal::gUsuLogin = login;
-    modPrincipal::gFunCedula = cedula;
-    modPrincipal::gAreId = area;
-    modPrincipal::gPerId = perId;
+    tests::signIn(login, cedula, area, perId);
 }
 void loginChief() { loginAs(QStringLiteral("jefe"), QStringLiteral("22222222"), QStringLiteral("DOC"), 6); }
 void loginSuper() { loginAs(QStringLiteral("super"), QStringLiteral("44444444"), QStringLiteral("ADM"), 8); }

@@ -2,6 +2,7 @@
 // store, the boxes shown, and the "Mes en curso" list given back.
 
 #include "ScriptedDialogs.h"
+#include "Session.h"
 #include "TempStore.h"
 
 #include "output/ExportacionMes.h"
@@ -69,9 +70,11 @@ private slots:
         m_store = std::make_unique<tests::TempStore>();
         m_dialogs = std::make_unique<ScriptedDialogs>();
         m_installed = std::make_unique<ScriptedDialogs::Install>(*m_dialogs);
-        modPrincipal::gAreId = QStringLiteral("DOC");
-        modPrincipal::gFunCedula = QStringLiteral("22222222 ");
-        modPrincipal::gPerId = 6;
+        tests::amendSession([&](core::Session &s) {
+            s.area = QStringLiteral("DOC");
+            s.person = QStringLiteral("22222222 ");
+            s.role = 6;
+        });
         m_adc = std::make_unique<store::DataControl>(QStringLiteral("adcMesActual"));
         // A sorted list stands on the grid before the export.
         m_adc->setRecordSource(QStringLiteral("SELECT * FROM HORAS ORDER BY HORID DESC"));
@@ -203,7 +206,7 @@ private slots:
         m_store->execNative(QStringLiteral("DELETE FROM HORAS_RUBROS_MATERIAS WHERE HorId IN "
                                            "(SELECT HorId FROM HORAS WHERE AreId = 'INV')"));
         m_store->execNative(QStringLiteral("DELETE FROM HORAS WHERE AreId = 'INV'"));
-        modPrincipal::gAreId = QStringLiteral("INV");
+        tests::amendSession([&](core::Session &s) { s.area = QStringLiteral("INV"); });
         run();
         QCOMPARE(m_dialogs->texts(), QStringList{QStringLiteral("No hay horas del área para exportar.")});
         QVERIFY(m_dialogs->busyHistory().isEmpty() || !m_dialogs->busyHistory().contains(true));
@@ -221,7 +224,7 @@ private slots:
                                            "(SELECT HorId FROM HORAS WHERE AreId = 'INV' AND HorId <> ?)"),
                             {keep});
         m_store->execNative(QStringLiteral("DELETE FROM HORAS WHERE AreId = 'INV' AND HorId <> ?"), {keep});
-        modPrincipal::gAreId = QStringLiteral("INV");
+        tests::amendSession([&](core::Session &s) { s.area = QStringLiteral("INV"); });
         m_dialogs->typeNext(path);
         run();
         const output::Workbook book = output::loadXlsx(path);

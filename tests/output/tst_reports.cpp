@@ -4,6 +4,7 @@
 // batches for a long report.
 
 #include "ScriptedDialogs.h"
+#include "Session.h"
 #include "TempStore.h"
 #include "output/ReportDesigns.h"
 #include "output/ReportEngine.h"
@@ -251,8 +252,10 @@ void TestReports::monthReport()
     tests::TempStore db;
     addPerson(db, QStringLiteral("12121212"));
     db.execNative(QStringLiteral("INSERT INTO AREAS (AreId, AreDescripcion) VALUES ('XXX', 'Sin horas')"));
-    modPrincipal::gFunCedula = QStringLiteral("11111111");  // the parameter wins over the session
-    modPrincipal::gAreId = key;
+    tests::amendSession([&](core::Session &s) {
+        s.person = QStringLiteral("11111111");  // the parameter wins over the session
+        s.area = key;
+    });
     const bool person = kind == QLatin1String("person");
     output::ReportPreview *report = nullptr;
     if (person)
@@ -397,14 +400,14 @@ void TestReports::reopeningBringsForwardWithFixedData()
 {
     tests::TempStore db;
     addPerson(db, QStringLiteral("12121212"));
-    modPrincipal::gFunCedula = QStringLiteral("11111111");
+    tests::amendSession([&](core::Session &s) { s.person = QStringLiteral("11111111"); });
     dtrReporteMesActualUsuario *first = dtrReporteMesActualUsuario::open();
     first->finishLayout();
     QCOMPARE(readMonthReport(first->document()).first().cedula, QStringLiteral("11111111"));
 
     // A "cambio" to another person while the preview is open: opening again only brings the
     // open one forward, with the data it was made with.
-    modPrincipal::gFunCedula = QStringLiteral("12121212");
+    tests::amendSession([&](core::Session &s) { s.person = QStringLiteral("12121212"); });
     dtrReporteMesActualUsuario *again = dtrReporteMesActualUsuario::open();
     QCOMPARE(again, first);
     QCOMPARE(readMonthReport(again->document()).first().cedula, QStringLiteral("11111111"));
@@ -419,10 +422,10 @@ void TestReports::reopeningBringsForwardWithFixedData()
     fresh->finishLayout();
     QCOMPARE(readMonthReport(fresh->document()).first().cedula, QStringLiteral("12121212"));
 
-    // Trailing blanks in gFunCedula reach the statement as they are; the store's comparison
+    // Trailing blanks in the session's person reach the statement as they are; the store's comparison
     // decides whether the person is found.
     closeReport<dtrReporteMesActualUsuario>();
-    modPrincipal::gFunCedula = QStringLiteral("11111111  ");
+    tests::amendSession([&](core::Session &s) { s.person = QStringLiteral("11111111  "); });
     const int matches =
         int(db.select(QStringLiteral("SELECT * FROM FUNCIONARIOS WHERE FUNCEDULA='11111111  '")).rows.size());
     dtrReporteMesActualUsuario *blanks = dtrReporteMesActualUsuario::open();

@@ -3,6 +3,7 @@
 // What the fault tests share: filling the windows they break, a census of the store to
 // tell that nothing changed, and a PostgreSQL cluster of their own that can be stopped.
 #include "Reliability.h"
+#include "Session.h"
 #include "ScriptedDialogs.h"
 #include "admin/frmMantCatalogos.h"
 #include "hours/frmRegistroHoras.h"
@@ -65,10 +66,7 @@ inline void writeFile(const QString &path, const QString &text)
 // A teaching entry of 11111111 dated `date`, filled in and not yet saved.
 inline frmRegistroHoras *fillTeachingEntry(const QDate &date)
 {
-    modPrincipal::gUsuLogin = QStringLiteral("usuario");
-    modPrincipal::gFunCedula = QStringLiteral("11111111");
-    modPrincipal::gAreId = QStringLiteral("DOC");
-    modPrincipal::gPerId = 5;
+    tests::signIn(QStringLiteral("usuario"), QStringLiteral("11111111"), QStringLiteral("DOC"), 5);
     frmRegistroHoras *w = frmRegistroHoras::open();
     child<ui::DatePicker>(w, "dtpFechas_0")->chooseDate(date);
     choose(w, "dtcAreas", QStringLiteral("Docencia"));
@@ -86,10 +84,7 @@ inline frmRegistroHoras *fillTeachingEntry(const QDate &date)
 // The chief's tab, on the row `id`.
 inline std::unique_ptr<CierreMesJefeArea> chiefTabOn(qlonglong id)
 {
-    modPrincipal::gUsuLogin = QStringLiteral("jefe");
-    modPrincipal::gFunCedula = QStringLiteral("22222222");
-    modPrincipal::gAreId = QStringLiteral("DOC");
-    modPrincipal::gPerId = 6;
+    tests::signIn(QStringLiteral("jefe"), QStringLiteral("22222222"), QStringLiteral("DOC"), 6);
     auto tab = std::make_unique<CierreMesJefeArea>();
     tab->show();
     store::DataControl *adc = tab->adcCierreMeses();

@@ -27,11 +27,12 @@
 //       stdin, cmdGuardar: "SAVED" or "ERROR <boxes>", then "WINDOW open <key typed>"
 //       when the window still holds the row.
 //   login <login> <password>
-//       frmLogin with what is typed, cmdOK: "LOGGED <gFunCedula> <gPerId>" or "ERROR <boxes>".
+//       frmLogin with what is typed, cmdOK: "LOGGED <person> <role>" or "ERROR <boxes>".
 //
 // Every line ends with "DONE" and the process exits 0; an exception that reaches the top
 // prints "FATAL <message>" and exits 3. A crash is what the tests look for otherwise.
 #include "ScriptedDialogs.h"
+#include "Session.h"
 #include "admin/frmMantCatalogos.h"
 #include "hours/frmModificoHoras.h"
 #include "hours/frmRegistroHoras.h"
@@ -123,11 +124,8 @@ void type(QLineEdit *edit, const QString &text)
 // that the history of each process's changes can be told apart.
 void login(const QString &cedula, const QString &area, qint16 perId)
 {
-    modPrincipal::gUsuLogin = QStringLiteral("d") + cedula;
-    store::history::announceLogin(modPrincipal::gUsuLogin);
-    modPrincipal::gFunCedula = cedula;
-    modPrincipal::gAreId = area;
-    modPrincipal::gPerId = perId;
+    tests::signIn(QStringLiteral("d") + cedula, cedula, area, perId);
+    store::history::announceLogin(modPrincipal::session().login);
 }
 
 int entries(const QStringList &args)
@@ -333,7 +331,7 @@ int logIn(const QStringList &args)
         child<QPushButton>(w.get(), "cmdOK")->click();
     }
     if (w && w->LoginSucceeded)
-        say(QStringLiteral("LOGGED %1 %2").arg(modPrincipal::gFunCedula).arg(modPrincipal::gPerId));
+        say(QStringLiteral("LOGGED %1 %2").arg(modPrincipal::session().person).arg(modPrincipal::session().role));
     else
         say(QStringLiteral("ERROR ") + boxes(dialogs));
     say(QStringLiteral("DONE"));

@@ -4,6 +4,7 @@
 // Each is stored as typed or refused with a message in Spanish; no statement changes shape
 // (the tables and their other rows are untouched); nothing crashes.
 #include "FaultFixtures.h"
+#include "Session.h"
 #include "admin/frmMantUsuarios.h"
 #include "session/frmLogin.h"
 
@@ -198,10 +199,7 @@ void TestHostile::nonNumbersInHours()
     QFETCH(QString, hours);
     QFETCH(QString, value);
     const Census before = census(*m_store);
-    modPrincipal::gUsuLogin = QStringLiteral("usuario");
-    modPrincipal::gFunCedula = QStringLiteral("66666666");  // bills: the value can be typed
-    modPrincipal::gAreId = QStringLiteral("DOC");
-    modPrincipal::gPerId = 5;
+    tests::signIn(QStringLiteral("usuario"), QStringLiteral("66666666"), QStringLiteral("DOC"), 5);
     frmRegistroHoras *w = frmRegistroHoras::open();
     choose(w, "dtcAreas", QStringLiteral("Docencia"));
     choose(w, "dtcActividades", QStringLiteral("Reuniones"));

@@ -116,7 +116,7 @@ bool logsIn(const QString &login, const QString &password)
     QTest::keyClicks(child<QLineEdit>(&w, "txtLogin"), login);
     QTest::keyClicks(child<QLineEdit>(&w, "txtPassword"), password);
     click(&w, "cmdOK");
-    return w.LoginSucceeded && modPrincipal::gPerId == 7;
+    return w.LoginSucceeded && modPrincipal::session().role == 7;
 }
 
 int permissions(const QString &path)
