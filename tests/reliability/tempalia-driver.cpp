@@ -31,6 +31,7 @@
 //
 // Every line ends with "DONE" and the process exits 0; an exception that reaches the top
 // prints "FATAL <message>" and exits 3. A crash is what the tests look for otherwise.
+#include "Controls.h"
 #include "ScriptedDialogs.h"
 #include "admin/frmMantCatalogos.h"
 #include "hours/frmModificoHoras.h"
@@ -59,6 +60,10 @@
 #include <iostream>
 #include <memory>
 #include <string>
+
+using tests::child;
+using tests::choose;
+using tests::type;
 
 namespace {
 
@@ -89,34 +94,10 @@ void flushDeletes()
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
-template <typename T>
-T *child(QWidget *w, const char *name)
-{
-    T *c = w->findChild<T *>(QString::fromLatin1(name));
-    if (!c)
-        throw std::runtime_error(std::string("control not found: ") + name);
-    return c;
-}
-
-void choose(QWidget *w, const char *name, const QString &text)
-{
-    auto *c = child<ui::DataCombo>(w, name);
-    if (!c->isEnabled() || !c->chooseText(text))
-        throw std::runtime_error(std::string("cannot choose ") + text.toStdString() + " in " + name);
-}
-
 void chooseFixed(QWidget *w, const char *name, const QString &text)
 {
     auto *c = child<QComboBox>(w, name);
     c->setCurrentIndex(c->findText(text));
-}
-
-void type(QLineEdit *edit, const QString &text)
-{
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClick(edit, Qt::Key_Delete);
-    QTest::keyClicks(edit, text);
 }
 
 // The session as a login would leave it; the store learns the login "d" + cedula, so

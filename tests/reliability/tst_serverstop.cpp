@@ -113,6 +113,7 @@ void TestServerStop::serverStopped()
     save.press();
     QVERIFY(stopper.waitForFinished(90000));
     QCOMPARE(stopper.readAllStandardOutput().trimmed(), QByteArray("overlap"));
+    locker.closeWriteChannel();
     locker.waitForFinished(10000);
     QVERIFY(save.window() && save.window()->isVisible());
     const QStringList texts = save.failures();
@@ -122,10 +123,9 @@ void TestServerStop::serverStopped()
         // subject is missing.
         QVERIFY2(texts.last().contains(kLinkMissing), qPrintable(texts.join(QLatin1Char('|'))));
     }
-    // The server said it in Spanish; the loss is known without reading its words.
-    QVERIFY2(texts.first().contains(kLost) &&
-                 texts.first().contains(QStringLiteral("terminando la conexión debido a una orden del administrador")),
-             qPrintable(texts.join(QLatin1Char('|'))));
+    // The server's own words (in Spanish) may or may not reach the client before it closes:
+    // the loss is known without them.
+    QVERIFY2(texts.first().contains(kLost), qPrintable(texts.join(QLatin1Char('|'))));
 
     QVERIFY(cluster.resume());
     std::shared_ptr<store::Connection> check = store::Connection::open();

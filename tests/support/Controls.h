@@ -26,13 +26,15 @@ inline void click(QWidget *w, const char *button)
     QTest::mouseClick(child<QAbstractButton>(w, button), Qt::LeftButton);
 }
 
-// The old text selected and replaced by the keys typed.
+// The old text selected and replaced by the keys typed, one key a character (any
+// character, not only those of Latin-1).
 inline void type(QLineEdit *edit, const QString &text)
 {
     edit->setFocus();
     edit->selectAll();
     QTest::keyClick(edit, Qt::Key_Delete);
-    QTest::keyClicks(edit, text);
+    for (QChar c : text)
+        QTest::sendKeyEvent(QTest::Click, edit, Qt::Key_unknown, QString(c), Qt::NoModifier);
 }
 
 inline void type(QWidget *w, const char *name, const QString &text)
@@ -40,10 +42,12 @@ inline void type(QWidget *w, const char *name, const QString &text)
     type(child<QLineEdit>(w, name), text);
 }
 
-// The row of a list box whose text is `text`, as a click chooses it.
+// The row of a list box whose text is `text`, as a click chooses it (in a box that takes
+// clicks).
 inline void choose(QWidget *w, const char *name, const QString &text)
 {
-    if (!child<ui::DataCombo>(w, name)->chooseText(text))
+    auto *box = child<ui::DataCombo>(w, name);
+    if (!box->isEnabled() || !box->chooseText(text))
         qFatal("cannot choose %s in %s", qPrintable(text), name);
 }
 
