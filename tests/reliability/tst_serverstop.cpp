@@ -54,12 +54,17 @@ void TestServerStop::cleanupTestCase()
 
 void TestServerStop::init()
 {
+    if (!m_running)
+        QSKIP("no PostgreSQL server binaries to start a cluster of our own");
     m_fixture.beginWithoutStore();
 }
 
+// Whatever happened, the next test finds the server running.
 void TestServerStop::cleanup()
 {
     m_fixture.end();
+    if (m_running)
+        m_cluster->resume();
 }
 
 void TestServerStop::serverStopped_data()
@@ -78,16 +83,7 @@ void TestServerStop::serverStopped()
 {
     QFETCH(QString, action);
     QFETCH(QString, lockedTable);
-    if (!m_running)
-        QSKIP("no PostgreSQL server binaries to start a cluster of our own");
     OwnCluster &cluster = *m_cluster;
-    // Whatever happens below, the next row finds the server running.
-    auto restart = qScopeGuard([&] {
-        tests::closeAllWindows();
-        m_fixture.dropStore();
-        cluster.resume();
-    });
-
     m_fixture.openStore();
     tests::TempStore &db = m_fixture.store();
     QCOMPARE(db.backend(), store::Backend::PostgreSQL);
@@ -157,14 +153,7 @@ void TestServerStop::serverStopped()
 // crashes, and once the server is back the same grid reads the rest by itself.
 void TestServerStop::serverStoppedDuringLazyRead()
 {
-    if (!m_running)
-        QSKIP("no PostgreSQL server binaries to start a cluster of our own");
     OwnCluster &cluster = *m_cluster;
-    auto restart = qScopeGuard([&] {
-        tests::closeAllWindows();
-        m_fixture.dropStore();
-        cluster.resume();
-    });
     m_fixture.openStore();
     tests::TempStore &db = m_fixture.store();
     // Enough rows that a refresh reads only the first of them.
