@@ -7,7 +7,11 @@ tempalia_free_port() {
 # The server answers in Spanish, as the institutes' servers do: the store's faults are told
 # apart by their SQLSTATE, never by the server's words (locales-all provides the locale).
 tempalia_pg_spanish() {
-  locale -a 2>/dev/null | grep -qx 'es_ES.utf8' && echo "-c lc_messages=es_ES.UTF-8"
+  # grep reads the whole list: with -q it would stop early, and pipefail would take the
+  # listing's broken pipe for a missing locale.
+  if locale -a 2>/dev/null | grep -x 'es_ES.utf8' >/dev/null; then
+    echo "-c lc_messages=es_ES.UTF-8"
+  fi
 }
 
 tempalia_pg_start() {

@@ -24,8 +24,8 @@
 //       "PRESSING", the row deleted: "DELETED" or "ERROR <message>".
 //   area <key> <description>
 //       frmMantAreas: cmdNuevo, key and description typed; "READY", waits for a line on
-//       stdin, cmdGuardar: "SAVED" or "ERROR <boxes>", then "WINDOW open <key typed>"
-//       when the window still holds the row.
+//       stdin, "PRESSING", cmdGuardar: "SAVED" or "ERROR <boxes>", then "WINDOW open <key
+//       typed>" when the window still holds the row.
 //   login <login> <password>
 //       frmLogin with what is typed, cmdOK: "LOGGED <gFunCedula> <gPerId>" or "ERROR <boxes>".
 //
@@ -286,6 +286,7 @@ int newArea(const QStringList &args)
     type(child<QLineEdit>(w, "txtDescripcion"), args.value(1));
     say(QStringLiteral("READY"));
     waitForGo();
+    say(QStringLiteral("PRESSING"));
     child<QPushButton>(w, "cmdGuardar")->click();
     say(dialogs.count() == 0 ? QStringLiteral("SAVED") : QStringLiteral("ERROR ") + boxes(dialogs));
     if (guard && guard->isVisible() && !child<QPushButton>(w, "cmdNuevo")->isEnabled())
