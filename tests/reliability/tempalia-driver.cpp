@@ -24,13 +24,14 @@
 //       "PRESSING", the row deleted: "DELETED" or "ERROR <message>".
 //   area <key> <description>
 //       frmMantAreas: cmdNuevo, key and description typed; "READY", waits for a line on
-//       stdin, cmdGuardar: "SAVED" or "ERROR <boxes>", then "WINDOW open <key typed>"
-//       when the window still holds the row.
+//       stdin, "PRESSING", cmdGuardar: "SAVED" or "ERROR <boxes>", then "WINDOW open <key
+//       typed>" when the window still holds the row.
 //   login <login> <password>
 //       frmLogin with what is typed, cmdOK: "LOGGED <person> <role>" or "ERROR <boxes>".
 //
 // Every line ends with "DONE" and the process exits 0; an exception that reaches the top
 // prints "FATAL <message>" and exits 3. A crash is what the tests look for otherwise.
+#include "Controls.h"
 #include "ScriptedDialogs.h"
 #include "Session.h"
 #include "admin/frmMantCatalogos.h"
@@ -61,6 +62,10 @@
 #include <memory>
 #include <string>
 
+using tests::child;
+using tests::choose;
+using tests::type;
+
 namespace {
 
 void say(const QString &line)
@@ -90,34 +95,10 @@ void flushDeletes()
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
-template <typename T>
-T *child(QWidget *w, const char *name)
-{
-    T *c = w->findChild<T *>(QString::fromLatin1(name));
-    if (!c)
-        throw std::runtime_error(std::string("control not found: ") + name);
-    return c;
-}
-
-void choose(QWidget *w, const char *name, const QString &text)
-{
-    auto *c = child<ui::DataCombo>(w, name);
-    if (!c->isEnabled() || !c->chooseText(text))
-        throw std::runtime_error(std::string("cannot choose ") + text.toStdString() + " in " + name);
-}
-
 void chooseFixed(QWidget *w, const char *name, const QString &text)
 {
     auto *c = child<QComboBox>(w, name);
     c->setCurrentIndex(c->findText(text));
-}
-
-void type(QLineEdit *edit, const QString &text)
-{
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClick(edit, Qt::Key_Delete);
-    QTest::keyClicks(edit, text);
 }
 
 // The session as a login would leave it; the store learns the login "d" + cedula, so
@@ -303,6 +284,7 @@ int newArea(const QStringList &args)
     type(child<QLineEdit>(w, "txtDescripcion"), args.value(1));
     say(QStringLiteral("READY"));
     waitForGo();
+    say(QStringLiteral("PRESSING"));
     child<QPushButton>(w, "cmdGuardar")->click();
     say(dialogs.count() == 0 ? QStringLiteral("SAVED") : QStringLiteral("ERROR ") + boxes(dialogs));
     if (guard && guard->isVisible() && !child<QPushButton>(w, "cmdNuevo")->isEnabled())

@@ -1,6 +1,7 @@
 // The login window on a fresh store: what a login reads, the two messages with their
 // focus and selection, cancelling, the encoder and the login's error reporter.
 
+#include "Controls.h"
 #include "ScriptedDialogs.h"
 #include "Session.h"
 #include "TempStore.h"
@@ -37,37 +38,22 @@ Session currentSession()
     return {modPrincipal::session().login, modPrincipal::session().person, modPrincipal::session().area, modPrincipal::session().role};
 }
 
-// Types into a box key by key; a character outside ASCII arrives as the text of a key
-// the keyboard has no code for, as an input method would send it.
-void typeInto(QLineEdit *edit, const QString &text)
-{
-    for (QChar c : text) {
-        if (c.unicode() < 128)
-            QTest::keyClick(edit, char(c.unicode()));
-        else
-            QTest::sendKeyEvent(QTest::Click, edit, Qt::Key_unknown, QString(c), Qt::NoModifier);
-    }
-}
-
 // The window as a user meets it: shown, typed into, clicked.
 class LoginWindow {
 public:
     LoginWindow() : w(std::make_unique<frmLogin>())
     {
         w->show();
-        txtLogin = w->findChild<QLineEdit *>(QStringLiteral("txtLogin"));
-        txtPassword = w->findChild<QLineEdit *>(QStringLiteral("txtPassword"));
-        cmdOK = w->findChild<QPushButton *>(QStringLiteral("cmdOK"));
-        cmdCancel = w->findChild<QPushButton *>(QStringLiteral("cmdCancel"));
-        Q_ASSERT(txtLogin && txtPassword && cmdOK && cmdCancel);
+        txtLogin = tests::child<QLineEdit>(w.get(), "txtLogin");
+        txtPassword = tests::child<QLineEdit>(w.get(), "txtPassword");
+        cmdOK = tests::child<QPushButton>(w.get(), "cmdOK");
+        cmdCancel = tests::child<QPushButton>(w.get(), "cmdCancel");
     }
 
     void type(const QString &login, const QString &password)
     {
-        txtLogin->selectAll();
-        typeInto(txtLogin, login);
-        txtPassword->selectAll();
-        typeInto(txtPassword, password);
+        tests::type(txtLogin, login);
+        tests::type(txtPassword, password);
     }
 
     void attempt(const QString &login, const QString &password)

@@ -155,6 +155,20 @@ QDate someDay(tests::TempStore &store, const QString &table, const QString &cedu
     return rs.rows.at(rs.rows.size() / 2).value(0).toDate();
 }
 
+// Clicks the first row of the current list that is teaching (it has its row in
+// HORAS_RUBROS_MATERIAS); its HorId, 0 when there is none.
+qlonglong clickTeachingRow(tests::TempStore &store, Screen &s)
+{
+    for (int r = 0; r < s.mes->rowCount(); ++r) {
+        const qlonglong id = s.mes->cellText(r, 8).toLongLong();
+        if (store.count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"), {id}) == 1) {
+            s.mes->clickRow(r);
+            return id;
+        }
+    }
+    return 0;
+}
+
 }  // namespace
 
 class TestWorkspaces : public QObject {
@@ -483,15 +497,8 @@ void TestWorkspaces::deleteAsksAndTakesTheLink()
 {
     tests::TempStore store;
     Screen s(5);
-    // A teaching row, which has its row in HORAS_RUBROS_MATERIAS.
-    int row = -1;
-    for (int r = 0; r < s.mes->rowCount() && row < 0; ++r)
-        if (store.count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"),
-                        {s.mes->cellText(r, 8).toLongLong()}) == 1)
-            row = r;
-    QVERIFY(row >= 0);
-    s.mes->clickRow(row);
-    const qlonglong id = s.mes->cellText(row, 8).toLongLong();
+    const qlonglong id = clickTeachingRow(store, s);
+    QVERIFY(id > 0);
     const int before = store.count(QStringLiteral("HORAS"));
 
     const int busyBefore = int(m_dialogs.busyHistory().size());
@@ -530,14 +537,8 @@ void TestWorkspaces::deleteFailureKeepsBoth()
     if (store.backend() != store::Backend::SQLite)
         QSKIP("the refusal is an SQLite trigger");
     Screen s(5);
-    int row = -1;
-    for (int r = 0; r < s.mes->rowCount() && row < 0; ++r)
-        if (store.count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"),
-                        {s.mes->cellText(r, 8).toLongLong()}) == 1)
-            row = r;
-    QVERIFY(row >= 0);
-    s.mes->clickRow(row);
-    const qlonglong id = s.mes->cellText(row, 8).toLongLong();
+    const qlonglong id = clickTeachingRow(store, s);
+    QVERIFY(id > 0);
     store.execNative(QStringLiteral("CREATE TRIGGER horas_fijas BEFORE DELETE ON HORAS "
                                     "BEGIN SELECT RAISE(ABORT, 'borrado rechazado'); END"));
     m_dialogs.answerNext(ui::Answer::Yes);
