@@ -6,7 +6,7 @@
 #include "output/ExcelVb.h"
 #include "ui/Application.h"
 #include "output/WorkbookWindow.h"
-#include "output/WorkbookXlsx.h"
+#include "workbook/WorkbookXlsx.h"
 
 #include <QPrinter>
 #include <QTabWidget>

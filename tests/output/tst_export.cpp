@@ -5,7 +5,7 @@
 #include "TempStore.h"
 
 #include "output/ExportacionMes.h"
-#include "output/WorkbookXlsx.h"
+#include "workbook/WorkbookXlsx.h"
 #include "session/modPrincipal.h"
 #include "store/DataControl.h"
 #include "ui/Application.h"

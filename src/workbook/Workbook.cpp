@@ -1,4 +1,4 @@
-#include "output/Workbook.h"
+#include "workbook/Workbook.h"
 
 #include "ui/Masks.h"
 

@@ -5,9 +5,9 @@
 
 #include "ScriptedDialogs.h"
 #include "TempStore.h"
-#include "output/ReportDesigns.h"
-#include "output/ReportEngine.h"
-#include "output/ReportPainter.h"
+#include "reports/ReportDesigns.h"
+#include "reports/ReportEngine.h"
+#include "reports/ReportPainter.h"
 #include "output/ReportPreview.h"
 #include "output/dtrPresupuestoJefeArea.h"
 #include "output/dtrPresupuestoSuperUsuario.h"

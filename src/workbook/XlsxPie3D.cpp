@@ -1,6 +1,6 @@
-#include "output/XlsxPie3D.h"
+#include "workbook/XlsxPie3D.h"
 
-#include "output/Workbook.h"
+#include "workbook/Workbook.h"
 
 #include <QFile>
 #include <QRegularExpression>

@@ -1,6 +1,6 @@
-#include "output/ReportEngine.h"
+#include "reports/ReportEngine.h"
 
-#include "output/ReportPainter.h"
+#include "reports/ReportPainter.h"
 
 #include "ui/Masks.h"
 

@@ -3,8 +3,8 @@
 // header claims.
 
 
-#include "output/Workbook.h"
-#include "output/WorkbookXlsx.h"
+#include "workbook/Workbook.h"
+#include "workbook/WorkbookXlsx.h"
 #include "ui/Application.h"
 
 #include <QFile>

@@ -1,6 +1,6 @@
-#include "output/WorkbookXlsx.h"
+#include "workbook/WorkbookXlsx.h"
 
-#include "output/XlsxPie3D.h"
+#include "workbook/XlsxPie3D.h"
 
 #include <xlsxwriter.h>
 

@@ -1,4 +1,4 @@
-#include "output/ReportPainter.h"
+#include "reports/ReportPainter.h"
 
 #include <QApplication>
 #include <QFile>

@@ -13,8 +13,8 @@
 // handles a batch of rows and returns; the document grows page by page. "%P" (the number of
 // pages) is only known, and written, once the layout is complete.
 
-#include "output/ReportDocument.h"
-#include "output/ReportLayout.h"
+#include "reports/ReportDocument.h"
+#include "reports/ReportLayout.h"
 #include "store/Shape.h"
 
 #include <QDate>
