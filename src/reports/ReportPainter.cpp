@@ -3,6 +3,9 @@
 #include <QApplication>
 #include <QFile>
 #include <QFontDatabase>
+#include <QFontMetricsF>
+#include <QGlyphRun>
+#include <QHash>
 #include <QIcon>
 #include <QPageLayout>
 #include <QPageSize>
@@ -10,10 +13,37 @@
 #include <QPainterPath>
 #include <QPdfWriter>
 #include <QPrinter>
+#include <QTextLayout>
+
+#include <memory>
+#include <vector>
 
 namespace output {
 
-QFont reportFont(const ReportFont &f)
+namespace {
+
+// A line of text shaped once in a font: its glyphs, ready to draw, and its width. Reports
+// repeat their texts (dates, names, descriptions, totals) over thousands of rows.
+struct ShapedLine {
+    QList<QGlyphRun> runs;
+    qreal width = 0;
+};
+
+// How many shaped lines a font keeps before it starts again: a few megabytes at most.
+constexpr qsizetype kShapedLinesKept = 16384;
+
+// A design font as drawn, with what drawing and layout ask of it, made once: a report uses
+// a handful of fonts over thousands of items.
+struct FontEntry {
+    ReportFont key;
+    QFont font;
+    QFontMetricsF metrics;
+    int lineHeight = 0;   // what one line of text takes when broken into lines
+    int emptyHeight = 0;  // the same for no text
+    QHash<QString, ShapedLine> lines;
+};
+
+QFont makeFont(const ReportFont &f)
 {
     QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
     if (!f.family.isEmpty())
@@ -26,10 +56,67 @@ QFont reportFont(const ReportFont &f)
     return font;
 }
 
+int measuredHeight(const QFont &font, const QString &text, int width)
+{
+    return QFontMetrics(font).boundingRect(QRect(0, 0, std::max(1, width), 1 << 24), Qt::TextWordWrap, text).height();
+}
+
+FontEntry &fontEntry(const ReportFont &f)
+{
+    // Kept for the life of the process on purpose: fonts must not outlive the application
+    // object in a static's destructor.
+    static auto *cache = new std::vector<std::unique_ptr<FontEntry>>;
+    for (const auto &entry : *cache)
+        if (entry->key == f)
+            return *entry;
+    const QFont font = makeFont(f);
+    auto entry = std::make_unique<FontEntry>(
+        FontEntry{f, font, QFontMetricsF(font), measuredHeight(font, QStringLiteral("Xg"), 1 << 20),
+                  measuredHeight(font, QString(), 1 << 20), {}});
+    cache->push_back(std::move(entry));
+    return *cache->back();
+}
+
+const ShapedLine &shaped(FontEntry &font, const QString &text)
+{
+    if (const auto it = font.lines.constFind(text); it != font.lines.cend())
+        return *it;
+    if (font.lines.size() >= kShapedLinesKept)
+        font.lines.clear();
+    QTextLayout layout(text, font.font);
+    layout.beginLayout();
+    const QTextLine line = layout.createLine();
+    layout.endLayout();
+    return *font.lines.insert(text, ShapedLine{layout.glyphRuns(), line.isValid() ? line.naturalTextWidth() : 0});
+}
+
+// True when `text` is one line that fits in `width` as it is: no line break, no character a
+// fallback font might draw taller, and narrower than the width. Such a text takes one line
+// of the font's height and is drawn from its shaped glyphs, without a text layout.
+bool fitsOnOneLine(FontEntry &font, const QString &text, int width)
+{
+    for (const QChar c : text) {
+        if (c.unicode() < 0x20 || c.unicode() >= 0x250)
+            return false;
+    }
+    return shaped(font, text).width + 1 < width;
+}
+
+}  // namespace
+
+QFont reportFont(const ReportFont &font)
+{
+    return fontEntry(font).font;
+}
+
 int wrappedHeight(const QString &text, const ReportFont &font, int width)
 {
-    const QFontMetrics fm(reportFont(font));
-    return fm.boundingRect(QRect(0, 0, std::max(1, width), 1 << 24), Qt::TextWordWrap, text).height();
+    FontEntry &entry = fontEntry(font);
+    if (text.isEmpty())
+        return entry.emptyHeight;
+    if (fitsOnOneLine(entry, text, width))
+        return entry.lineHeight;
+    return measuredHeight(entry.font, text, width);
 }
 
 namespace {
@@ -55,37 +142,94 @@ void drawIcon(QPainter &p, const QRect &r)
     p.restore();
 }
 
+// Draws the items of a page with one graphics state shared between them: the font and pen
+// change only when an item needs another, and a text is clipped only when it may overflow
+// its rectangle. Every state change is written into the page of a PDF, so this keeps the
+// page small and quick to write.
+class ItemPainter {
+public:
+    explicit ItemPainter(QPainter &p) : m_p(p) {}
+
+    void text(const DisplayItem &item)
+    {
+        if (item.text.isEmpty())
+            return;
+        FontEntry &font = fontEntry(item.font);
+        if (&font != m_font) {
+            m_p.setFont(font.font);
+            m_font = &font;
+        }
+        if (!m_textPen) {
+            m_p.setPen(Qt::black);
+            m_textPen = true;
+        }
+        const int align = item.alignment ? item.alignment : int(Qt::AlignLeft | Qt::AlignVCenter);
+        const QRect &r = item.rect;
+        if (font.lineHeight <= r.height() && fitsOnOneLine(font, item.text, r.width())) {
+            const ShapedLine &line = shaped(font, item.text);
+            const QPointF origin = lineOrigin(font, line.width, r, align);
+            for (const QGlyphRun &run : line.runs)
+                m_p.drawGlyphRun(origin, run);
+            return;
+        }
+        m_p.setClipRect(r);
+        m_p.drawText(r, align | (item.wraps ? Qt::TextWordWrap : Qt::TextSingleLine), item.text);
+        m_p.setClipping(false);
+    }
+
+    void rule(const DisplayItem &item)
+    {
+        QPen pen(QColor(item.shade, item.shade, item.shade));
+        pen.setWidth(std::max(1, item.rect.height()));
+        m_p.setPen(pen);
+        m_textPen = false;
+        m_p.drawLine(item.rect.left(), item.rect.top(), item.rect.left() + item.rect.width(), item.rect.top());
+    }
+
+private:
+    // The top-left corner of a one-line text `width` wide, aligned in its rectangle as a
+    // text layout would place it.
+    static QPointF lineOrigin(const FontEntry &font, qreal width, const QRect &r, int align)
+    {
+        const qreal height = font.metrics.ascent() + font.metrics.descent();
+        qreal x = r.left();
+        if (align & Qt::AlignRight)
+            x = r.left() + r.width() - width;
+        else if (align & Qt::AlignHCenter)
+            x = r.left() + (r.width() - width) / 2;
+        qreal y = r.top();
+        if (align & Qt::AlignBottom)
+            y = r.top() + r.height() - height;
+        else if (align & Qt::AlignVCenter)
+            y = r.top() + (r.height() - height) / 2;
+        return QPointF(x, y);
+    }
+
+    QPainter &m_p;
+    const FontEntry *m_font = nullptr;
+    bool m_textPen = false;
+};
+
 }  // namespace
 
 void paintPage(QPainter &p, const ReportDocument &document, int page, double scale)
 {
     if (page < 0 || page >= document.pageCount())
         return;
+    const std::vector<DisplayItem> items = document.items(page);
     p.save();
     p.scale(scale, scale);
     p.setRenderHint(QPainter::Antialiasing, true);
     p.setRenderHint(QPainter::TextAntialiasing, true);
-    for (const DisplayItem &item : document.pages[std::size_t(page)].items) {
+    ItemPainter painter(p);
+    for (const DisplayItem &item : items) {
         switch (item.kind) {
-        case DisplayItem::Kind::Text: {
-            if (item.text.isEmpty())
-                break;
-            p.save();
-            p.setClipRect(item.rect);
-            p.setFont(reportFont(item.font));
-            p.setPen(Qt::black);
-            const int align = item.alignment ? item.alignment : int(Qt::AlignLeft | Qt::AlignVCenter);
-            p.drawText(item.rect, align | (item.wraps ? Qt::TextWordWrap : Qt::TextSingleLine), item.text);
-            p.restore();
+        case DisplayItem::Kind::Text:
+            painter.text(item);
             break;
-        }
-        case DisplayItem::Kind::Rule: {
-            QPen pen(QColor(item.shade, item.shade, item.shade));
-            pen.setWidth(std::max(1, item.rect.height()));
-            p.setPen(pen);
-            p.drawLine(item.rect.left(), item.rect.top(), item.rect.left() + item.rect.width(), item.rect.top());
+        case DisplayItem::Kind::Rule:
+            painter.rule(item);
             break;
-        }
         case DisplayItem::Kind::Band:
             p.fillRect(item.rect, QColor(item.shade, item.shade, item.shade));
             break;

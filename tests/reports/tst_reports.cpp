@@ -58,8 +58,8 @@ QList<Person> readMonthReport(const ReportDocument &doc, QStringList *problems =
     QList<Person> people;
     QString openArea;
     QDate lastDate;
-    for (const output::DisplayPage &page : doc.pages) {
-        for (const DisplayItem &item : page.items) {
+    for (int i = 0; i < doc.pageCount(); ++i) {
+        for (const DisplayItem &item : doc.items(i)) {
             const QString key = item.section + QLatin1Char('/') + item.source;
             if (key == QLatin1String("Funcionarios_Header/FunCedula")) {
                 if (!people.isEmpty() && !people.last().footerSeen)
@@ -164,12 +164,12 @@ void checkPages(const ReportDocument &doc, const QString &pageHeaderText)
     QVERIFY(n >= 1);
     for (int i = 0; i < n; ++i) {
         const output::DisplayPage &page = doc.pages[std::size_t(i)];
-        QVERIFY2(page.texts(QStringLiteral("PageHeader")).contains(pageHeaderText), qPrintable(QString::number(i)));
-        QCOMPARE(page.texts(QStringLiteral("PageFooter"), QStringLiteral("%p")), QStringList{QString::number(i + 1)});
-        QCOMPARE(page.texts(QStringLiteral("PageFooter"), QStringLiteral("%P")), QStringList{QString::number(n)});
-        QVERIFY(page.texts(QStringLiteral("PageFooter")).contains(QStringLiteral("de")));
-        QVERIFY(page.texts(QStringLiteral("PageFooter")).contains(QStringLiteral("Número de página:")));
-        QCOMPARE(page.texts(QStringLiteral("PageFooter"), QStringLiteral("%D")),
+        QVERIFY2(doc.texts(i, QStringLiteral("PageHeader")).contains(pageHeaderText), qPrintable(QString::number(i)));
+        QCOMPARE(doc.texts(i, QStringLiteral("PageFooter"), QStringLiteral("%p")), QStringList{QString::number(i + 1)});
+        QCOMPARE(doc.texts(i, QStringLiteral("PageFooter"), QStringLiteral("%P")), QStringList{QString::number(n)});
+        QVERIFY(doc.texts(i, QStringLiteral("PageFooter")).contains(QStringLiteral("de")));
+        QVERIFY(doc.texts(i, QStringLiteral("PageFooter")).contains(QStringLiteral("Número de página:")));
+        QCOMPARE(doc.texts(i, QStringLiteral("PageFooter"), QStringLiteral("%D")),
                  QStringList{output::longDate(QDate::currentDate())});
         int bottom = 0;
         for (const output::PlacedSection &s : page.sections) {
@@ -287,7 +287,7 @@ void TestReports::monthReport()
     if (!person)
         return;
     QCOMPARE(report->windowTitle(), QStringLiteral("Reporte de horas realizadas durante el mes en curso"));
-    const QStringList header = doc.pages.front().texts(QStringLiteral("Funcionarios_Header"));
+    const QStringList header = doc.texts(0, QStringLiteral("Funcionarios_Header"));
     QCOMPARE(header.size(), 3);
     QCOMPARE(header.at(0), key);
     // Sections in order, pages aside: header, areas, the person's total, the report footer.
@@ -342,15 +342,16 @@ void TestReports::budgetReport()
 
     // The title once, on the first page; the headings on every page; each line's values
     // under their headings, in the statement's order; nothing else (no totals).
-    QCOMPARE(doc.pages.front().texts(QStringLiteral("ReportHeader")), QStringList{"PRESUPUESTO DE HORAS"});
+    QCOMPARE(doc.texts(0, QStringLiteral("ReportHeader")), QStringList{"PRESUPUESTO DE HORAS"});
     QCOMPARE(doc.sectionSequence().count(QStringLiteral("ReportHeader")), 1);
     const QStringList headings{"HORAS", "IMPORTE", "MONEDA", "TIPO DE HORAS", "DESTINO", "ACTIVIDAD"};
     QList<QStringList> lines;
-    for (const output::DisplayPage &page : doc.pages) {
-        QCOMPARE(page.texts(QStringLiteral("PageHeader")), headings);
+    for (int i = 0; i < doc.pageCount(); ++i) {
+        QCOMPARE(doc.texts(i, QStringLiteral("PageHeader")), headings);
+        const std::vector<DisplayItem> items = doc.items(i);
         std::vector<int> headingLeft;
         int headerBottom = 0;
-        for (const DisplayItem &item : page.items) {
+        for (const DisplayItem &item : items) {
             if (item.section == QLatin1String("PageHeader") && item.kind == DisplayItem::Kind::Text) {
                 headingLeft.push_back(item.rect.left());
                 headerBottom = std::max(headerBottom, item.rect.bottom());
@@ -358,7 +359,7 @@ void TestReports::budgetReport()
         }
         QStringList line;
         int lastLineBottom = 0, nextLineTop = 0;
-        for (const DisplayItem &item : page.items) {
+        for (const DisplayItem &item : items) {
             if (item.kind != DisplayItem::Kind::Text)
                 continue;
             if (item.section == QLatin1String("Presupuesto_Detail")) {
@@ -388,7 +389,7 @@ void TestReports::budgetReport()
             }
         }
         QVERIFY(line.isEmpty());
-        QCOMPARE(page.texts(QStringLiteral("PageFooter")), QStringList{output::longDate(QDate::currentDate())});
+        QCOMPARE(doc.texts(i, QStringLiteral("PageFooter")), QStringList{output::longDate(QDate::currentDate())});
     }
     QCOMPARE(lines, expected);
 }
