@@ -26,6 +26,8 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QFontMetrics>
+#include <QImage>
+#include <QPainter>
 #include <QTest>
 #include <QToolButton>
 
@@ -219,6 +221,8 @@ private slots:
     void reopeningBringsForwardWithFixedData();
     void previewPagesAndPdf();
     void longReportIsLaidOutInBatches();
+    void textIsDrawnAndMeasuredAsLaidOut_data();
+    void textIsDrawnAndMeasuredAsLaidOut();
 };
 
 void TestReports::cleanup()
@@ -540,6 +544,90 @@ void TestReports::longReportIsLaidOutInBatches()
     QCOMPARE(people.size(), 1);
     QCOMPARE(people.first().groups.at(QStringLiteral("Docencia")).details, rows);
     QCOMPARE(people.first().total, QStringLiteral("6000"));
+}
+
+// Where the dark pixels of an image are.
+QRect inkBox(const QImage &image)
+{
+    QRect box;
+    for (int y = 0; y < image.height(); ++y) {
+        const QRgb *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
+        for (int x = 0; x < image.width(); ++x)
+            if (qGray(line[x]) < 128)
+                box |= QRect(x, y, 1, 1);
+    }
+    return box;
+}
+
+void TestReports::textIsDrawnAndMeasuredAsLaidOut_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("alignment");
+    QTest::addColumn<int>("width");
+    QTest::addColumn<bool>("bold");
+    const int vcenter = Qt::AlignVCenter;
+    QTest::newRow("left") << "Fernández, Ana" << int(Qt::AlignLeft) + vcenter << 3000 << false;
+    QTest::newRow("design default") << "Fernández, Ana" << 0 << 3000 << true;
+    QTest::newRow("right") << "1234,5" << int(Qt::AlignRight) + vcenter << 1500 << false;
+    QTest::newRow("centre") << "Horas comunes" << int(Qt::AlignHCenter) + vcenter << 4000 << true;
+    QTest::newRow("top right") << "de" << int(Qt::AlignRight | Qt::AlignTop) << 1000 << false;
+    QTest::newRow("bottom centre") << "Número de página:" << int(Qt::AlignHCenter | Qt::AlignBottom) << 3000 << false;
+    QTest::newRow("overflowing") << "Pesos Uruguayos por hora docente" << int(Qt::AlignLeft) + vcenter << 900 << false;
+    QTest::newRow("just too wide") << "MMMMMMMM" << int(Qt::AlignLeft) + vcenter << 1300 << true;
+    QTest::newRow("other scripts") << "Ωμέγα 東京" << int(Qt::AlignLeft) + vcenter << 3000 << false;
+    QTest::newRow("line break") << "dos\nlíneas" << int(Qt::AlignLeft) + vcenter << 3000 << false;
+    QTest::newRow("empty") << "" << int(Qt::AlignLeft) + vcenter << 3000 << false;
+}
+
+// A text drawn on a report page lands where a text layout in its rectangle puts it, clipped
+// to the rectangle; and the height a field needs is what a text layout needs.
+void TestReports::textIsDrawnAndMeasuredAsLaidOut()
+{
+    QFETCH(QString, text);
+    QFETCH(int, alignment);
+    QFETCH(int, width);
+    QFETCH(bool, bold);
+    output::ReportFont font;
+    font.bold = bold;
+    const QFont qfont = output::reportFont(font);
+    QCOMPARE(output::wrappedHeight(text, font, width),
+             QFontMetrics(qfont).boundingRect(QRect(0, 0, width, 1 << 24), Qt::TextWordWrap, text).height());
+
+    output::ReportControl label = output::ReportControl::label(500, 100, width, text, font);
+    label.alignment = alignment;
+    label.height = 500;
+    output::ReportLayout layout;
+    layout.reportHeader = output::ReportSection{QStringLiteral("ReportHeader"), 800, {label}};
+    const ReportDocument doc = output::layoutReport(layout, {});
+    QCOMPARE(doc.texts(0, QStringLiteral("ReportHeader")), QStringList{text});
+    const QRect rect = doc.items(0).front().rect;
+
+    const double scale = 0.1;  // pixels per twip
+    const QSize size(int(doc.pageSize.width() * scale), int(doc.pageSize.height() * scale));
+    QImage painted(size, QImage::Format_RGB32);
+    painted.fill(Qt::white);
+    {
+        QPainter p(&painted);
+        output::paintPage(p, doc, 0, scale);
+    }
+    QImage expected(size, QImage::Format_RGB32);
+    expected.fill(Qt::white);
+    {
+        QPainter p(&expected);
+        p.scale(scale, scale);
+        p.setRenderHint(QPainter::TextAntialiasing, true);
+        p.setFont(qfont);
+        p.setClipRect(rect);
+        p.drawText(rect, (alignment ? alignment : int(Qt::AlignLeft | Qt::AlignVCenter)) | Qt::TextSingleLine, text);
+    }
+    const QRect got = inkBox(painted), want = inkBox(expected);
+    QCOMPARE(got.isEmpty(), want.isEmpty());
+    const auto near = [](int a, int b) { return std::abs(a - b) <= 2; };
+    QVERIFY2(near(got.left(), want.left()) && near(got.right(), want.right()) && near(got.top(), want.top())
+                 && near(got.bottom(), want.bottom()),
+             qPrintable(QStringLiteral("drawn at %1,%2 %3x%4, a text layout puts it at %5,%6 %7x%8")
+                            .arg(got.x()).arg(got.y()).arg(got.width()).arg(got.height())
+                            .arg(want.x()).arg(want.y()).arg(want.width()).arg(want.height())));
 }
 
 TEMPALIA_TEST_MAIN(TestReports)
