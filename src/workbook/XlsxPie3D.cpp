@@ -3,7 +3,6 @@
 #include "workbook/Workbook.h"
 
 #include <QFile>
-#include <QRegularExpression>
 
 #include <zip.h>
 
@@ -18,9 +17,14 @@ QByteArray pieChartAsThreeDimensional(const QByteArray &chartXml)
     QByteArray xml = chartXml;
     xml.replace("<c:pieChart>", "<c:pie3DChart>");
     xml.replace("</c:pieChart>", "</c:pie3DChart>");
-    // A three-dimensional pie has no first-slice angle; its tilt is in the chart's view.
-    static const QRegularExpression firstSlice(QStringLiteral("<c:firstSliceAng[^>]*/>"));
-    xml = QString::fromUtf8(xml).remove(firstSlice).toUtf8();
+    // A three-dimensional pie has no first-slice angle; its tilt is in the chart's view. The
+    // part holds a copy of every plotted value, so it is edited as bytes.
+    for (qsizetype at = xml.indexOf("<c:firstSliceAng"); at >= 0; at = xml.indexOf("<c:firstSliceAng", at)) {
+        const qsizetype end = xml.indexOf('>', at);
+        if (end < 0 || xml.at(end - 1) != '/')
+            break;
+        xml.remove(at, end + 1 - at);
+    }
     // c:view3D comes after the title and before the plot area.
     xml.replace("<c:plotArea>",
                 "<c:view3D><c:rotX val=\"30\"/><c:rotY val=\"0\"/><c:rAngAx val=\"0\"/></c:view3D><c:plotArea>");
@@ -36,51 +40,70 @@ namespace {
 
 }  // namespace
 
-// A copy of the archive in which libzip replaces the chart parts; every other part is
-// carried over as it was written.
+// A new archive with the parts of `from` in their order: the chart parts rewritten, every
+// other part carried over as its compressed bytes, so nothing is compressed twice.
 void makePiesThreeDimensional(const QString &from, const QString &to, const std::set<int> &charts)
 {
-    QFile::remove(to);
-    if (!QFile::copy(from, to))
-        fail(QStringLiteral("no se pudo escribir el libro."));
     int error = 0;
-    zip_t *zip = zip_open(QFile::encodeName(to).constData(), 0, &error);
-    if (!zip)
+    zip_t *source = zip_open(QFile::encodeName(from).constData(), ZIP_RDONLY, &error);
+    if (!source)
         fail(QStringLiteral("no se pudo leer el libro escrito."));
+    QFile::remove(to);
+    zip_t *target = zip_open(QFile::encodeName(to).constData(), ZIP_CREATE | ZIP_EXCL, &error);
+    if (!target) {
+        zip_close(source);
+        fail(QStringLiteral("no se pudo escribir el libro."));
+    }
+    const auto give_up = [&](const QString &why) {
+        zip_discard(target);
+        zip_close(source);
+        QFile::remove(to);
+        fail(why);
+    };
+    std::set<QByteArray> chartNames;
+    for (const int chart : charts)
+        chartNames.insert(QStringLiteral("xl/charts/chart%1.xml").arg(chart).toUtf8());
     std::vector<QByteArray> rewritten;  // held until zip_close, which reads the buffers
     rewritten.reserve(charts.size());
-    for (const int chart : charts) {
-        const QByteArray name = QStringLiteral("xl/charts/chart%1.xml").arg(chart).toUtf8();
-        const zip_int64_t index = zip_name_locate(zip, name.constData(), 0);
-        zip_stat_t st;
-        zip_file_t *part = index < 0 || zip_stat_index(zip, zip_uint64_t(index), 0, &st) != 0
-                               ? nullptr
-                               : zip_fopen_index(zip, zip_uint64_t(index), 0);
-        if (!part) {
-            zip_discard(zip);
-            fail(QStringLiteral("el libro escrito está dañado."));
+    const zip_int64_t parts = zip_get_num_entries(source, 0);
+    for (zip_int64_t i = 0; i < parts; ++i) {
+        const char *name = zip_get_name(source, zip_uint64_t(i), 0);
+        if (!name)
+            give_up(QStringLiteral("el libro escrito está dañado."));
+        const bool chartPart = chartNames.count(QByteArray(name)) > 0;
+        zip_source_t *part = nullptr;
+        if (chartPart) {
+            zip_stat_t st;
+            zip_file_t *file = zip_stat_index(source, zip_uint64_t(i), 0, &st) != 0
+                                   ? nullptr
+                                   : zip_fopen_index(source, zip_uint64_t(i), 0);
+            if (!file)
+                give_up(QStringLiteral("el libro escrito está dañado."));
+            // The part was written a moment ago by the chart writer: its size is known (it
+            // holds a copy of the plotted values, a few megabytes at most).
+            QByteArray xml(qsizetype(st.size), Qt::Uninitialized);
+            const zip_int64_t got = zip_fread(file, xml.data(), zip_uint64_t(xml.size()));
+            zip_fclose(file);
+            if (got != zip_int64_t(xml.size()))
+                give_up(QStringLiteral("el libro escrito está dañado."));
+            rewritten.push_back(pieChartAsThreeDimensional(xml));
+            part = zip_source_buffer(target, rewritten.back().constData(), zip_uint64_t(rewritten.back().size()), 0);
+        } else {
+            part = zip_source_zip(target, source, zip_uint64_t(i), ZIP_FL_COMPRESSED, 0, -1);
         }
-        // The part was written a moment ago by the chart writer: its size is known and small.
-        QByteArray xml(qsizetype(st.size), Qt::Uninitialized);
-        const zip_int64_t got = zip_fread(part, xml.data(), zip_uint64_t(xml.size()));
-        zip_fclose(part);
-        if (got != zip_int64_t(xml.size())) {
-            zip_discard(zip);
-            fail(QStringLiteral("el libro escrito está dañado."));
+        const zip_int64_t added = part ? zip_file_add(target, name, part, 0) : -1;
+        if (added < 0) {
+            if (part)
+                zip_source_free(part);
+            give_up(QStringLiteral("no se pudo escribir el libro."));
         }
-        rewritten.push_back(pieChartAsThreeDimensional(xml));
-        zip_source_t *src = zip_source_buffer(zip, rewritten.back().constData(), zip_uint64_t(rewritten.back().size()), 0);
-        if (!src || zip_file_replace(zip, zip_uint64_t(index), src, 0) != 0) {
-            if (src)
-                zip_source_free(src);
-            zip_discard(zip);
-            fail(QStringLiteral("no se pudo escribir el libro."));
-        }
+        // A chart part repeats its values: the quickest compression is nearly as small.
+        if (chartPart)
+            zip_set_file_compression(target, zip_uint64_t(added), ZIP_CM_DEFLATE, 1);
     }
-    if (zip_close(zip) != 0) {
-        zip_discard(zip);
-        fail(QStringLiteral("no se pudo escribir el libro."));
-    }
+    if (zip_close(target) != 0)
+        give_up(QStringLiteral("no se pudo escribir el libro."));
+    zip_close(source);
 }
 
 }  // namespace output
