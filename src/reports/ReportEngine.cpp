@@ -7,6 +7,7 @@
 #include <QLocale>
 
 #include <algorithm>
+#include <limits>
 #include <map>
 
 namespace output {
@@ -200,9 +201,26 @@ std::vector<DisplayItem> PageComposer::compose(const ReportDocument &document, i
     for (const PlacedSection &placed : document.pages[std::size_t(page)].sections) {
         const store::ShapeRecordset *rows = placed.rows;
         const std::size_t row = placed.row;
+        // A section that grew for a field broken into lines pushes down what stands below
+        // that field (the rule under a detail line) by as much as the field grew, within the
+        // section, so nothing is drawn across the text.
+        int pushedFrom = std::numeric_limits<int>::max();
+        int pushedBy = 0;
+        if (placed.height > placed.design->height && rows) {
+            for (const ReportControl &c : placed.design->controls) {
+                if (c.kind != ReportControl::Kind::Field)
+                    continue;
+                const int need = wrappedHeight(fieldText(rows->value(row, c.field)), c.font, c.width);
+                if (need > c.height) {
+                    pushedFrom = std::min(pushedFrom, c.top + c.height);
+                    pushedBy = std::max(pushedBy, need - c.height);
+                }
+            }
+        }
         for (const ReportControl &c : placed.design->controls) {
             DisplayItem item;
-            item.rect = QRect(left + c.left, placed.top + c.top, c.width, c.height);
+            const int top = c.top < pushedFrom ? c.top : std::max(c.top, std::min(c.top + pushedBy, placed.height - c.height));
+            item.rect = QRect(left + c.left, placed.top + top, c.width, c.height);
             item.section = placed.name;
             item.font = c.font;
             item.alignment = c.alignment;

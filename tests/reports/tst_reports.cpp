@@ -179,6 +179,16 @@ void checkPages(const ReportDocument &doc, const QString &pageHeaderText)
             bottom = s.top + s.height;
             QVERIFY(bottom <= doc.pageSize.height() - output::ReportLayout::kBottomMargin);
         }
+        // No rule is drawn across a text of its section (a field that broke into lines).
+        const std::vector<DisplayItem> items = doc.items(i);
+        for (const DisplayItem &rule : items) {
+            if (rule.kind != DisplayItem::Kind::Rule)
+                continue;
+            for (const DisplayItem &text : items)
+                QVERIFY2(text.kind != DisplayItem::Kind::Text || text.section != rule.section || text.text.isEmpty()
+                             || rule.rect.top() <= text.rect.top() || rule.rect.top() >= text.rect.bottom(),
+                         qPrintable(QStringLiteral("a rule crosses «%1» on page %2").arg(text.text).arg(i + 1)));
+        }
         const QString first = page.sections.front().name;
         QVERIFY(first == QLatin1String("PageHeader") || (i == 0 && first == QLatin1String("ReportHeader")));
         QCOMPARE(page.sections.back().name, QStringLiteral("PageFooter"));
@@ -517,7 +527,10 @@ void TestReports::longReportIsLaidOutInBatches()
     const int rows = 6000;
     for (int i = 0; i < rows; ++i)
         hours->append({store::Row{QDate(2024, 1, 1).addDays(i / 20), qlonglong(1 + i / 140), 300.0, 1.0,
-                                  QStringLiteral("Horas comunes"), QStringLiteral("Gestión"), QStringLiteral("Clases")},
+                                  QStringLiteral("Horas comunes"),
+                                  i % 50 ? QStringLiteral("Gestión")
+                                         : QStringLiteral("Destino con un nombre que no cabe en su columna"),
+                                  QStringLiteral("Clases")},
                        {}});
     auto groups = std::make_shared<store::ShapeRecordset>(
         QStringLiteral("MesActual_Grouping"), QStringList{"AREDESCRIPCION", "FUNCEDULA", "SumaHoras", "MesActual"},
