@@ -50,8 +50,8 @@
 #include "output/ExportacionMes.h"
 #define BENCH_HAS_EXPORT 1
 #endif
-#if __has_include("output/dtrReporteMesActualArea.h") && __has_include("output/ReportDesigns.h")
-#include "output/ReportDesigns.h"
+#if __has_include("output/dtrReporteMesActualArea.h") && __has_include("reports/ReportDesigns.h")
+#include "reports/ReportDesigns.h"
 #include "output/dtrReporteMesActualArea.h"
 #define BENCH_HAS_REPORT 1
 #endif

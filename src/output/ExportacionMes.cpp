@@ -110,7 +110,6 @@ void ExportacionMes::exportar(store::DataControl *adcMesActual, QWidget *parent,
             try {
                 adc->setRecordSource(defaultStatement(modPrincipal::session().person.trimmed()));
                 adc->refresh();
-                adc->refresh();
                 if (refreshGrid)
                     refreshGrid();
             } catch (const std::exception &e) {
@@ -119,9 +118,9 @@ void ExportacionMes::exportar(store::DataControl *adcMesActual, QWidget *parent,
         }
     } giveBack{adcMesActual, refreshGrid};
 
+    // The rows are read once, all of them: the count and the walk below read no more.
     adcMesActual->setRecordSource(exportStatement(modPrincipal::session().area));
-    adcMesActual->refresh();
-    adcMesActual->refresh();
+    adcMesActual->refreshAll();
     ExcelVb xl;
     // Moving to the last row of an empty result fails, so the count comes first here.
     const int count = adcMesActual->recordCount();

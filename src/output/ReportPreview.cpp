@@ -1,6 +1,6 @@
 #include "output/ReportPreview.h"
 
-#include "output/ReportPainter.h"
+#include "reports/ReportPainter.h"
 #include "ui/Dialogs.h"
 #include "ui/GuardedSlot.h"
 

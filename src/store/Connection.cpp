@@ -56,6 +56,12 @@ Connection::SessionSetup &sessionSetup()
     return setup;
 }
 
+Connection::StatementObserver &statementObserver()
+{
+    static Connection::StatementObserver observer;
+    return observer;
+}
+
 QString sharingKey(const ConnectSpec &spec)
 {
     return spec.dataSource.toLower() + (spec.readOnly ? QStringLiteral("|ro") : QStringLiteral("|rw"));
@@ -303,6 +309,11 @@ void Connection::prepareSession()
         sessionSetup()(*this);
 }
 
+void Connection::setStatementObserver(StatementObserver observer)
+{
+    statementObserver() = std::move(observer);
+}
+
 void Connection::setSessionSetup(SessionSetup setup)
 {
     sessionSetup() = std::move(setup);
@@ -424,6 +435,8 @@ int Connection::execute(const QString &statement)
 template <typename Use>
 auto Connection::run(const QString &sql, const QVariantList &values, Use use) -> decltype(use(std::declval<QSqlQuery &>()))
 {
+    if (statementObserver())
+        statementObserver()(sql);
     const QString word = leadingWord(sql);
     if (m_spec.readOnly && mayWrite(word))
         throw StoreError(StoreError::Kind::Store, 3251,

@@ -53,6 +53,10 @@ public:
     // connections already open. It must not throw.
     using SessionSetup = std::function<void(Connection &)>;
     static void setSessionSetup(SessionSetup setup);
+    // Sees the text of every statement sent to the store, once each, before it runs (the
+    // tests count with it how often a path reads). Empty: nothing is told.
+    using StatementObserver = std::function<void(const QString &sql)>;
+    static void setStatementObserver(StatementObserver observer);
 
     Backend backend() const { return m_backend; }
     const ConnectSpec &spec() const { return m_spec; }

@@ -93,6 +93,16 @@ const TableInfo *DataControl::writeTableInfo() const
 
 void DataControl::refresh()
 {
+    open(kFirstRows);
+}
+
+void DataControl::refreshAll()
+{
+    open(-1);
+}
+
+void DataControl::open(int firstRows)
+{
     ensureConnection();
     if (m_model)
         m_model->beginResetModel();
@@ -108,7 +118,7 @@ void DataControl::refresh()
     try {
         m_translated = m_conn->translate(m_source);
         bool more = false;
-        ResultSet rs = m_conn->selectNative(m_translated, {}, isGrouped(m_translated) ? -1 : kFirstRows, &more);
+        ResultSet rs = m_conn->selectNative(m_translated, {}, isGrouped(m_translated) ? -1 : firstRows, &more);
         m_columns = rs.columns;
         m_rows = std::move(rs.rows);
         m_allFetched = !more;

@@ -43,6 +43,9 @@ public:
     Connection &connection();
 
     void refresh();
+    // A refresh that reads every row of the statement in one go: for a caller that walks
+    // the whole result (an export), so the statement runs once and needs no count.
+    void refreshAll();
     bool isOpen() const { return m_open; }
 
     // The result.
@@ -98,6 +101,7 @@ private:
     friend class DataControlModel;
 
     void ensureConnection();
+    void open(int firstRows);  // -1: every row
     bool fetchUpTo(int index);  // true if the row exists afterwards
     void commitPending();
     void setCurrent(State state, int index);

@@ -6,8 +6,9 @@
 #include "TempStore.h"
 
 #include "output/ExportacionMes.h"
-#include "output/WorkbookXlsx.h"
+#include "workbook/WorkbookXlsx.h"
 #include "session/modPrincipal.h"
+#include "store/Connection.h"
 #include "store/DataControl.h"
 #include "ui/Application.h"
 
@@ -83,6 +84,7 @@ private slots:
     }
     void cleanup()
     {
+        store::Connection::setStatementObserver({});
         m_adc.reset();
         m_installed.reset();
         m_dialogs.reset();
@@ -246,9 +248,13 @@ private slots:
     }
 
 private:
+    // The export, with every statement it sends to the store noted.
     void run()
     {
+        m_statements.clear();
+        store::Connection::setStatementObserver([this](const QString &sql) { m_statements << sql; });
         ExportacionMes::exportar(m_adc.get(), nullptr, [this] { ++m_gridRefreshed; });
+        store::Connection::setStatementObserver({});
     }
 
     // The list is back on the person's default statement, read, and the grid refreshed.
@@ -259,6 +265,13 @@ private:
         QCOMPARE(m_adc->recordCount(),
                  int(m_store->select(ExportacionMes::defaultStatement(QStringLiteral("22222222"))).rows.size()));
         QCOMPARE(m_gridRefreshed, 1);
+        // The area's hours are read once, whole, with no count beside them; the list
+        // given back is read once.
+        QCOMPARE(m_statements.size(), 2);
+        QVERIFY2(m_statements[0].contains(QStringLiteral("FUNCIONARIOS F"), Qt::CaseInsensitive),
+                 qPrintable(m_statements[0]));
+        QVERIFY2(!m_statements[1].contains(QStringLiteral("FUNCIONARIOS F"), Qt::CaseInsensitive),
+                 qPrintable(m_statements[1]));
     }
 
     void secondOpinion(const QString &path, const store::ResultSet &expected)
@@ -317,6 +330,7 @@ private:
     std::unique_ptr<ScriptedDialogs::Install> m_installed;
     std::unique_ptr<store::DataControl> m_adc;
     int m_gridRefreshed = 0;
+    QStringList m_statements;
 };
 
 TEMPALIA_TEST_MAIN(TestExport)
