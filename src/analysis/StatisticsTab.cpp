@@ -1,9 +1,9 @@
 #include "analysis/StatisticsTab.h"
 
-#include "core/AreaSource.h"
-#include "core/StatisticsQuery.h"
 #include "analysis/frmEstadisticasJefeArea.h"
 #include "analysis/frmEstadisticasSuperUsuario.h"
+#include "core/AreaSource.h"
+#include "core/StatisticsQuery.h"
 #include "store/DataControl.h"
 #include "ui/DataLists.h"
 #include "ui/DatePicker.h"
