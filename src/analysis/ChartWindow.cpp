@@ -1,9 +1,9 @@
 #include "analysis/ChartWindow.h"
 
-#include "analysis/ChartGrid.h"
 #include "analysis/ChartView.h"
+#include "core/ChartGrid.h"
+#include "core/StatisticsQuery.h"
 #include "store/Connection.h"
-#include "store/Shape.h"
 #include "store/StoreError.h"
 #include "ui/Dialogs.h"
 #include "ui/GuardedSlot.h"
@@ -103,8 +103,9 @@ void ChartWindow::load()
 {
     store::ShapeResult records;
     try {
-        std::shared_ptr<store::Connection> conn = store::Connection::open(kShapeConnect);
-        records = store::runShapeTotals(m_consulta, [&](const QString &s) { return conn->select(s); });
+        // The totals are a few hundred groups at most: read whole, without a server cursor.
+        const auto conn = store::Connection::open(kShapeConnect, store::Connection::Reading::Whole);
+        records = core::StatisticsQuery::totals(m_consulta, *conn);
     } catch (const std::exception &e) {
         MostrarError(e);
         return;
@@ -118,7 +119,7 @@ void ChartWindow::CargarGrafica(const store::ShapeRecordset &records, const QStr
 {
     m_chart->setRepaint(false);
     try {
-        loadChartGrid(m_chart->grid(), records, campoFila, campoDato, campoColumna);
+        core::loadChartGrid(m_chart->grid(), records, campoFila, campoDato, campoColumna);
     } catch (const std::exception &e) {
         m_chart->setRepaint(true);
         MostrarError(e);

@@ -69,6 +69,12 @@ void DataControl::setConnectString(const QString &connectString)
     m_conn.reset();
 }
 
+void DataControl::setReading(Connection::Reading reading)
+{
+    m_reading = reading;
+    m_conn.reset();
+}
+
 Connection &DataControl::connection()
 {
     ensureConnection();
@@ -78,7 +84,7 @@ Connection &DataControl::connection()
 void DataControl::ensureConnection()
 {
     if (!m_conn)
-        m_conn = Connection::shared(m_connectString);
+        m_conn = Connection::shared(m_connectString, m_reading);
 }
 
 QString DataControl::writeTable() const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/Connection.h"
 #include "store/ResultSet.h"
 #include "store/SchemaInfo.h"
 #include "store/StatementTables.h"
@@ -11,7 +12,6 @@
 
 namespace store {
 
-class Connection;
 class DataControlModel;
 
 // The stand-in for a data control (`adc...`): one statement, its rows, one current row.
@@ -40,6 +40,9 @@ public:
     void setRecordSource(const QString &statement);
     const QString &recordSource() const { return m_source; }
     void setConnectString(const QString &connectString);
+    // How the connection hands over results: Whole for a statement whose result is small
+    // and read at once (a budget's groups).
+    void setReading(Connection::Reading reading);
     Connection &connection();
 
     void refresh();
@@ -112,6 +115,7 @@ private:
 
     QString m_name;
     QString m_connectString;
+    Connection::Reading m_reading = Connection::Reading::Cursor;
     std::shared_ptr<Connection> m_conn;
     QString m_source;
     QString m_translated;
