@@ -31,6 +31,9 @@ public:
 
     void setSource(store::DataControl *source)
     {
+        // Bound again to the same control: the rows and columns already follow it.
+        if (source && source == m_source && m_inner == source->model() && !m_connections.isEmpty())
+            return;
         beginResetModel();
         for (const auto &c : m_connections)
             disconnect(c);
@@ -62,6 +65,8 @@ public:
 
     void setColumns(const QList<GridColumn> &columns)
     {
+        if (columns == m_columns)
+            return;
         beginResetModel();
         m_columns = columns;
         resolve();
@@ -176,7 +181,7 @@ public:
     QList<GridColumn> m_columns;
     QList<int> m_sourceColumn;
     store::DataControl *m_source = nullptr;
-    QAbstractItemModel *m_inner = nullptr;
+    QPointer<QAbstractItemModel> m_inner;
     bool m_editable = false;
     QList<QMetaObject::Connection> m_connections;
 };
