@@ -73,9 +73,12 @@ public:
         endResetModel();
     }
 
+    // Which result column each grid column shows, and its kind, worked out once per result
+    // rather than for every cell drawn.
     void resolve()
     {
         m_sourceColumn.clear();
+        m_kind.clear();
         for (const GridColumn &c : m_columns) {
             int col = -1;
             if (m_source) {
@@ -85,6 +88,7 @@ public:
                     col = c.position;
             }
             m_sourceColumn << col;
+            m_kind << (col >= 0 ? m_source->fieldKind(m_source->fields().value(col)) : std::nullopt);
         }
     }
 
@@ -103,8 +107,7 @@ public:
         if (!m_inner || src < 0)
             return {};
         const QVariant v = m_inner->data(m_inner->index(row, src), Qt::DisplayRole);
-        const QString name = m_source->fields().value(src);
-        const auto kind = m_source->fieldKind(name);
+        const auto kind = m_kind.value(column);
         if (kind == store::ColumnKind::YesNo)
             return yesNoText(store::normalize(store::ColumnKind::YesNo, v).toBool());
         if (v.typeId() == QMetaType::Bool)
@@ -119,8 +122,7 @@ public:
         if (role == Qt::DisplayRole || role == Qt::EditRole)
             return text(index.row(), index.column());
         if (role == Qt::TextAlignmentRole) {
-            const int src = m_sourceColumn.value(index.column(), -1);
-            const auto kind = src >= 0 ? m_source->fieldKind(m_source->fields().value(src)) : std::nullopt;
+            const auto kind = m_kind.value(index.column());
             if (kind == store::ColumnKind::Decimal || kind == store::ColumnKind::Integer ||
                 maskKind(m_columns.at(index.column()).mask) == MaskKind::Number)
                 return int(Qt::AlignRight | Qt::AlignVCenter);
@@ -180,6 +182,7 @@ public:
 
     QList<GridColumn> m_columns;
     QList<int> m_sourceColumn;
+    QList<std::optional<store::ColumnKind>> m_kind;
     store::DataControl *m_source = nullptr;
     QPointer<QAbstractItemModel> m_inner;
     bool m_editable = false;
@@ -311,8 +314,9 @@ void DataGrid::refresh()
     const auto cols = m_model->m_columns;
     for (int i = 0; i < cols.size(); ++i)
         m_view->setColumnHidden(i, !cols.at(i).visible);
+    // The view follows the data control's model, so what changed is drawn already; an
+    // unchanged list is not drawn again.
     followCurrentRow();
-    m_view->viewport()->update();
 }
 
 void DataGrid::fitColumns()

@@ -328,6 +328,14 @@ void TestDataControl::gridScrollReadsChunks()
     grid.show();
     QVERIFY(QTest::qWaitForWindowExposed(&grid));
     QCOMPARE(adc.fetchedCount(), 50);
+    // Refreshed on an unchanged store, the grid is left as it is (not laid out nor fitted
+    // again); a change in the rows shown resets it.
+    QSignalSpy resets(grid.view()->model(), &QAbstractItemModel::modelReset);
+    adc.refresh();
+    QCOMPARE(resets.count(), 0);
+    store.execNative(QStringLiteral("UPDATE HORAS SET HorSemana = HorSemana + 1"));
+    adc.refresh();
+    QCOMPARE(resets.count(), 1);
 
     QScrollBar *bar = grid.view()->verticalScrollBar();
     QVERIFY(bar->maximum() > 0);
