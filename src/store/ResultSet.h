@@ -37,7 +37,7 @@ public:
     using Reader = std::function<std::vector<Row>(int offset, int count)>;
 
     static constexpr int kFirstChunk = 100;  // the first chunk read past the opening rows
-    static constexpr int kLargestChunk = 1000;
+    static constexpr int kLargestChunk = 200;
     static constexpr int kCapacity = 20000;
 
     explicit RowCache(int capacity = kCapacity) : m_capacity(capacity) {}
