@@ -20,14 +20,6 @@ QString stretchOf(const QString &sql, int offset, int count)
     return s + QStringLiteral(" LIMIT %1 OFFSET %2").arg(count).arg(offset);
 }
 
-// A grouped statement is worked out whole by the store before its first row comes, and its
-// rows are few: it is read in one go, so that counting it or looking at its last rows does
-// not run it again.
-bool isGrouped(const QString &sql)
-{
-    return StatementTables::of(sql).grouped;
-}
-
 bool isUnset(const QVariant &v)
 {
     return !v.isValid();
@@ -68,7 +60,10 @@ DataControl::~DataControl() = default;
 
 void DataControl::setRecordSource(const QString &statement)
 {
+    if (statement == m_source && !m_source.isEmpty())
+        return;  // the windows set the same statement again on every activation
     m_source = statement;
+    m_translated.clear();
     m_sourceTables = StatementTables::of(statement);
     m_writeTable = m_sourceTables.writeTable();
 }
@@ -77,6 +72,7 @@ void DataControl::setConnectString(const QString &connectString)
 {
     m_connectString = connectString;
     m_conn.reset();
+    m_translated.clear();  // the new connection may be another backend
 }
 
 Connection &DataControl::connection()
@@ -121,8 +117,12 @@ void DataControl::refresh()
     ResultSet rs;
     bool more = false;
     try {
-        m_translated = m_conn->translate(m_source);
-        rs = m_conn->selectNative(m_translated, {}, isGrouped(m_translated) ? -1 : kFirstRows, &more);
+        if (m_translated.isEmpty())
+            m_translated = m_conn->translate(m_source);
+        // A grouped statement is worked out whole by the store before its first row comes,
+        // and its rows are few: it is read in one go, so that counting it or looking at its
+        // last rows does not run it again.
+        rs = m_conn->selectNative(m_translated, {}, m_sourceTables.grouped ? -1 : kFirstRows, &more);
     } catch (...) {
         if (m_model)
             m_model->beginResetModel();
