@@ -111,6 +111,7 @@ bool DataControl::shows(const ResultSet &result, bool complete)
 void DataControl::refresh()
 {
     ensureConnection();
+    const bool wasEditing = m_editing;  // the grid shows the row as edited
     m_editing = false;
     m_changed.clear();
     m_countCache = -1;
@@ -140,7 +141,7 @@ void DataControl::refresh()
     }
     // A refresh that finds what the grids already show leaves them as they are: nothing is
     // laid out, measured or drawn again (the workspaces refresh on every activation).
-    const bool unchanged = shows(rs, !more);
+    const bool unchanged = !wasEditing && shows(rs, !more);
     if (m_model && !unchanged)
         m_model->beginResetModel();
     m_newRowShown = false;

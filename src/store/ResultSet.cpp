@@ -29,7 +29,6 @@ void RowCache::reset(std::vector<Row> first, bool complete, Reader reader)
     m_chunks.clear();
     m_reader = std::move(reader);
     m_complete = complete || !m_reader;
-    m_reads = 0;
     m_pinned = -1;
     if (!first.empty()) {
         Chunk c;
@@ -73,7 +72,6 @@ bool RowCache::readMore()
         wanted = std::clamp(last.count * 2, kFirstChunk, kLargestChunk);
     }
     std::vector<Row> rows = m_reader(offset, wanted);
-    ++m_reads;
     if (int(rows.size()) < wanted)
         m_complete = true;
     if (rows.empty())
@@ -111,7 +109,6 @@ void RowCache::load(Chunk &chunk)
     if (chunk.held)
         return;
     std::vector<Row> rows = m_reader(chunk.storeOffset, chunk.count);
-    ++m_reads;
     // The store may hold fewer rows there now; what it no longer has stays blank.
     rows.resize(std::size_t(chunk.count));
     chunk.rows = std::move(rows);

@@ -50,7 +50,6 @@ public:
     bool empty() const { return m_size == 0; }
     bool complete() const { return m_complete; }
     int heldRows() const { return m_held; }
-    int storeReads() const { return m_reads; }  // reads since the reset, the opening one excluded
 
     // Reads the next chunk; false when the result had no more rows.
     bool readMore();
@@ -87,7 +86,6 @@ private:
     std::vector<int> m_starts;  // the list's index of each chunk's first row
     int m_size = 0;
     int m_held = 0;
-    int m_reads = 0;
     int m_pinned = -1;
     bool m_complete = true;
     quint64 m_clock = 0;
