@@ -51,14 +51,14 @@ public:
     }
     ~SqliteEngine() override { sqlite3_close(m_db); }
 
-    long query(const QString &sql) override
+    long query(const QString &sql, long maxRows) override
     {
         long n = 0;
         run(sql, [&](sqlite3_stmt *st) {
             const int cols = sqlite3_column_count(st);
             for (int c = 0; c < cols; ++c)
                 sqlite3_column_text(st, c);
-            ++n;
+            return maxRows < 0 || ++n < maxRows;
         });
         return n;
     }
@@ -71,6 +71,7 @@ public:
             for (int c = 0; c < sqlite3_column_count(st); ++c)
                 row << QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(st, c)));
             out.push_back(row);
+            return true;
         });
         return out;
     }
@@ -97,7 +98,10 @@ private:
                 break;
             int rc;
             while ((rc = sqlite3_step(st)) == SQLITE_ROW)
-                eachRow(st);
+                if (!eachRow(st)) {  // enough rows: the rest is never stepped to
+                    rc = SQLITE_DONE;
+                    break;
+                }
             sqlite3_finalize(st);
             if (rc != SQLITE_DONE)
                 throw std::runtime_error(std::string("sqlite3: ") + sqlite3_errmsg(m_db) + " in: " + sql.toStdString());
@@ -118,9 +122,22 @@ public:
     }
     ~PgEngine() override { PQfinish(m_db); }
 
-    long query(const QString &sql) override
+    long query(const QString &sql, long maxRows) override
     {
-        PGresult *r = run(sql);
+        if (maxRows >= 0) {
+            // The first rows only, through a cursor, as a client that reads a result in
+            // chunks does.
+            PQclear(run(QStringLiteral("BEGIN")));
+            PQclear(run(QStringLiteral("DECLARE bench_first NO SCROLL CURSOR FOR ") + sql));
+            const long n = read(run(QStringLiteral("FETCH %1 FROM bench_first").arg(maxRows)));
+            PQclear(run(QStringLiteral("COMMIT")));
+            return n;
+        }
+        return read(run(sql));
+    }
+
+    long read(PGresult *r)
+    {
         long n = PQntuples(r);
         const int cols = PQnfields(r);
         volatile char sink = 0;

@@ -17,9 +17,10 @@ namespace bench {
 class Engine {
 public:
     virtual ~Engine() = default;
-    // Runs a statement in the backend's own SQL and reads every value of every row;
-    // returns the number of rows read. Throws std::runtime_error on failure.
-    virtual long query(const QString &sql) = 0;
+    // Runs a statement in the backend's own SQL and reads every value of every row, or of
+    // its first `maxRows` rows only (the rest is never fetched from the store); returns the
+    // number of rows read. Throws std::runtime_error on failure.
+    virtual long query(const QString &sql, long maxRows = -1) = 0;
     // Runs a statement that returns no rows.
     virtual void exec(const QString &sql) { query(sql); }
     // The rows of a small result, as text.

@@ -10,12 +10,14 @@ namespace {
 
 constexpr int kFirstRows = 50;  // what a refresh reads before anybody looks further
 
-// A grouped statement is worked out whole by the store before its first row comes, and its
-// rows are few: it is read in one go, so that counting it or looking at its last rows does
-// not run it again.
-bool isGrouped(const QString &sql)
+// The statement limited to one stretch of its result. Both stores take LIMIT and OFFSET after
+// the ORDER BY, so the stretch follows the statement's own order.
+QString stretchOf(const QString &sql, int offset, int count)
 {
-    return StatementTables::of(sql).grouped;
+    QString s = sql.trimmed();
+    while (s.endsWith(QLatin1Char(';')))
+        s.chop(1);
+    return s + QStringLiteral(" LIMIT %1 OFFSET %2").arg(count).arg(offset);
 }
 
 bool isUnset(const QVariant &v)
@@ -58,7 +60,10 @@ DataControl::~DataControl() = default;
 
 void DataControl::setRecordSource(const QString &statement)
 {
+    if (statement == m_source && !m_source.isEmpty())
+        return;  // the windows set the same statement again on every activation
     m_source = statement;
+    m_translated.clear();
     m_sourceTables = StatementTables::of(statement);
     m_writeTable = m_sourceTables.writeTable();
 }
@@ -67,6 +72,7 @@ void DataControl::setConnectString(const QString &connectString)
 {
     m_connectString = connectString;
     m_conn.reset();
+    m_translated.clear();  // the new connection may be another backend
 }
 
 void DataControl::setReading(Connection::Reading reading)
@@ -97,6 +103,17 @@ const TableInfo *DataControl::writeTableInfo() const
     return m_writeTable.isEmpty() ? nullptr : tableInfo(m_writeTable);
 }
 
+bool DataControl::shows(const ResultSet &result, bool complete)
+{
+    if (!m_open || m_newRowShown || result.columns != m_columns || m_rows.complete() != complete ||
+        m_shownRows != int(result.rows.size()))
+        return false;
+    for (int i = 0; i < m_shownRows; ++i)
+        if (m_rows.at(i) != result.rows[std::size_t(i)])
+            return false;
+    return true;
+}
+
 void DataControl::refresh()
 {
     open(kFirstRows);
@@ -110,32 +127,47 @@ void DataControl::refreshAll()
 void DataControl::open(int firstRows)
 {
     ensureConnection();
-    if (m_model)
-        m_model->beginResetModel();
-    m_rows.clear();
-    m_columns.clear();
-    m_newRowShown = false;
+    const bool wasEditing = m_editing;  // the grid shows the row as edited
     m_editing = false;
     m_changed.clear();
     m_countCache = -1;
-    m_open = false;
-    m_state = State::Closed;
-    m_index = -1;
+    ResultSet rs;
+    bool more = false;
     try {
-        m_translated = m_conn->translate(m_source);
-        bool more = false;
-        ResultSet rs = m_conn->selectNative(m_translated, {}, isGrouped(m_translated) ? -1 : firstRows, &more);
-        m_columns = rs.columns;
-        m_rows = std::move(rs.rows);
-        m_allFetched = !more;
-        m_open = true;
+        if (m_translated.isEmpty())
+            m_translated = m_conn->translate(m_source);
+        // A grouped statement is worked out whole by the store before its first row comes,
+        // and its rows are few: it is read in one go, so that counting it or looking at its
+        // last rows does not run it again.
+        rs = m_conn->selectNative(m_translated, {}, m_sourceTables.grouped ? -1 : firstRows, &more);
     } catch (...) {
+        if (m_model)
+            m_model->beginResetModel();
+        m_rows.clear();
+        m_shownRows = 0;
+        m_columns.clear();
+        m_newRowShown = false;
+        m_open = false;
+        m_state = State::Closed;
+        m_index = -1;
         if (m_model)
             m_model->endResetModel();
         emit currentChanged();
         throw;
     }
-    if (m_model)
+    // A refresh that finds what the grids already show leaves them as they are: nothing is
+    // laid out, measured or drawn again (the workspaces refresh on every activation).
+    const bool unchanged = !wasEditing && shows(rs, !more);
+    if (m_model && !unchanged)
+        m_model->beginResetModel();
+    m_newRowShown = false;
+    m_columns = rs.columns;
+    m_rows.reset(std::move(rs.rows), !more, [this](int offset, int count) { return readStretch(offset, count); });
+    m_shownRows = m_rows.size();
+    m_open = true;
+    m_state = State::Closed;
+    m_index = -1;
+    if (m_model && !unchanged)
         m_model->endResetModel();
     if (m_rows.empty())
         setCurrent(State::Eof, -1);
@@ -156,8 +188,8 @@ int DataControl::recordCount()
 {
     if (!m_open)
         return 0;
-    if (m_allFetched)
-        return int(m_rows.size());
+    if (m_rows.complete())
+        return m_rows.size();
     if (m_countCache < 0) {
         const ResultSet rs =
             m_conn->selectNative(QStringLiteral("SELECT COUNT(*) FROM (%1) tempalia_count").arg(m_translated));
@@ -166,38 +198,53 @@ int DataControl::recordCount()
     return m_countCache;
 }
 
+std::vector<Row> DataControl::readStretch(int offset, int count)
+{
+    return m_conn->selectNative(stretchOf(m_translated, offset, count)).rows;
+}
+
+void DataControl::showFetchedRows()
+{
+    const int now = m_rows.size();
+    if (now <= m_shownRows) {
+        m_shownRows = now;
+        return;
+    }
+    // A new row is shown only once the whole result is read, so nothing sits after these.
+    if (m_model)
+        m_model->beginInsertRows({}, m_shownRows, now - 1);
+    m_shownRows = now;
+    if (m_model)
+        m_model->endInsertRows();
+}
+
+bool DataControl::fetchNextChunk()
+{
+    if (!m_open)
+        return false;
+    const bool read = m_rows.readMore();
+    showFetchedRows();
+    return read;
+}
+
 void DataControl::fetchAll()
 {
-    if (!m_open || m_allFetched)
+    if (!m_open || m_rows.complete())
         return;
-    ResultSet rs = m_conn->selectNative(m_translated);
-    const int old = int(m_rows.size());
-    const int now = int(rs.rows.size());
-    // The first rows are read again with the rest, so the whole list is one consistent read.
-    if (m_model && now > old)
-        m_model->beginInsertRows({}, old, now - 1);
-    m_rows = std::move(rs.rows);
-    m_allFetched = true;
-    m_countCache = now;
-    if (m_model) {
-        if (now > old)
-            m_model->endInsertRows();
-        if (old > 0 && now > 0)
-            emit m_model->dataChanged(m_model->index(0, 0),
-                                      m_model->index(std::min(old, now) - 1, std::max(0, int(m_columns.size()) - 1)));
-    }
-    if (m_state == State::Row && m_index >= now)
-        setCurrent(State::Eof, -1);
+    m_rows.readAll();
+    showFetchedRows();
+    m_countCache = m_rows.size();
 }
 
 bool DataControl::fetchUpTo(int index)
 {
-    if (index < int(m_rows.size()))
+    if (index < m_rows.size())
         return true;
-    if (m_allFetched)
+    if (m_rows.complete())
         return false;
-    fetchAll();
-    return index < int(m_rows.size());
+    const bool there = m_rows.reach(index);
+    showFetchedRows();
+    return there;
 }
 
 QVariant DataControl::valueAt(int row, int column)
@@ -206,7 +253,7 @@ QVariant DataControl::valueAt(int row, int column)
         return {};
     if (row == m_index && m_state == State::Row)
         return m_buffer.value(column);
-    return m_rows[row].value(column);
+    return m_rows.at(row).value(column);
 }
 
 QVariant DataControl::valueAt(int row, const QString &field)
@@ -218,9 +265,9 @@ int DataControl::absolutePosition() const
 {
     switch (m_state) {
     case State::Row:
-        return m_index >= 0 ? m_index + 1 : int(m_rows.size()) + 1;
+        return m_index >= 0 ? m_index + 1 : m_rows.size() + 1;
     case State::New:
-        return int(m_rows.size()) + 1;
+        return m_rows.size() + 1;
     case State::Bof:
         return PosBOF;
     case State::Eof:
@@ -238,9 +285,10 @@ void DataControl::setCurrent(State state, int index)
     m_editing = false;
     m_changed.clear();
     if (state == State::Row && index >= 0)
-        m_buffer = m_rows[index];
+        m_buffer = m_rows.at(index);
     else if (state != State::Row)
         m_buffer = Row(m_columns.size());
+    m_rows.pin(state == State::Row ? index : -1);
     emit currentChanged();
 }
 
@@ -267,7 +315,7 @@ void DataControl::moveLast()
     fetchAll();
     if (m_rows.empty())
         throw StoreError::noCurrentRow();
-    setCurrent(State::Row, int(m_rows.size()) - 1);
+    setCurrent(State::Row, m_rows.size() - 1);
 }
 
 void DataControl::moveNext()
@@ -279,7 +327,7 @@ void DataControl::moveNext()
     if (m_state == State::Row && m_index >= 0)
         next = m_index + 1;
     else if (m_state == State::Row || m_state == State::New)
-        next = int(m_rows.size());  // a detached or new row sits after the list
+        next = m_rows.size();  // a detached or new row sits after the list
     if (fetchUpTo(next))
         setCurrent(State::Row, next);
     else
@@ -296,7 +344,7 @@ void DataControl::movePrevious()
         prev = m_index - 1;
     else {
         fetchAll();
-        prev = int(m_rows.size()) - 1;
+        prev = m_rows.size() - 1;
     }
     if (prev >= 0)
         setCurrent(State::Row, prev);
@@ -308,7 +356,7 @@ void DataControl::moveTo(int index)
 {
     if (m_state == State::Row && index == m_index)
         return;
-    if (m_state == State::New && m_newRowShown && index == int(m_rows.size()))
+    if (m_state == State::New && m_newRowShown && index == m_rows.size())
         return;  // the pending new row, as a grid shows it
     commitPending();
     if (index < 0 || !fetchUpTo(index))
@@ -350,14 +398,14 @@ void DataControl::setValue(const QString &field, const QVariant &value)
     if (m_model && m_state == State::Row && m_index >= 0)
         emit m_model->dataChanged(m_model->index(m_index, i), m_model->index(m_index, i));
     else if (m_model && m_state == State::New && m_newRowShown) {
-        const int r = int(m_rows.size());
+        const int r = m_rows.size();
         emit m_model->dataChanged(m_model->index(r, i), m_model->index(r, i));
     }
 }
 
 void DataControl::setValueAt(int row, int column, const QVariant &value)
 {
-    if (!(m_state == State::New && m_newRowShown && row == int(m_rows.size())))
+    if (!(m_state == State::New && m_newRowShown && row == m_rows.size()))
         moveTo(row);
     setValue(m_columns.value(column), value);
 }
@@ -370,9 +418,9 @@ void DataControl::addNew()
     commitPending();
     // A grid shows the new row after the others, where the user types it, as long as the
     // whole list has been read (otherwise it would sit among rows not read yet).
-    const bool show = m_model && m_allFetched;
+    const bool show = m_model && m_rows.complete();
     if (show)
-        m_model->beginInsertRows({}, int(m_rows.size()), int(m_rows.size()));
+        m_model->beginInsertRows({}, m_rows.size(), m_rows.size());
     m_state = State::New;
     m_index = -1;
     m_buffer = Row(m_columns.size());
@@ -388,7 +436,7 @@ void DataControl::cancelUpdate()
 {
     if (m_state == State::New) {
         if (m_newRowShown && m_model) {
-            const int r = int(m_rows.size());
+            const int r = m_rows.size();
             m_model->beginRemoveRows({}, r, r);
             m_state = State::Eof;
             m_newRowShown = false;
@@ -398,7 +446,7 @@ void DataControl::cancelUpdate()
         if (m_rows.empty())
             setCurrent(State::Eof, -1);
         else
-            setCurrent(State::Row, int(m_rows.size()) - 1);
+            setCurrent(State::Row, m_rows.size() - 1);
         return;
     }
     if (m_state == State::Row && m_index >= 0)
@@ -490,13 +538,14 @@ void DataControl::insertRow()
     }
     if (m_countCache >= 0)
         ++m_countCache;
-    if (m_allFetched) {
-        const int at = int(m_rows.size());
+    if (m_rows.complete()) {
+        const int at = m_rows.size();
         const bool shown = m_newRowShown;
         m_newRowShown = false;
         if (m_model && !shown)
             m_model->beginInsertRows({}, at, at);
-        m_rows.push_back(row);
+        m_rows.append(row);
+        m_shownRows = m_rows.size();
         if (m_model && !shown)
             m_model->endInsertRows();
         if (m_model && shown)
@@ -520,7 +569,7 @@ void DataControl::updateRow()
     if (!t)
         throw StoreError(StoreError::Kind::Store, 3251,
                          QStringLiteral("La sentencia \"%1\" no permite modificar registros.").arg(m_source));
-    const Row original = m_index >= 0 ? m_rows[m_index] : m_buffer;
+    const Row original = m_index >= 0 ? m_rows.at(m_index) : m_buffer;
     QStringList sets;
     QVariantList setValues;
     QStringList checks;
@@ -578,7 +627,7 @@ void DataControl::updateRow()
                                     convertForWrite(columnKind(t->name, c).value_or(ColumnKind::Text), m_buffer.value(i), c));
     }
     if (m_index >= 0) {
-        m_rows[m_index] = m_buffer;
+        m_rows.set(m_index, m_buffer);
         if (m_model)
             emit m_model->dataChanged(m_model->index(m_index, 0), m_model->index(m_index, m_columns.size() - 1));
     }
@@ -598,7 +647,7 @@ void DataControl::deleteCurrent()
     if (!t)
         throw StoreError(StoreError::Kind::Store, 3251,
                          QStringLiteral("La sentencia \"%1\" no permite eliminar registros.").arg(m_source));
-    const Row original = m_index >= 0 ? m_rows[m_index] : m_buffer;
+    const Row original = m_index >= 0 ? m_rows.at(m_index) : m_buffer;
     QVariantList keyValues;
     for (const QString &k : t->key)
         keyValues << original.value(fieldIndex(k));
@@ -612,7 +661,8 @@ void DataControl::deleteCurrent()
         const int at = m_index;
         if (m_model)
             m_model->beginRemoveRows({}, at, at);
-        m_rows.erase(m_rows.begin() + at);
+        m_rows.erase(at);
+        m_shownRows = m_rows.size();
         if (m_model)
             m_model->endRemoveRows();
         if (fetchUpTo(at))
@@ -640,7 +690,7 @@ int DataControlModel::rowCount(const QModelIndex &parent) const
     if (parent.isValid())
         return 0;
     const bool pending = m_control->m_state == DataControl::State::New && m_control->m_newRowShown;
-    return int(m_control->m_rows.size()) + (pending ? 1 : 0);
+    return m_control->m_shownRows + (pending ? 1 : 0);
 }
 
 int DataControlModel::columnCount(const QModelIndex &parent) const
@@ -653,14 +703,20 @@ QVariant DataControlModel::data(const QModelIndex &index, int role) const
     if (!index.isValid() || (role != Qt::DisplayRole && role != Qt::EditRole))
         return {};
     const int r = index.row();
-    if (r == int(m_control->m_rows.size()) && m_control->m_state == DataControl::State::New &&
+    if (r == m_control->m_shownRows && m_control->m_state == DataControl::State::New &&
         m_control->m_newRowShown)
         return m_control->m_buffer.value(index.column());
-    if (r >= int(m_control->m_rows.size()))
+    if (r >= m_control->m_shownRows)
         return {};
     if (r == m_control->m_index && m_control->m_state == DataControl::State::Row)
         return m_control->m_buffer.value(index.column());
-    return m_control->m_rows[r].value(index.column());
+    try {
+        return m_control->m_rows.at(r).value(index.column());
+    } catch (const std::exception &e) {
+        // A dropped chunk could not be read again: the cell stays blank and the user is told.
+        reportError(e);
+        return {};
+    }
 }
 
 bool DataControlModel::setData(const QModelIndex &index, const QVariant &value, int role)
@@ -692,7 +748,7 @@ QVariant DataControlModel::headerData(int section, Qt::Orientation orientation, 
 
 bool DataControlModel::canFetchMore(const QModelIndex &parent) const
 {
-    return !parent.isValid() && m_control->m_open && !m_control->m_allFetched;
+    return !parent.isValid() && m_control->m_open && !m_control->m_rows.complete();
 }
 
 void DataControlModel::fetchMore(const QModelIndex &parent)
@@ -700,7 +756,7 @@ void DataControlModel::fetchMore(const QModelIndex &parent)
     if (parent.isValid())
         return;
     try {
-        m_control->fetchAll();
+        m_control->fetchNextChunk();
     } catch (const std::exception &e) {
         reportError(e);
     }

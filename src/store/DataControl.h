@@ -16,10 +16,12 @@ class DataControlModel;
 
 // The stand-in for a data control (`adc...`): one statement, its rows, one current row.
 //
-// Rows are read lazily: a refresh reads only the first rows of the result; the rest are
-// read the first time something looks past them (a move, a grid scrolling, recordCount
-// counts with COUNT(*) instead). No cursor stays open between calls, so a data control
-// never holds a transaction open on a shared connection.
+// Rows are read lazily: a refresh reads only the first rows of the result; further rows
+// are read a chunk at a time when something looks past them (a move, a grid scrolling),
+// and recordCount counts with COUNT(*) instead. Each chunk is the statement run again for
+// that stretch of its result (RowCache), so no cursor stays open between calls and a data
+// control never holds a transaction open on a shared connection; the rows held are bounded
+// by the cache, whatever the size of the result.
 //
 // Writes go to the "write table" of the statement: the table whose star is selected
 // (`CM.*`), else the first table after FROM. Only columns of that table are written,
@@ -57,8 +59,9 @@ public:
     // The kind of a field that comes straight from a catalogue column; none for a computed one.
     std::optional<ColumnKind> fieldKind(const QString &name) const { return m_sourceTables.resultKind(name); }
     int recordCount();
-    int fetchedCount() const { return int(m_rows.size()); }
-    bool allFetched() const { return m_allFetched; }
+    int fetchedCount() const { return m_rows.size(); }
+    int heldCount() const { return m_rows.heldRows(); }
+    bool allFetched() const { return m_rows.complete(); }
     void fetchAll();
     QVariant valueAt(int row, int column);  // reads further rows as needed
     QVariant valueAt(int row, const QString &field);
@@ -105,7 +108,11 @@ private:
 
     void ensureConnection();
     void open(int firstRows);  // -1: every row
+    bool shows(const ResultSet &result, bool complete);  // the model shows exactly this result
     bool fetchUpTo(int index);  // true if the row exists afterwards
+    bool fetchNextChunk();
+    void showFetchedRows();     // tells the model of rows read since it last heard
+    std::vector<Row> readStretch(int offset, int count);
     void commitPending();
     void setCurrent(State state, int index);
     void insertRow();
@@ -121,8 +128,8 @@ private:
     QString m_translated;
     bool m_open = false;
     QStringList m_columns;
-    std::vector<Row> m_rows;
-    bool m_allFetched = true;
+    RowCache m_rows;
+    int m_shownRows = 0;  // the rows the model has been told of
     int m_countCache = -1;
     State m_state = State::Closed;
     int m_index = -1;

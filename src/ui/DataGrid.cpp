@@ -31,6 +31,9 @@ public:
 
     void setSource(store::DataControl *source)
     {
+        // Bound again to the same control: the rows and columns already follow it.
+        if (source && source == m_source && m_inner == source->model() && !m_connections.isEmpty())
+            return;
         beginResetModel();
         for (const auto &c : m_connections)
             disconnect(c);
@@ -62,15 +65,20 @@ public:
 
     void setColumns(const QList<GridColumn> &columns)
     {
+        if (columns == m_columns)
+            return;
         beginResetModel();
         m_columns = columns;
         resolve();
         endResetModel();
     }
 
+    // Which result column each grid column shows, and its kind, worked out once per result
+    // rather than for every cell drawn.
     void resolve()
     {
         m_sourceColumn.clear();
+        m_kind.clear();
         for (const GridColumn &c : m_columns) {
             int col = -1;
             if (m_source) {
@@ -80,6 +88,7 @@ public:
                     col = c.position;
             }
             m_sourceColumn << col;
+            m_kind << (col >= 0 ? m_source->fieldKind(m_source->fields().value(col)) : std::nullopt);
         }
     }
 
@@ -98,8 +107,7 @@ public:
         if (!m_inner || src < 0)
             return {};
         const QVariant v = m_inner->data(m_inner->index(row, src), Qt::DisplayRole);
-        const QString name = m_source->fields().value(src);
-        const auto kind = m_source->fieldKind(name);
+        const auto kind = m_kind.value(column);
         if (kind == store::ColumnKind::YesNo)
             return yesNoText(store::normalize(store::ColumnKind::YesNo, v).toBool());
         if (v.typeId() == QMetaType::Bool)
@@ -114,8 +122,7 @@ public:
         if (role == Qt::DisplayRole || role == Qt::EditRole)
             return text(index.row(), index.column());
         if (role == Qt::TextAlignmentRole) {
-            const int src = m_sourceColumn.value(index.column(), -1);
-            const auto kind = src >= 0 ? m_source->fieldKind(m_source->fields().value(src)) : std::nullopt;
+            const auto kind = m_kind.value(index.column());
             if (kind == store::ColumnKind::Decimal || kind == store::ColumnKind::Integer ||
                 maskKind(m_columns.at(index.column()).mask) == MaskKind::Number)
                 return int(Qt::AlignRight | Qt::AlignVCenter);
@@ -175,8 +182,9 @@ public:
 
     QList<GridColumn> m_columns;
     QList<int> m_sourceColumn;
+    QList<std::optional<store::ColumnKind>> m_kind;
     store::DataControl *m_source = nullptr;
-    QAbstractItemModel *m_inner = nullptr;
+    QPointer<QAbstractItemModel> m_inner;
     bool m_editable = false;
     QList<QMetaObject::Connection> m_connections;
 };
@@ -306,8 +314,9 @@ void DataGrid::refresh()
     const auto cols = m_model->m_columns;
     for (int i = 0; i < cols.size(); ++i)
         m_view->setColumnHidden(i, !cols.at(i).visible);
+    // The view follows the data control's model, so what changed is drawn already; an
+    // unchanged list is not drawn again.
     followCurrentRow();
-    m_view->viewport()->update();
 }
 
 void DataGrid::fitColumns()

@@ -21,6 +21,8 @@ struct GridColumn {
     bool visible = true;
     int width = 0;  // pixels; 0 = fit
     int maxLength = 0;  // characters a cell can be typed with in place; 0 = no limit
+
+    bool operator==(const GridColumn &) const = default;
 };
 
 // A column over a field, with an optional display mask.

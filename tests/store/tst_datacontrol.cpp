@@ -4,9 +4,14 @@
 #include "store/DataControl.h"
 #include "store/StoreError.h"
 #include "ui/Application.h"
+#include "ui/DataGrid.h"
 
+#include <QScrollBar>
 #include <QSignalSpy>
+#include <QTableView>
 #include <QTest>
+
+#include <random>
 
 using store::DataControl;
 using store::StoreError;
@@ -23,6 +28,10 @@ private slots:
     void optimisticConflictBetweenTwoControls();
     void rowGoneOnUpdateAndDelete();
     void lazyReadOfLargeTable();
+    void gridScrollReadsChunks_data();
+    void gridScrollReadsChunks();
+    void rowCacheStaysBounded_data();
+    void rowCacheStaysBounded();
     void joinStatementWritesItsStarTable();
     void movingAwaySavesPendingChanges();
 };
@@ -230,11 +239,37 @@ void TestDataControl::rowGoneOnUpdateAndDelete()
     }
 }
 
+namespace {
+
+// Adds `n` hour rows, copies of those already there.
+void addHourRows(tests::TempStore &store, int n)
+{
+    const QString cols = QStringLiteral("FunCedula, AreId, ActId, DesId, FunInsId, HorFecha, HorSemana, HorValorhora, "
+                                        "HorHoras, HorCategoria, TipId, HorMoneda");
+    for (int left = n; left > 0;) {
+        const int copied = store.execNative(QStringLiteral("INSERT INTO HORAS (%1) SELECT %1 FROM HORAS ORDER BY HorId "
+                                                           "LIMIT %2").arg(cols).arg(left));
+        QVERIFY(copied > 0);
+        left -= copied;
+    }
+}
+
+QList<qlonglong> storedKeys(tests::TempStore &store, const QString &sql)
+{
+    QList<qlonglong> keys;
+    for (const store::Row &r : store.selectNative(sql).rows)
+        keys << r.value(0).toLongLong();
+    return keys;
+}
+
+}  // namespace
+
 void TestDataControl::lazyReadOfLargeTable()
 {
     tests::TempStore store;
+    addHourRows(store, 300);
     const int total = store.count(QStringLiteral("HORAS"));
-    QVERIFY(total > 60);
+    QVERIFY(total > 300);
     DataControl adc(QStringLiteral("adcHoras"));
     adc.setRecordSource(QStringLiteral("SELECT * FROM HORAS"));
     adc.refresh();
@@ -247,9 +282,154 @@ void TestDataControl::lazyReadOfLargeTable()
         if (adc.eof())
             break;
         ++seen;
+        // A move reads one more chunk at a time, never the whole rest.
+        QVERIFY2(adc.fetchedCount() <= seen + 2 * store::RowCache::kLargestChunk, qPrintable(QString::number(seen)));
     }
     QCOMPARE(seen, total);
     QVERIFY(adc.allFetched());
+}
+
+// A grid over a long list, scrolled as a user does: the first scroll past the opening rows
+// reads one chunk, not the rest; scrolled page by page to the end every row shows once, in
+// the statement's order, also when a row was deleted on the way; and back at the top.
+void TestDataControl::gridScrollReadsChunks_data()
+{
+    QTest::addColumn<QString>("statement");
+    QTest::addColumn<QString>("keys");  // the same rows' keys in the same order
+    QTest::addColumn<bool>("deleteOnTheWay");
+    QTest::newRow("table") << QStringLiteral("SELECT * FROM HORAS ORDER BY HORID")
+                           << QStringLiteral("SELECT HorId FROM HORAS ORDER BY HorId") << false;
+    QTest::newRow("join, descending") << QStringLiteral(
+        "SELECT H.HORID, H.HORSEMANA, T.TIPDESCRIPCION FROM TIPOHORAS T, HORAS H WHERE H.TIPID=T.TIPID "
+        "ORDER BY H.HORID DESC") << QStringLiteral("SELECT HorId FROM HORAS ORDER BY HorId DESC") << false;
+    QTest::newRow("row deleted after a scroll") << QStringLiteral("SELECT * FROM HORAS ORDER BY HORID")
+                                                << QStringLiteral("SELECT HorId FROM HORAS ORDER BY HorId") << true;
+}
+
+void TestDataControl::gridScrollReadsChunks()
+{
+    QFETCH(QString, statement);
+    QFETCH(QString, keys);
+    QFETCH(bool, deleteOnTheWay);
+    tests::TempStore store;
+    const int before = store.count(QStringLiteral("HORAS"));
+    addHourRows(store, 2500);
+    const int total = store.count(QStringLiteral("HORAS"));
+    QCOMPARE(total, before + 2500);
+    DataControl adc(QStringLiteral("adcHoras"));
+    adc.setRecordSource(statement);
+    adc.refresh();
+    ui::DataGrid grid;
+    grid.setObjectName(QStringLiteral("dtgHoras"));
+    grid.setColumns({ui::column(QStringLiteral("Id"), QStringLiteral("HorId")),
+                     ui::column(QStringLiteral("Semana"), QStringLiteral("HorSemana"))});
+    grid.setDataSource(&adc);
+    grid.resize(400, 300);
+    grid.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&grid));
+    QCOMPARE(adc.fetchedCount(), 50);
+    // Refreshed on an unchanged store, the grid is left as it is (not laid out nor fitted
+    // again); a change in the rows shown resets it.
+    QSignalSpy resets(grid.view()->model(), &QAbstractItemModel::modelReset);
+    adc.refresh();
+    QCOMPARE(resets.count(), 0);
+    store.execNative(QStringLiteral("UPDATE HORAS SET HorSemana = HorSemana + 1"));
+    adc.refresh();
+    QCOMPARE(resets.count(), 1);
+
+    QScrollBar *bar = grid.view()->verticalScrollBar();
+    QVERIFY(bar->maximum() > 0);
+    bar->triggerAction(QAbstractSlider::SliderToMaximum);  // the bottom of what was read
+    QCoreApplication::processEvents();
+    QCOMPARE(adc.fetchedCount(), 50 + store::RowCache::kFirstChunk);  // one chunk, not the other 2,400
+
+    if (deleteOnTheWay) {
+        // Two chunks further on, so that the deleted row stands in a chunk before the last;
+        // each scroll reads one more chunk.
+        for (int i = 0; i < 2; ++i) {
+            const int before = adc.fetchedCount();
+            bar->triggerAction(QAbstractSlider::SliderToMaximum);
+            QCoreApplication::processEvents();
+            QVERIFY(adc.fetchedCount() > before);
+            QVERIFY(adc.fetchedCount() <= before + store::RowCache::kLargestChunk);
+        }
+        grid.clickRow(60);
+        const qlonglong gone = adc.value(QStringLiteral("HorId")).toLongLong();
+        adc.deleteCurrent();
+        QCOMPARE(store.count(QStringLiteral("HORAS"), QStringLiteral("HorId = ?"), {gone}), 0);
+    }
+    const QList<qlonglong> expected = storedKeys(store, keys);
+    QCOMPARE(expected.size(), total - (deleteOnTheWay ? 1 : 0));
+
+    int steps = 0;
+    while (bar->value() < bar->maximum() || adc.model()->canFetchMore({})) {
+        bar->triggerAction(QAbstractSlider::SliderPageStepAdd);
+        QCoreApplication::processEvents();
+        QVERIFY2(++steps < 2 * total, "the scroll never reached the end");
+    }
+    QVERIFY(adc.allFetched());
+    QCOMPARE(grid.rowCount(), expected.size());
+    QList<qlonglong> shown;
+    for (int r = 0; r < grid.rowCount(); ++r)
+        shown << grid.cellText(r, 0).toLongLong();
+    QCOMPARE(shown, expected);
+    // Shown at the bottom of the screen: the last row.
+    const int lastVisible = grid.view()->rowAt(grid.view()->viewport()->height() - 2);
+    QCOMPARE(lastVisible, grid.rowCount() - 1);
+
+    bar->triggerAction(QAbstractSlider::SliderToMinimum);
+    QCoreApplication::processEvents();
+    QCOMPARE(grid.view()->rowAt(1), 0);
+    QCOMPARE(grid.cellText(0, 0).toLongLong(), expected.first());
+}
+
+// The cache holds at most its capacity, whatever is looked at, and a dropped chunk read
+// again gives the rows it held.
+void TestDataControl::rowCacheStaysBounded_data()
+{
+    QTest::addColumn<QString>("walk");
+    QTest::newRow("down and back up") << QStringLiteral("down-up");
+    QTest::newRow("jumps") << QStringLiteral("random");
+}
+
+void TestDataControl::rowCacheStaysBounded()
+{
+    QFETCH(QString, walk);
+    constexpr int rows = 20000;
+    constexpr int capacity = 3000;
+    int reads = 0;
+    int rowsRead = 0;
+    store::RowCache cache(capacity);
+    auto reader = [&](int offset, int count) {
+        ++reads;
+        std::vector<store::Row> out;
+        for (int i = offset; i < std::min(rows, offset + count); ++i)
+            out.push_back(store::Row{QVariant(i)});
+        rowsRead += int(out.size());
+        return out;
+    };
+    cache.reset(reader(0, 50), false, reader);
+    std::vector<int> order;
+    if (walk == QLatin1String("down-up")) {
+        for (int i = 0; i < rows; ++i)
+            order.push_back(i);
+        for (int i = rows - 1; i >= 0; --i)
+            order.push_back(i);
+    } else {
+        std::mt19937 rng(7);
+        QVERIFY(cache.reach(rows - 1));
+        for (int i = 0; i < 5000; ++i)
+            order.push_back(int(rng() % rows));
+    }
+    for (int i : order) {
+        QVERIFY(cache.reach(i));
+        QCOMPARE(cache.at(i).value(0).toInt(), i);
+        QVERIFY2(cache.heldRows() <= capacity, qPrintable(QString::number(cache.heldRows())));
+    }
+    QVERIFY(!cache.reach(rows));
+    QCOMPARE(cache.size(), rows);
+    if (walk == QLatin1String("down-up"))
+        QVERIFY(rowsRead < 3 * rows);  // each stretch read about twice: going down and coming back
 }
 
 void TestDataControl::joinStatementWritesItsStarTable()
