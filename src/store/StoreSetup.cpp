@@ -55,6 +55,10 @@ QString historyFile(Backend backend)
                                       : QStringLiteral(":/schema/postgresql-history.sql");
 }
 
+// The SQLite triggers that recognise a close's rows, as the history's schema names them.
+const QStringList kArchiveTriggers{QStringLiteral("TR_HORAS_HIST_BAJA"), QStringLiteral("TR_HORAS_HIST_ARCHIVO"),
+                                   QStringLiteral("TR_HHORAS_HIST_ALTA")};
+
 void runStatements(Connection &conn, const QStringList &statements)
 {
     for (const QString &s : statements)
@@ -147,9 +151,27 @@ void removeHistory(Connection &conn)
     conn.executeNative(QStringLiteral("DROP VIEW IF EXISTS HORAS_HISTORIAL_LECTURA"));
     conn.executeNative(QStringLiteral("DROP TABLE IF EXISTS HORAS_HISTORIAL"));
     if (!sqlite)
+        conn.executeNative(QStringLiteral("DROP TABLE IF EXISTS HORAS_CIERRE"));
+    if (!sqlite)
         for (const char *f : {"tempalia_hist_fila()", "tempalia_hist_horas_bajas()", "tempalia_hist_hhoras_altas()",
-                              "tempalia_hist_json(jsonb)"})
+                              "tempalia_hist_json(jsonb)", "tempalia_cierre_mover(VARCHAR, DATE)"})
             conn.executeNative(QStringLiteral("DROP FUNCTION IF EXISTS %1").arg(QLatin1String(f)));
+}
+
+bool dropArchiveTriggers(Connection &conn)
+{
+    // The drops come first: they take the file's write lock before anything is read.
+    for (const QString &trigger : kArchiveTriggers)
+        conn.executeNative(QStringLiteral("DROP TRIGGER IF EXISTS %1").arg(trigger));
+    return hasHistory(conn);
+}
+
+void createArchiveTriggers(Connection &conn)
+{
+    for (const QString &statement : schemaStatements(historyFile(Backend::SQLite)))
+        for (const QString &trigger : kArchiveTriggers)
+            if (statement.startsWith(QStringLiteral("CREATE TRIGGER %1 ").arg(trigger)))
+                conn.executeNative(statement);
 }
 
 static bool widenPasswordColumn(Connection &conn)

@@ -31,5 +31,13 @@ bool hasHistory(Connection &conn);
 void installHistory(Connection &conn);
 void removeHistory(Connection &conn);
 
+// SQLite: the history's row triggers that recognise a close's rows one by one (a delete
+// from HORAS of a row that stands in HHORAS, an insert into HHORAS of a row that stands in
+// HORAS). The close drops them inside its own write transaction, which no other connection
+// sees, records its move itself and creates them again before it commits (see
+// history::moveToArchive). Dropping returns false on a store without the history.
+bool dropArchiveTriggers(Connection &conn);
+void createArchiveTriggers(Connection &conn);
+
 }  // namespace setup
 }  // namespace store
