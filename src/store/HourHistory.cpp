@@ -148,12 +148,8 @@ void announceLogin(const QString &login)
 ArchiveMove moveToArchive(Connection &conn, const QString &area, const QDate &cutOff)
 {
     if (conn.backend() == Backend::PostgreSQL) {
-        const bool announced =
-            !conn.selectNative(QStringLiteral("SELECT to_regprocedure('tempalia_cierre_mover(varchar,date)')"))
-                 .rows.front()
-                 .value(0)
-                 .isNull();
-        return announced ? moveThroughStoreFunction(conn, area, cutOff) : moveRows(conn, area, cutOff);
+        return setup::hasArchiveFunction(conn) ? moveThroughStoreFunction(conn, area, cutOff)
+                                               : moveRows(conn, area, cutOff);
     }
     return setup::dropArchiveTriggers(conn) ? moveWithOwnLine(conn, area, cutOff) : moveRows(conn, area, cutOff);
 }

@@ -6,6 +6,7 @@
 #include "store/StoreError.h"
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QSqlDatabase>
 
 namespace store::setup {
@@ -158,6 +159,14 @@ void removeHistory(Connection &conn)
             conn.executeNative(QStringLiteral("DROP FUNCTION IF EXISTS %1").arg(QLatin1String(f)));
 }
 
+bool hasArchiveFunction(Connection &conn)
+{
+    return !conn.selectNative(QStringLiteral("SELECT to_regprocedure('tempalia_cierre_mover(varchar,date)')"))
+                .rows.front()
+                .value(0)
+                .isNull();
+}
+
 bool dropArchiveTriggers(Connection &conn)
 {
     // The drops come first: they take the file's write lock before anything is read.
@@ -172,6 +181,20 @@ void createArchiveTriggers(Connection &conn)
         for (const QString &trigger : kArchiveTriggers)
             if (statement.startsWith(QStringLiteral("CREATE TRIGGER %1 ").arg(trigger)))
                 conn.executeNative(statement);
+}
+
+// An older history (PostgreSQL) lacks the close's function: the schema's statements that
+// can run again replace the trigger functions and add the function and its marker.
+static bool updateHistory(Connection &conn)
+{
+    if (conn.backend() != Backend::PostgreSQL || hasArchiveFunction(conn))
+        return false;
+    static const QRegularExpression rerunnable(
+        QStringLiteral("^(CREATE OR REPLACE |CREATE TABLE IF NOT EXISTS |GRANT |DO )"));
+    QStringList statements = schemaStatements(historyFile(Backend::PostgreSQL));
+    statements.removeIf([](const QString &s) { return !rerunnable.match(s).hasMatch(); });
+    runStatements(conn, statements);
+    return true;
 }
 
 static bool widenPasswordColumn(Connection &conn)
@@ -218,6 +241,8 @@ QStringList upgrade(Connection &conn)
         if (!hasHistory(conn)) {
             installHistory(conn);
             done << QStringLiteral("historial de horas creado");
+        } else if (updateHistory(conn)) {
+            done << QStringLiteral("historial de horas actualizado");
         }
         conn.commit();
     } catch (...) {

@@ -31,6 +31,10 @@ bool hasHistory(Connection &conn);
 void installHistory(Connection &conn);
 void removeHistory(Connection &conn);
 
+// PostgreSQL: the store's function that moves a close's rows (tempalia_cierre_mover), which
+// a history made by an earlier version lacks until it is upgraded.
+bool hasArchiveFunction(Connection &conn);
+
 // SQLite: the history's row triggers that recognise a close's rows one by one (a delete
 // from HORAS of a row that stands in HHORAS, an insert into HHORAS of a row that stands in
 // HORAS). The close drops them inside its own write transaction, which no other connection
