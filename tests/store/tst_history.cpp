@@ -390,9 +390,27 @@ void TestHistory::programRoleIsLimited()
                                   QStringLiteral("UPDATE HORAS_HISTORIAL SET HisLogin = 'otro'"),
                                   QStringLiteral("SELECT * FROM HORAS_HISTORIAL"), QStringLiteral("DELETE FROM HHORAS"),
                                   QStringLiteral("DELETE FROM USUARIOS"), QStringLiteral("TRUNCATE HORAS"),
-                                  QStringLiteral("DROP TRIGGER TR_HORAS_HIST_ALTA ON HORAS")};
+                                  QStringLiteral("DROP TRIGGER TR_HORAS_HIST_ALTA ON HORAS"),
+                                  QStringLiteral("ALTER TABLE HORAS DISABLE TRIGGER TR_HORAS_HIST_BAJA"),
+                                  QStringLiteral("INSERT INTO HORAS_CIERRE SELECT txid_current()")};
         for (const QString &sql : refused)
             QVERIFY_THROWS_EXCEPTION(store::StoreError, app->executeNative(sql));
+
+        // A close announced through a temporary table of the marker's name announces
+        // nothing: the delete is recorded row by row.
+        app->executeNative(kInsert, {QDate(2030, 3, 5), QStringLiteral("Dolares")});
+        const qlonglong forged = lastHorId(fixture);
+        app->executeNative(QStringLiteral("CREATE TEMP TABLE HORAS_CIERRE (CieTransaccion BIGINT)"));
+        app->beginTransaction();
+        app->executeNative(QStringLiteral("INSERT INTO HORAS_CIERRE SELECT txid_current()"));
+        app->executeNative(QStringLiteral("DELETE FROM HORAS WHERE HorId = ?"), {forged});
+        QCOMPARE(app->selectNative(QStringLiteral("SELECT COUNT(*) FROM HORAS_CIERRE WHERE CieTransaccion = "
+                                                  "txid_current()"))
+                     .rows.front()
+                     .value(0)
+                     .toInt(),
+                 1);
+        app->commit();
 
         // The month close, as the windows run it, is within the program role's rights.
         const int due = fixture.count(QStringLiteral("HORAS"), QStringLiteral("AreId = 'DOC'"));
@@ -402,7 +420,8 @@ void TestHistory::programRoleIsLimited()
     }
     const auto lines = fixture.selectNative(
         QStringLiteral("SELECT HisLogin, HisCuenta, HisTipo FROM HORAS_HISTORIAL WHERE HisLogin = 'jefe' ORDER BY HisId"));
-    QCOMPARE(int(lines.rows.size()), 4);  // the entry's three lines, then the close's one
+    QCOMPARE(int(lines.rows.size()), 6);  // the entry's three lines, the forged close's two, the close's one
+    QCOMPARE(lines.rows.at(4).value(2).toString(), QStringLiteral("Baja"));
     QCOMPARE(lines.rows.back().value(2).toString(), QStringLiteral("Archivo"));
     QCOMPARE(lines.rows.front().value(1).toString(), roles.program);
     QVERIFY(fixture.count(QStringLiteral("HORAS")) > 0);
