@@ -325,7 +325,8 @@ void TestHistory::closeRecordsOneLine()
 }
 
 // A store made before hashes and history: upgrade widens UsuPassword (keeping the rows),
-// adds the history, and changes nothing when run again.
+// adds the history, and changes nothing when run again; on PostgreSQL it also brings an
+// older history up to date.
 void TestHistory::upgradeOlderStore()
 {
     tests::TempStore fixture;
@@ -353,6 +354,30 @@ void TestHistory::upgradeOlderStore()
     conn.executeNative(QStringLiteral("UPDATE USUARIOS SET UsuPassword = ?"), {hash});
     fixture.execNative(kInsert, {QDate(2030, 3, 4), QStringLiteral("Dolares")});
     QCOMPARE(fixture.count(QStringLiteral("HORAS_HISTORIAL"), QStringLiteral("HisTipo = 'Alta'")), 1);
+    if (fixture.backend() != store::Backend::PostgreSQL)
+        return;
+
+    // A PostgreSQL history made before the close had a function of its own (its trigger
+    // functions here reduced to doing nothing): a close still moves its rows; upgrade adds
+    // the function and replaces the trigger functions, once, keeping the lines.
+    conn.executeNative(QStringLiteral("DROP FUNCTION tempalia_cierre_mover(VARCHAR, DATE)"));
+    conn.executeNative(QStringLiteral("DROP TABLE HORAS_CIERRE"));
+    for (const char *f : {"tempalia_hist_horas_bajas", "tempalia_hist_hhoras_altas"})
+        conn.executeNative(QStringLiteral("CREATE OR REPLACE FUNCTION %1() RETURNS trigger LANGUAGE plpgsql AS $$ "
+                                          "BEGIN RETURN NULL; END $$")
+                               .arg(QLatin1String(f)));
+    const QDate cutOff = QDate::currentDate().addYears(1);
+    QVERIFY(core::MonthClose(QStringLiteral("ADM"), cutOff).run(conn) > 0);
+    QCOMPARE(fixture.count(QStringLiteral("HORAS_HISTORIAL"), QStringLiteral("HisTipo = 'Archivo'")), 0);
+    QCOMPARE(storetool::upgrade(conn), QStringList{QStringLiteral("historial de horas actualizado")});
+    QVERIFY(storetool::upgrade(conn).isEmpty());
+    QCOMPARE(fixture.count(QStringLiteral("HORAS_HISTORIAL"), QStringLiteral("HisTipo = 'Alta'")), 1);
+    const int due = fixture.count(QStringLiteral("HORAS"), QStringLiteral("AreId = 'DOC' AND HorFecha <= ?"), {cutOff});
+    QCOMPARE(core::MonthClose(QStringLiteral("DOC"), cutOff).run(conn), due);
+    QCOMPARE(fixture.count(QStringLiteral("HORAS_HISTORIAL"), QStringLiteral("HisTipo = 'Archivo' AND AreId = 'DOC' AND "
+                                                                             "HisFilas = ?"),
+                           {due}),
+             1);
 }
 
 // PostgreSQL: create with an owner and a program role. The program role does what the
