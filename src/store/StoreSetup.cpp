@@ -7,6 +7,7 @@
 
 #include <QFile>
 #include <QRegularExpression>
+#include <algorithm>
 #include <QSqlDatabase>
 
 namespace store::setup {
@@ -172,15 +173,23 @@ bool dropArchiveTriggers(Connection &conn)
     // The drops come first: they take the file's write lock before anything is read.
     for (const QString &trigger : kArchiveTriggers)
         conn.executeNative(QStringLiteral("DROP TRIGGER IF EXISTS %1").arg(trigger));
-    return hasHistory(conn);
+    return !conn.selectNative(QStringLiteral("SELECT 1 FROM sqlite_master WHERE type = 'table' AND name = ?"),
+                              {QString::fromLatin1(kHistoryTable)})
+                .rows.empty();
 }
 
 void createArchiveTriggers(Connection &conn)
 {
-    for (const QString &statement : schemaStatements(historyFile(Backend::SQLite)))
-        for (const QString &trigger : kArchiveTriggers)
-            if (statement.startsWith(QStringLiteral("CREATE TRIGGER %1 ").arg(trigger)))
-                conn.executeNative(statement);
+    static const QStringList statements = [] {
+        QStringList creates = schemaStatements(historyFile(Backend::SQLite));
+        creates.removeIf([](const QString &s) {
+            return std::none_of(kArchiveTriggers.begin(), kArchiveTriggers.end(), [&](const QString &trigger) {
+                return s.startsWith(QStringLiteral("CREATE TRIGGER %1 ").arg(trigger));
+            });
+        });
+        return creates;
+    }();
+    runStatements(conn, statements);
 }
 
 // An older history (PostgreSQL) lacks the close's function: the schema's statements that
