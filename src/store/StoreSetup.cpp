@@ -7,8 +7,8 @@
 
 #include <QFile>
 #include <QRegularExpression>
-#include <algorithm>
 #include <QSqlDatabase>
+#include <algorithm>
 
 namespace store::setup {
 namespace {
@@ -152,12 +152,12 @@ void removeHistory(Connection &conn)
         }
     conn.executeNative(QStringLiteral("DROP VIEW IF EXISTS HORAS_HISTORIAL_LECTURA"));
     conn.executeNative(QStringLiteral("DROP TABLE IF EXISTS HORAS_HISTORIAL"));
-    if (!sqlite)
-        conn.executeNative(QStringLiteral("DROP TABLE IF EXISTS HORAS_CIERRE"));
-    if (!sqlite)
-        for (const char *f : {"tempalia_hist_fila()", "tempalia_hist_horas_bajas()", "tempalia_hist_hhoras_altas()",
-                              "tempalia_hist_json(jsonb)", "tempalia_cierre_mover(VARCHAR, DATE)"})
-            conn.executeNative(QStringLiteral("DROP FUNCTION IF EXISTS %1").arg(QLatin1String(f)));
+    if (sqlite)
+        return;
+    conn.executeNative(QStringLiteral("DROP TABLE IF EXISTS HORAS_CIERRE"));
+    for (const char *f : {"tempalia_hist_fila()", "tempalia_hist_horas_bajas()", "tempalia_hist_hhoras_altas()",
+                          "tempalia_hist_json(jsonb)", "tempalia_cierre_mover(VARCHAR, DATE)"})
+        conn.executeNative(QStringLiteral("DROP FUNCTION IF EXISTS %1").arg(QLatin1String(f)));
 }
 
 bool hasArchiveFunction(Connection &conn)
