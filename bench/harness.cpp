@@ -13,8 +13,9 @@
 #include "LargeStore.h"
 #include "Median.h"
 
-#include "session/modPrincipal.h"
+#include "core/HoursSave.h"
 #include "core/MonthClose.h"
+#include "session/modPrincipal.h"
 #include "store/Connection.h"
 #include "store/DataControl.h"
 #include "store/Dialect.h"
@@ -50,8 +51,8 @@
 #include "output/ExportacionMes.h"
 #define BENCH_HAS_EXPORT 1
 #endif
-#if __has_include("output/dtrReporteMesActualArea.h") && __has_include("output/ReportDesigns.h")
-#include "output/ReportDesigns.h"
+#if __has_include("output/dtrReporteMesActualArea.h") && __has_include("reports/ReportDesigns.h")
+#include "reports/ReportDesigns.h"
 #include "output/dtrReporteMesActualArea.h"
 #define BENCH_HAS_REPORT 1
 #endif
@@ -272,10 +273,7 @@ public:
 
     void setSession(const QString &cedula, const QString &area, qint16 perId)
     {
-        modPrincipal::gUsuLogin = QStringLiteral("bench");
-        modPrincipal::gFunCedula = cedula;
-        modPrincipal::gAreId = area;
-        modPrincipal::gPerId = perId;
+        modPrincipal::setSession(core::Session{QStringLiteral("bench"), cedula, area, perId});
     }
 
     // (1) frmRegistroHoras opening, on the full HORAS and on an empty one.
@@ -329,7 +327,7 @@ public:
     // The statements frmRegistroHoras runs when it opens, as the engine gets them.
     QStringList windowStatements()
     {
-        const QString ced = store::sql::text(modPrincipal::gFunCedula);
+        const QString ced = store::sql::text(modPrincipal::session().person);
         QStringList s{
             QStringLiteral("SELECT * FROM HORAS"),
             QStringLiteral("SELECT * FROM HORAS_RUBROS_MATERIAS"),
@@ -531,8 +529,8 @@ public:
         rows.push_back(row);
     }
 
-    // (9) what the history of the hour records costs: (9a) saves through the data control
-    // as the entry window makes them, (9b) the close's copy and delete; each timed on the
+    // (9) what the history of the hour records costs: (9a) saves as the entry window makes
+    // them (core::HoursSave, a plain entry), (9b) the program's close (core::MonthClose); each timed on the
     // store with its history triggers and, in the same run, alternating, on the same store
     // with the history removed. Program column: with the history; engine column: without.
     void historyCost()
@@ -545,26 +543,25 @@ public:
             QStringLiteral("SELECT MIN(FunInsId) FROM FUNCIONARIOS_INSTITUTOS WHERE FunCedula = '%1'").arg(person));
         constexpr int saves = 100;
         auto saveBatch = [&] {
-            store::DataControl adc(QStringLiteral("adcHoras"));
-            adc.setRecordSource(QStringLiteral("SELECT * FROM HORAS WHERE HORID=0"));
-            adc.refresh();
+            const core::Session session{QStringLiteral("bench"), person, QStringLiteral("A02"), 5};
+            core::HoursEntry entry;
+            entry.areId = QStringLiteral("A02");
+            entry.actId = QStringLiteral("CLA");
+            entry.desId = QStringLiteral("CUR");
+            entry.funInsId = funIns.toLongLong();
+            entry.fecha = QDate::currentDate();
+            entry.semana = 46;
+            entry.valorHora = 350.0;
+            entry.horas = 2.5;
+            entry.categoria = QStringLiteral("A");
+            entry.tipId = QStringLiteral("COM");
+            entry.moneda = QStringLiteral("Pesos Uruguayos");
+            const core::HoursSave save;
             const double t = nowMs();
             for (int i = 0; i < saves; ++i) {
-                adc.addNew();
-                adc.setValue(QStringLiteral("FunCedula"), person);
-                adc.setValue(QStringLiteral("AreId"), QStringLiteral("A02"));
-                adc.setValue(QStringLiteral("ActId"), QStringLiteral("CLA"));
-                adc.setValue(QStringLiteral("DesId"), QStringLiteral("CUR"));
-                adc.setValue(QStringLiteral("FunInsId"), funIns.toLongLong());
-                adc.setValue(QStringLiteral("HorFecha"), QDate::currentDate());
-                adc.setValue(QStringLiteral("HorSemana"), 46);
-                adc.setValue(QStringLiteral("HorValorhora"), 350.0);
-                adc.setValue(QStringLiteral("HorHoras"), 2.5);
-                adc.setValue(QStringLiteral("HorCategoria"), QStringLiteral("A"));
-                adc.setValue(QStringLiteral("TipId"), QStringLiteral("COM"));
-                adc.setValue(QStringLiteral("HorMoneda"), QStringLiteral("Pesos Uruguayos"));
-                adc.move0();
-                adc.update();
+                const core::HoursSaveResult result = save.enter(session, entry);
+                if (!result.saved)
+                    qFatal("hours save refused: %s", qPrintable(result.message));
             }
             return (nowMs() - t) / saves;
         };
@@ -590,7 +587,7 @@ public:
         const long firstMoved = count(QStringLiteral("SELECT MIN(HorId) FROM HORAS"));
         const long moving = count(QStringLiteral("SELECT COUNT(*) FROM HORAS WHERE AreId='%1' AND HorFecha <= '%2'")
                                       .arg(area, cut.toString(Qt::ISODate)));
-        // The program's close of the area (its move and the closed flag's transaction) on the
+        // The program's close of the area (its move, in a transaction of its own) on the
         // program's connection; without the history it is the same close's two statements.
         auto close = [&] {
             const double t = nowMs();
@@ -632,7 +629,7 @@ public:
         const QString file = workDir + QStringLiteral("/resumen.xlsx");
         g_dialogs->inputAnswer = file;
         auto *adc = new store::DataControl(QStringLiteral("adcMesActual"));
-        adc->setRecordSource(ExportacionMes::defaultStatement(modPrincipal::gFunCedula));
+        adc->setRecordSource(ExportacionMes::defaultStatement(modPrincipal::session().person));
         adc->refresh();
         Row row{QStringLiteral("(5) month export to workbook"), m_backend,
                 QString::number(count(QStringLiteral("SELECT COUNT(*) FROM HORAS WHERE AreId='%1'").arg(area)))};

@@ -5,7 +5,7 @@ TEMPALIA_PACKAGES="cmake ninja-build g++ pkg-config qt6-base-dev libqt6sql6-odbc
   libsqliteodbc sqlite3 libsqlite3-dev odbc-postgresql postgresql libpq-dev qt6-charts-dev
   qt6-datavisualization-dev qt6-declarative-dev libxlsxwriter-dev libzip-dev libgl-dev xvfb xauth
   fonts-dejavu-core poppler-utils libsodium-dev python3-minimal openbox qt6-translations-l10n
-  librsvg2-bin dpkg-dev file lintian appstream desktop-file-utils x11-utils"
+  librsvg2-bin dpkg-dev file lintian appstream desktop-file-utils x11-utils locales-all"
 
 tempalia_install_deps() {
   local missing=()

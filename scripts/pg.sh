@@ -4,6 +4,16 @@ tempalia_free_port() {
   python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1]); s.close()'
 }
 
+# The server answers in Spanish, as the institutes' servers do: the store's faults are told
+# apart by their SQLSTATE, never by the server's words (locales-all provides the locale).
+tempalia_pg_spanish() {
+  # grep reads the whole list: with -q it would stop early, and pipefail would take the
+  # listing's broken pipe for a missing locale.
+  if locale -a 2>/dev/null | grep -x 'es_ES.utf8' >/dev/null; then
+    echo "-c lc_messages=es_ES.UTF-8"
+  fi
+}
+
 tempalia_pg_start() {
   local bindir
   bindir="$(ls -d /usr/lib/postgresql/*/bin | sort -V | tail -n 1)"
@@ -20,7 +30,7 @@ tempalia_pg_start() {
   fi
   "${run[@]}" "$bindir/initdb" -D "$TEMPALIA_PG_DIR/data" -A trust -U "$TEMPALIA_PG_USER" -E UTF8 >/dev/null
   "${run[@]}" "$bindir/pg_ctl" -D "$TEMPALIA_PG_DIR/data" -l "$TEMPALIA_PG_DIR/log" -w \
-     -o "-p $TEMPALIA_PG_PORT -k $TEMPALIA_PG_DIR -c listen_addresses=127.0.0.1 -c fsync=${TEMPALIA_PG_FSYNC:-off}" start >/dev/null
+     -o "-p $TEMPALIA_PG_PORT -k $TEMPALIA_PG_DIR -c listen_addresses=127.0.0.1 -c fsync=${TEMPALIA_PG_FSYNC:-off} $(tempalia_pg_spanish)" start >/dev/null
   TEMPALIA_PG_STOP=("${run[@]}" "$bindir/pg_ctl" -D "$TEMPALIA_PG_DIR/data" -m fast stop)
   trap tempalia_pg_stop EXIT
   TEMPALIA_PG_DB=postgres

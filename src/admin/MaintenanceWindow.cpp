@@ -5,6 +5,7 @@
 #include "ui/DataLists.h"
 #include "ui/Dialogs.h"
 #include "ui/FieldBinding.h"
+#include "ui/GuardedSlot.h"
 
 #include <QFormLayout>
 #include <QGridLayout>
@@ -74,8 +75,8 @@ MaintenanceWindow::MaintenanceWindow(const MaintenanceSpec &spec, QWidget *paren
     }
 
     if (spec.newHasAction)
-        connect(cmdNuevo, &QPushButton::clicked, this, &MaintenanceWindow::cmdNuevo_Click);
-    connect(cmdGuardar, &QPushButton::clicked, this, &MaintenanceWindow::cmdGuardar_Click);
+        ui::connectGuarded(cmdNuevo, &QPushButton::clicked, this, &MaintenanceWindow::cmdNuevo_Click);
+    ui::connectGuarded(cmdGuardar, &QPushButton::clicked, this, &MaintenanceWindow::cmdGuardar_Click);
     connect(cmdCerrar, &QPushButton::clicked, this, &QWidget::close);
     connect(m_adc, &store::DataControl::currentChanged, this, &MaintenanceWindow::rowChanged);
     resize(560, 480);

@@ -7,6 +7,7 @@
 #include "admin/frmMantUsuarios.h"
 #include "session/frmAcercaDe.h"
 #include "ui/Dialogs.h"
+#include "ui/GuardedSlot.h"
 
 #include <QGridLayout>
 #include <QPushButton>
@@ -27,32 +28,32 @@ frmAdministrador::frmAdministrador(QWidget *parent) : QWidget(parent)
     const auto open = [this](QPointer<QWidget> &slot, auto make) {
         return [this, &slot, make] { showWindow(slot, make); };
     };
-    connect(addButton(0, 0, "cmdActividades", QStringLiteral("Actividades"),
+    ui::connectGuarded(addButton(0, 0, "cmdActividades", QStringLiteral("Actividades"),
                       QStringLiteral("Mantenimiento de actividades")),
             &QPushButton::clicked, this, open(m_actividades, [this] { return new frmMantActividades(this); }));
-    connect(addButton(0, 1, "cmdAreas", QStringLiteral("Areas"), QStringLiteral("Mantenimiento de áreas")),
+    ui::connectGuarded(addButton(0, 1, "cmdAreas", QStringLiteral("Areas"), QStringLiteral("Mantenimiento de áreas")),
             &QPushButton::clicked, this, open(m_areas, [this] { return new frmMantAreas(this); }));
-    connect(addButton(0, 2, "cmdDestinos", QStringLiteral("Destinos"), QStringLiteral("Mantenimiento de destinos")),
+    ui::connectGuarded(addButton(0, 2, "cmdDestinos", QStringLiteral("Destinos"), QStringLiteral("Mantenimiento de destinos")),
             &QPushButton::clicked, this, open(m_destinos, [this] { return new frmMantDestinos(this); }));
-    connect(addButton(0, 3, "cmdFuncionarios", QStringLiteral("Empleados"),
+    ui::connectGuarded(addButton(0, 3, "cmdFuncionarios", QStringLiteral("Empleados"),
                       QStringLiteral("Mantenimiento de funcionarios")),
             &QPushButton::clicked, this, open(m_funcionarios, [this] { return new frmMantFuncionarios(this); }));
-    connect(addButton(1, 0, "cmdInstitutos", QStringLiteral("Institutos"),
+    ui::connectGuarded(addButton(1, 0, "cmdInstitutos", QStringLiteral("Institutos"),
                       QStringLiteral("Mantenimiento de institutos")),
             &QPushButton::clicked, this, open(m_institutos, [this] { return new frmMantInstitutos(this); }));
-    connect(addButton(1, 1, "cmdMaterias", QStringLiteral("Materias"), QStringLiteral("Mantenimiento de materias")),
+    ui::connectGuarded(addButton(1, 1, "cmdMaterias", QStringLiteral("Materias"), QStringLiteral("Mantenimiento de materias")),
             &QPushButton::clicked, this, open(m_materias, [this] { return new frmMantMaterias(this); }));
-    connect(addButton(1, 2, "cmdRubros", QStringLiteral("Rubros"), QStringLiteral("Mantenimiento de rubros")),
+    ui::connectGuarded(addButton(1, 2, "cmdRubros", QStringLiteral("Rubros"), QStringLiteral("Mantenimiento de rubros")),
             &QPushButton::clicked, this, open(m_rubros, [this] { return new frmMantRubros(this); }));
-    connect(addButton(1, 3, "cmdTipoHoras", QStringLiteral("Tipo Horas"),
+    ui::connectGuarded(addButton(1, 3, "cmdTipoHoras", QStringLiteral("Tipo Horas"),
                       QStringLiteral("Mantenimiento de los tipos de horas")),
             &QPushButton::clicked, this, open(m_tipoHoras, [this] { return new frmMantTipoHoras(this); }));
-    connect(addButton(2, 0, "cmdUsuarios", QStringLiteral("Usuarios"), QStringLiteral("Mantenimiento de usuarios")),
+    ui::connectGuarded(addButton(2, 0, "cmdUsuarios", QStringLiteral("Usuarios"), QStringLiteral("Mantenimiento de usuarios")),
             &QPushButton::clicked, this, open(m_usuarios, [this] { return new frmMantUsuarios(this); }));
-    connect(addButton(2, 1, "cmdAcerca", QStringLiteral("Acerca de"), QStringLiteral("Acerca de Quronda")),
+    ui::connectGuarded(addButton(2, 1, "cmdAcerca", QStringLiteral("Acerca de"), QStringLiteral("Acerca de Quronda")),
             &QPushButton::clicked, this, open(m_acerca, [this] { return new frmAcercaDe(this); }));
     addButton(2, 2, "cmdAyuda", QStringLiteral("Ayuda"), QStringLiteral("Ayuda para el administrador"));
-    connect(addButton(2, 3, "cmdSalir", QStringLiteral("Salir"), QString()), &QPushButton::clicked, this,
+    ui::connectGuarded(addButton(2, 3, "cmdSalir", QStringLiteral("Salir"), QString()), &QPushButton::clicked, this,
             [] { ui::endProgram(); });
     // Square buttons, all of one size: the least side, or what the longest caption needs.
     int side = kButtonSide;

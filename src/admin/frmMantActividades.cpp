@@ -5,6 +5,7 @@
 #include "ui/DataLists.h"
 #include "ui/Dialogs.h"
 #include "ui/FieldBinding.h"
+#include "ui/GuardedSlot.h"
 
 #include <QCheckBox>
 #include <QFormLayout>
@@ -129,12 +130,12 @@ frmMantActividades::frmMantActividades(QWidget *parent) : MaintenanceWindow(spec
     links->addLayout(subjects, 1);
     extraArea()->addLayout(links);
 
-    connect(chkDocente, &QCheckBox::toggled, this, &frmMantActividades::chkDocente_Click);
-    connect(dtcMaterias, &ui::DataCombo::changed, this, &frmMantActividades::dtcMaterias_Change);
-    connect(cmdAgregar, &QPushButton::clicked, this, &frmMantActividades::cmdAgregar_Click);
-    connect(cmdQuitar, &QPushButton::clicked, this, &frmMantActividades::cmdQuitar_Click);
-    connect(cmdAgregarMateria, &QPushButton::clicked, this, &frmMantActividades::cmdAgregarMateria_Click);
-    connect(cmdQuitarMateria, &QPushButton::clicked, this, &frmMantActividades::cmdQuitarMateria_Click);
+    ui::connectGuarded(chkDocente, &QCheckBox::toggled, this, &frmMantActividades::chkDocente_Click);
+    ui::connectGuarded(dtcMaterias, &ui::DataCombo::changed, this, &frmMantActividades::dtcMaterias_Change);
+    ui::connectGuarded(cmdAgregar, &QPushButton::clicked, this, &frmMantActividades::cmdAgregar_Click);
+    ui::connectGuarded(cmdQuitar, &QPushButton::clicked, this, &frmMantActividades::cmdQuitar_Click);
+    ui::connectGuarded(cmdAgregarMateria, &QPushButton::clicked, this, &frmMantActividades::cmdAgregarMateria_Click);
+    ui::connectGuarded(cmdQuitarMateria, &QPushButton::clicked, this, &frmMantActividades::cmdQuitarMateria_Click);
     resize(760, 720);
     open();
 }

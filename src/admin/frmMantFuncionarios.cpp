@@ -5,6 +5,7 @@
 #include "ui/DataGrid.h"
 #include "ui/Dialogs.h"
 #include "ui/FieldBinding.h"
+#include "ui/GuardedSlot.h"
 
 #include <QCheckBox>
 #include <QFormLayout>
@@ -95,9 +96,9 @@ frmMantFuncionarios::frmMantFuncionarios(QWidget *parent) : MaintenanceWindow(sp
     extraArea()->addWidget(dtgContratos, 1);
     extraArea()->addLayout(contractButtons);
 
-    connect(cmdNuevoContrato, &QPushButton::clicked, this, &frmMantFuncionarios::cmdNuevoContrato_Click);
-    connect(cmdGuardarContrato, &QPushButton::clicked, this, &frmMantFuncionarios::cmdGuardarContrato_Click);
-    connect(cmdEliminarContrato, &QPushButton::clicked, this, &frmMantFuncionarios::cmdEliminarContrato_Click);
+    ui::connectGuarded(cmdNuevoContrato, &QPushButton::clicked, this, &frmMantFuncionarios::cmdNuevoContrato_Click);
+    ui::connectGuarded(cmdGuardarContrato, &QPushButton::clicked, this, &frmMantFuncionarios::cmdGuardarContrato_Click);
+    ui::connectGuarded(cmdEliminarContrato, &QPushButton::clicked, this, &frmMantFuncionarios::cmdEliminarContrato_Click);
     resize(820, 640);
     open();
 }

@@ -4,6 +4,7 @@
 #include "store/SqlValue.h"
 #include "ui/DataLists.h"
 #include "ui/Dialogs.h"
+#include "ui/GuardedSlot.h"
 
 #include <QGridLayout>
 #include <QLabel>
@@ -61,8 +62,8 @@ frmMantRubros::frmMantRubros(QWidget *parent) : MaintenanceWindow(spec(), parent
     auto *links = linkListLayout({{QStringLiteral("Materias del rubro:"), dtcMaterias}}, cmdAgregar, cmdQuitar, dtlMaterias);
     extraArea()->addLayout(links);
 
-    connect(cmdAgregar, &QPushButton::clicked, this, &frmMantRubros::cmdAgregar_Click);
-    connect(cmdQuitar, &QPushButton::clicked, this, &frmMantRubros::cmdQuitar_Click);
+    ui::connectGuarded(cmdAgregar, &QPushButton::clicked, this, &frmMantRubros::cmdAgregar_Click);
+    ui::connectGuarded(cmdQuitar, &QPushButton::clicked, this, &frmMantRubros::cmdQuitar_Click);
     resize(560, 640);
     open();
 }

@@ -1,13 +1,14 @@
 #include "analysis/BudgetTab.h"
 
-#include "analysis/AreaSource.h"
+#include "core/AreaSource.h"
+#include "core/BudgetQuery.h"
 #include "session/modPrincipal.h"
 #include "store/DataControl.h"
-#include "store/SqlValue.h"
 #include "ui/DataGrid.h"
 #include "ui/DataLists.h"
 #include "ui/DatePicker.h"
 #include "ui/Dialogs.h"
+#include "ui/GuardedSlot.h"
 #include "ui/Masks.h"
 
 #include <QCheckBox>
@@ -21,14 +22,6 @@
 
 namespace analysis {
 namespace {
-
-const QString kHead = QStringLiteral(
-    "SELECT SUM(H.HORHORAS), SUM(H.HORVALORHORA*(H.HORHORAS*T.TIPPORCENTAJE)), H.HORMONEDA, T.TIPDESCRIPCION, "
-    "D.DESDESCRIPCION, ACT.ACTDESCRIPCION FROM TIPOHORAS T, ");
-const QString kJoins = QStringLiteral(
-    " H, ACTIVIDADES ACT, AREAS ARE, DESTINOS D WHERE H.ACTID=ACT.ACTID AND H.AREID=ARE.AREID AND H.DESID=D.DESID "
-    "AND H.TIPID=T.TIPID");
-const QString kTail = QStringLiteral(" GROUP BY H.HORMONEDA, T.TIPDESCRIPCION, D.DESDESCRIPCION, ACT.ACTDESCRIPCION");
 
 BudgetTab::ReportOpener &reportOpener()
 {
@@ -46,6 +39,8 @@ BudgetTab::BudgetTab(MainWindow window, QWidget *parent, store::DataControl *are
 
     m_adcPresupuesto = new store::DataControl(QStringLiteral("adcPresupuesto"), this);
     m_adcPresupuesto->setObjectName(QStringLiteral("adcPresupuesto"));
+    // A few dozen groups over up to millions of records, read at once.
+    m_adcPresupuesto->setReading(store::Connection::Reading::Whole);
 
     auto *outer = new QVBoxLayout(this);
     if (!super) {
@@ -67,7 +62,7 @@ BudgetTab::BudgetTab(MainWindow window, QWidget *parent, store::DataControl *are
         m_optConsulta[i] = new QRadioButton(QString::fromUtf8(captions[i]), fraConsulta);
         m_optConsulta[i]->setObjectName(QStringLiteral("optConsulta_%1").arg(i));
         fraLayout->addWidget(m_optConsulta[i], i, 0, 1, 4);
-        connect(m_optConsulta[i], &QRadioButton::clicked, this, &BudgetTab::optionClicked);
+        ui::connectGuarded(m_optConsulta[i], &QRadioButton::clicked, this, &BudgetTab::optionClicked);
     }
     m_optConsulta[0]->setChecked(true);
     const QDate today = QDate::currentDate();
@@ -95,17 +90,17 @@ BudgetTab::BudgetTab(MainWindow window, QWidget *parent, store::DataControl *are
     m_chkDocentes->setObjectName(QStringLiteral("chkActividadesDocentes"));
     m_chkNoDocentes = new QCheckBox(QStringLiteral("Solo actividades NO docentes"), this);
     m_chkNoDocentes->setObjectName(QStringLiteral("chkActividadesNoDocentes"));
-    connect(m_chkDocentes, &QCheckBox::clicked, this, &BudgetTab::docentesClicked);
-    connect(m_chkNoDocentes, &QCheckBox::clicked, this, &BudgetTab::noDocentesClicked);
+    ui::connectGuarded(m_chkDocentes, &QCheckBox::clicked, this, &BudgetTab::docentesClicked);
+    ui::connectGuarded(m_chkNoDocentes, &QCheckBox::clicked, this, &BudgetTab::noDocentesClicked);
     filters->addWidget(m_chkDocentes);
     filters->addWidget(m_chkNoDocentes);
     if (super) {
         m_chkSeleccionarArea = new QCheckBox(QStringLiteral("Solo horas realizadas en el área:"), this);
         m_chkSeleccionarArea->setObjectName(QStringLiteral("chkSeleccionarArea"));
-        connect(m_chkSeleccionarArea, &QCheckBox::clicked, this, &BudgetTab::areaBoxClicked);
+        ui::connectGuarded(m_chkSeleccionarArea, &QCheckBox::clicked, this, &BudgetTab::areaBoxClicked);
         m_dtcSeleccionarArea = new ui::DataCombo(this);
         m_dtcSeleccionarArea->setObjectName(QStringLiteral("dtcSeleccionarArea"));
-        m_adcAreas = areaSource(areas, this);
+        m_adcAreas = core::areaSource(areas, this);
         m_dtcSeleccionarArea->setRowSource(m_adcAreas, QStringLiteral("AreDescripcion"), QStringLiteral("AreId"));
         m_dtcSeleccionarArea->setEnabled(false);
         filters->addWidget(m_chkSeleccionarArea);
@@ -119,8 +114,8 @@ BudgetTab::BudgetTab(MainWindow window, QWidget *parent, store::DataControl *are
     cmdComenzar->setObjectName(QStringLiteral("cmdComenzar"));
     auto *cmdImprimir = new QPushButton(QStringLiteral("Imprimir"), this);
     cmdImprimir->setObjectName(QStringLiteral("cmdImprimir"));
-    connect(cmdComenzar, &QPushButton::clicked, this, &BudgetTab::comenzar);
-    connect(cmdImprimir, &QPushButton::clicked, this, &BudgetTab::imprimir);
+    ui::connectGuarded(cmdComenzar, &QPushButton::clicked, this, &BudgetTab::comenzar);
+    ui::connectGuarded(cmdImprimir, &QPushButton::clicked, this, &BudgetTab::imprimir);
     buttons->addWidget(cmdComenzar);
     buttons->addWidget(cmdImprimir);
     buttons->addStretch();
@@ -216,32 +211,25 @@ void BudgetTab::areaBoxClicked(bool ticked)
 
 QString BudgetTab::composeStatement() const
 {
-    QString table = QStringLiteral("HHORAS");
-    QString period;
-    if (m_optConsulta[0]->isChecked()) {
-        table = QStringLiteral("HORAS");
-    } else if (m_optConsulta[1]->isChecked()) {
-        period = QStringLiteral(" AND YEAR(H.HORFECHA)=YEAR(Date())");
-    } else {
-        period = QStringLiteral(" AND H.HORFECHA BETWEEN ") + store::sql::date(m_dtpDesde->date()) +
-                 QStringLiteral(" AND ") + store::sql::date(m_dtpHasta->date());
+    core::BudgetQuery query;
+    if (m_optConsulta[1]->isChecked()) {
+        query.period = core::BudgetQuery::Period::CurrentYear;
+    } else if (m_optConsulta[2]->isChecked()) {
+        query.period = core::BudgetQuery::Period::Range;
+        query.from = m_dtpDesde->date();
+        query.to = m_dtpHasta->date();
     }
-
-    QString activity;
     if (m_chkDocentes->isChecked())
-        activity = QStringLiteral(" AND ACT.ACTESDOCENTE");
+        query.activities = core::BudgetQuery::Activities::Teaching;
     else if (m_chkNoDocentes->isChecked())
-        activity = QStringLiteral(" AND NOT ACT.ACTESDOCENTE");
-
-    QString clauses;
+        query.activities = core::BudgetQuery::Activities::NonTeaching;
     if (m_window == MainWindow::JefeArea) {
-        clauses = period + QStringLiteral(" AND H.AREID=") + store::sql::text(modPrincipal::gAreId) + activity;
-    } else {
-        clauses = period + activity;
-        if (m_chkSeleccionarArea->isChecked())
-            clauses += QStringLiteral(" AND H.AREID=") + store::sql::text(m_dtcSeleccionarArea->boundText());
+        query.area = modPrincipal::session().area;
+        query.areaPlace = core::BudgetQuery::AreaPlace::AfterPeriod;
+    } else if (m_chkSeleccionarArea->isChecked()) {
+        query.area = m_dtcSeleccionarArea->boundText();
     }
-    return kHead + table + kJoins + clauses + kTail;
+    return query.statement();
 }
 
 void BudgetTab::comenzar()
@@ -269,21 +257,14 @@ void BudgetTab::comenzar()
 void BudgetTab::workOutTotals()
 {
     store::DataControl &adc = *m_adcPresupuesto;
-    double dolares = 0;
-    double pesos = 0;
+    core::BudgetTotals totals;
+    const int amount = core::BudgetTotals::kAmountColumn;
+    const int moneda = core::BudgetTotals::kCurrencyColumn;
+    for (int row = 0; row < adc.recordCount(); ++row)
+        totals.add(adc.valueAt(row, amount), adc.valueAt(row, moneda));
     adc.moveFirst();
-    const int moneda = adc.fieldIndex(QStringLiteral("HorMoneda"));
-    while (!adc.eof()) {
-        const double amount = adc.valueAt(adc.currentIndex(), 1).toDouble();  // Null adds nothing
-        if (adc.valueAt(adc.currentIndex(), moneda).toString() == QLatin1String("Dolares"))
-            dolares += amount;
-        else
-            pesos += amount;
-        adc.moveNext();
-    }
-    adc.moveFirst();
-    m_lblTotalDolares->setText(ui::formatValue(QVariant(dolares), {}));
-    m_lblTotalPesos->setText(ui::formatValue(QVariant(pesos), {}));
+    m_lblTotalDolares->setText(ui::formatValue(QVariant(totals.dolares), {}));
+    m_lblTotalPesos->setText(ui::formatValue(QVariant(totals.pesos), {}));
 }
 
 void BudgetTab::imprimir()

@@ -25,7 +25,7 @@ namespace analysis {
 // The tab "Presupuesto" of frmJefeArea and frmSuperUsuario: hours and money paid, grouped
 // by currency, type of hour, destination and activity, with a total per currency.
 //
-// The chief's tab always narrows the query to gAreId (read when the query runs); the super
+// The chief's tab always narrows the query to the session's area (read when the query runs); the super
 // user's has the box chkSeleccionarArea and the combo dtcSeleccionarArea to narrow it to
 // one area, and otherwise covers all areas.
 class BudgetTab : public QWidget {

@@ -145,7 +145,7 @@ void readableTheme(QAbstract3DGraph *graph)
     graph->setReflection(false);
 }
 
-QString rowTitle(const ChartGrid &g, int row)
+QString rowTitle(const core::ChartGrid &g, int row)
 {
     const QString label = g.rowLabel(row);
     return label.isEmpty() ? QStringLiteral(" ") : label;
@@ -243,7 +243,7 @@ void ChartView::draw2D(int type, bool asFallback)
     auto *chart = new QChart;
     chart->setAnimationOptions(QChart::NoAnimation);
     chart->legend()->setAlignment(Qt::AlignBottom);
-    const ChartGrid &g = m_grid;
+    const core::ChartGrid &g = m_grid;
     const int rows = g.rowCount();
     const int cols = g.columnCount();
 
@@ -337,7 +337,7 @@ void ChartView::draw2D(int type, bool asFallback)
 // drawn as the slices of a single pie instead.
 void ChartView::drawPies(QChart *chart)
 {
-    const ChartGrid &g = m_grid;
+    const core::ChartGrid &g = m_grid;
     const int rows = g.rowCount();
     const int cols = g.columnCount();
     if (rows == 0)
@@ -507,7 +507,7 @@ void ChartView::draw3DBars()
     }
     // One series per area, each in its own colour: the groups run along the floor and the
     // areas' bars stand side by side in each group.
-    const ChartGrid &g = m_grid;
+    const core::ChartGrid &g = m_grid;
     QStringList rowLabels;
     for (int r = 1; r <= g.rowCount(); ++r)
         rowLabels << rowTitle(g, r);
@@ -561,7 +561,7 @@ void ChartView::draw3DArea()
         m_surface->removeSeries(s);
         delete s;
     }
-    const ChartGrid &g = m_grid;
+    const core::ChartGrid &g = m_grid;
     // x: the groups; z: the areas. Each area is a band of its own colour, one unit deep,
     // whose top follows the hours of the groups and whose edges come down to the floor.
     const int rows = g.rowCount();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "analysis/ChartGrid.h"
+#include "core/ChartGrid.h"
 
 #include <QImage>
 #include <QWidget>
@@ -36,8 +36,8 @@ public:
     explicit ChartView(QWidget *parent = nullptr);
     ~ChartView() override;
 
-    ChartGrid &grid() { return m_grid; }
-    const ChartGrid &grid() const { return m_grid; }
+    core::ChartGrid &grid() { return m_grid; }
+    const core::ChartGrid &grid() const { return m_grid; }
 
     int chartType() const { return m_type; }
     void setChartType(int type);
@@ -67,7 +67,7 @@ private:
     QWidget *graphPage(QAbstract3DGraph *graph, QLabel *&legend);
     bool categoriesFitAcross(const QStringList &names, int count) const;
 
-    ChartGrid m_grid;
+    core::ChartGrid m_grid;
     int m_type = Bars2D;
     bool m_repaint = true;
     bool m_drawn3D = false;

@@ -1,11 +1,12 @@
 #include "analysis/ChartWindow.h"
 
-#include "analysis/ChartGrid.h"
 #include "analysis/ChartView.h"
+#include "core/ChartGrid.h"
+#include "core/StatisticsQuery.h"
 #include "store/Connection.h"
-#include "store/Shape.h"
 #include "store/StoreError.h"
 #include "ui/Dialogs.h"
+#include "ui/GuardedSlot.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -47,7 +48,7 @@ ChartWindow::ChartWindow(const QString &consulta, const QString &agrupar, QWidge
     for (int i = 0; i < 4; ++i) {
         m_optTipo[i] = new QRadioButton(QString::fromUtf8(captions[i]), this);
         m_optTipo[i]->setObjectName(QStringLiteral("optTipo_%1").arg(i));
-        connect(m_optTipo[i], &QRadioButton::clicked, this, [this, i] { m_chart->setChartType(typeOfOption(i)); });
+        ui::connectGuarded(m_optTipo[i], &QRadioButton::clicked, this, [this, i] { m_chart->setChartType(typeOfOption(i)); });
     }
     m_optTipo[1]->setChecked(true);
     m_chart->setChartType(typeOfOption(1));
@@ -55,7 +56,7 @@ ChartWindow::ChartWindow(const QString &consulta, const QString &agrupar, QWidge
     m_cmdCopiar = new QPushButton(QStringLiteral("Copiar"), this);
     m_cmdCopiar->setObjectName(QStringLiteral("cmdCopiar"));
     m_cmdCopiar->setToolTip(QStringLiteral("Copiar la gráfica para pegarla en Excel, Word, etc."));
-    connect(m_cmdCopiar, &QPushButton::clicked, this, &ChartWindow::copyChart);
+    ui::connectGuarded(m_cmdCopiar, &QPushButton::clicked, this, &ChartWindow::copyChart);
     m_cmdClose = new QPushButton(QStringLiteral("Cerrar"), this);
     m_cmdClose->setObjectName(QStringLiteral("cmdClose"));
     connect(m_cmdClose, &QPushButton::clicked, this, &QWidget::close);
@@ -102,8 +103,9 @@ void ChartWindow::load()
 {
     store::ShapeResult records;
     try {
-        std::shared_ptr<store::Connection> conn = store::Connection::open(kShapeConnect);
-        records = store::runShapeTotals(m_consulta, [&](const QString &s) { return conn->select(s); });
+        // The totals are a few hundred groups at most: read whole, without a server cursor.
+        const auto conn = store::Connection::open(kShapeConnect, store::Connection::Reading::Whole);
+        records = core::StatisticsQuery::totals(m_consulta, *conn);
     } catch (const std::exception &e) {
         MostrarError(e);
         return;
@@ -117,7 +119,7 @@ void ChartWindow::CargarGrafica(const store::ShapeRecordset &records, const QStr
 {
     m_chart->setRepaint(false);
     try {
-        loadChartGrid(m_chart->grid(), records, campoFila, campoDato, campoColumna);
+        core::loadChartGrid(m_chart->grid(), records, campoFila, campoDato, campoColumna);
     } catch (const std::exception &e) {
         m_chart->setRepaint(true);
         MostrarError(e);

@@ -1,12 +1,13 @@
 #include "analysis/StatisticsTab.h"
 
-#include "analysis/AreaSource.h"
 #include "analysis/frmEstadisticasJefeArea.h"
 #include "analysis/frmEstadisticasSuperUsuario.h"
+#include "core/AreaSource.h"
+#include "core/StatisticsQuery.h"
 #include "store/DataControl.h"
-#include "store/SqlValue.h"
 #include "ui/DataLists.h"
 #include "ui/DatePicker.h"
+#include "ui/GuardedSlot.h"
 
 #include <QGridLayout>
 #include <QGroupBox>
@@ -19,15 +20,12 @@
 namespace analysis {
 namespace {
 
-const QString kHead = QStringLiteral(
-    "SHAPE {select HorId,AreDescripcion,ActDescripcion,TipDescripcion,DesDescripcion,HorHoras from HHoras H, Areas "
-    "ARE, Actividades ACT, Destinos D, TipoHoras T WHERE H.AREID=ARE.AREID AND H.ACTID=ACT.ACTID AND "
-    "H.DESID=D.DESID AND H.TIPID=T.TIPID");
-const QString kTail = QStringLiteral(
-    " } AS ChildCommand COMPUTE ChildCommand, SUM(ChildCommand.[HorHoras]) AS [HorHoras] BY [AreDescripcion], "
-    "[ActDescripcion], [DesDescripcion], [TipDescripcion]");
+using core::StatisticsQuery;
 
-const char *const kAgrupar[4] = {"ActDescripcion", "AreDescripcion", "DesDescripcion", "TipDescripcion"};
+// optAgrupar and the menu entries, in their order.
+constexpr StatisticsQuery::Grouping kGroupings[4] = {StatisticsQuery::Grouping::Activity, StatisticsQuery::Grouping::Area,
+                                                     StatisticsQuery::Grouping::Destination,
+                                                     StatisticsQuery::Grouping::Type};
 
 }  // namespace
 
@@ -50,7 +48,7 @@ StatisticsTab::StatisticsTab(MainWindow window, QWidget *parent, store::DataCont
     for (int i = 0; i < captions.size(); ++i) {
         auto *opt = new QRadioButton(captions.at(i), fraOpciones);
         opt->setObjectName(QStringLiteral("optEstadisticas_%1").arg(i));
-        connect(opt, &QRadioButton::clicked, this, [this, i] { optionClicked(i); });
+        ui::connectGuarded(opt, &QRadioButton::clicked, this, [this, i] { optionClicked(i); });
         m_optEstadisticas << opt;
     }
     m_optEstadisticas[0]->setChecked(true);
@@ -82,7 +80,7 @@ StatisticsTab::StatisticsTab(MainWindow window, QWidget *parent, store::DataCont
     if (super) {
         m_dtcAreas = new ui::DataCombo(fraOpciones);
         m_dtcAreas->setObjectName(QStringLiteral("dtcEstadisticasAreas"));
-        m_adcAreas = areaSource(areas, this);
+        m_adcAreas = core::areaSource(areas, this);
         m_dtcAreas->setRowSource(m_adcAreas, QStringLiteral("AreDescripcion"), QStringLiteral("AreId"));
         m_dtcAreas->setEnabled(false);
         opciones->addWidget(m_optEstadisticas[areaOption()], row++, 0, 1, 4);
@@ -112,7 +110,7 @@ StatisticsTab::StatisticsTab(MainWindow window, QWidget *parent, store::DataCont
     right->addWidget(fraAgrupar);
     auto *cmdGraficar = new QPushButton(QStringLiteral("Crear la gráfica"), this);
     cmdGraficar->setObjectName(QStringLiteral("cmdGraficar"));
-    connect(cmdGraficar, &QPushButton::clicked, this, &StatisticsTab::graficar);
+    ui::connectGuarded(cmdGraficar, &QPushButton::clicked, this, &StatisticsTab::graficar);
     right->addWidget(cmdGraficar);
     right->addStretch();
     outer->addLayout(right);
@@ -157,9 +155,9 @@ int StatisticsTab::staffOption() const
     return m_window == MainWindow::SuperUsuario ? 4 : 3;
 }
 
-QString StatisticsTab::statement(const QString &clause)
+QString StatisticsTab::statement()
 {
-    return kHead + clause + kTail;
+    return StatisticsQuery::statement();
 }
 
 void StatisticsTab::optionClicked(int index)
@@ -181,27 +179,25 @@ void StatisticsTab::optionClicked(int index)
 
 void StatisticsTab::graficar()
 {
+    using Filter = StatisticsQuery::Filter;
     for (int i = 0; i < m_optEstadisticas.size(); ++i) {
         if (!m_optEstadisticas[i]->isChecked())
             continue;
-        QString clause;
         if (i == 0)
-            clause = QStringLiteral(" AND ACT.ACTESDOCENTE");
+            m_consulta = StatisticsQuery::statement(Filter::Teaching);
         else if (i == 1)
-            clause = QStringLiteral(" AND NOT ACT.ACTESDOCENTE");
+            m_consulta = StatisticsQuery::statement(Filter::NonTeaching);
         else if (i == 2)
-            clause = QStringLiteral(" AND H.HORFECHA BETWEEN ") + store::sql::date(m_dtpDesde->date()) +
-                     QStringLiteral(" AND ") + store::sql::date(m_dtpHasta->date());
+            m_consulta = StatisticsQuery::statement(Filter::Period, m_dtpDesde->date(), m_dtpHasta->date());
         else if (i == areaOption())
-            clause = QStringLiteral(" AND ARE.AREID=") + store::sql::text(m_dtcAreas->boundText());
+            m_consulta = StatisticsQuery::statement(Filter::Area, {}, {}, m_dtcAreas->boundText());
         else if (i == staffOption())
-            clause = QStringLiteral(" AND H.FUNCEDULA=") + store::sql::text(m_dtcFuncionarios->boundText());
-        m_consulta = statement(clause);
+            m_consulta = StatisticsQuery::statement(Filter::Staff, {}, {}, m_dtcFuncionarios->boundText());
         break;
     }
     for (int i = 0; i < m_optAgrupar.size(); ++i) {
         if (m_optAgrupar[i]->isChecked()) {
-            m_agrupar = QLatin1String(kAgrupar[i]);
+            m_agrupar = StatisticsQuery::column(kGroupings[i]);
             break;
         }
     }
@@ -215,8 +211,8 @@ bool StatisticsTab::menuEntry(const QString &key)
     const int i = keys.indexOf(key);
     if (i < 0)
         return false;
-    m_agrupar = QLatin1String(kAgrupar[i]);
-    m_consulta = statement();
+    m_agrupar = StatisticsQuery::column(kGroupings[i]);
+    m_consulta = StatisticsQuery::statement();
     showChartWindow();
     return true;
 }

@@ -49,8 +49,8 @@ public:
     const QString &consulta() const { return m_consulta; }
     void setConsulta(const QString &consulta) { m_consulta = consulta; }
 
-    // The statement: head, the clause, tail.
-    static QString statement(const QString &clause = {});
+    // The statement over the whole archive (what the menu entries chart).
+    static QString statement();
 
     // cmdGraficar, as its click.
     void graficar();

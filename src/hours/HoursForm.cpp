@@ -9,6 +9,7 @@
 #include "ui/DatePicker.h"
 #include "ui/Dialogs.h"
 #include "ui/FieldBinding.h"
+#include "ui/GuardedSlot.h"
 #include "ui/MaskedEdit.h"
 #include "ui/MonthView.h"
 
@@ -110,12 +111,12 @@ HoursForm::HoursForm(const QString &name, const QString &title, QWidget *parent)
     buildControls();
     bindControls();
 
-    connect(dtpFechas[0], &ui::DatePicker::dateChanged, this, &HoursForm::onDateChanged);
-    connect(dtcAreas, &ui::DataCombo::changed, this, &HoursForm::onAreaChanged);
-    connect(dtcActividades, &ui::DataCombo::changed, this, &HoursForm::onActivityChanged);
-    connect(dtcRubros, &ui::DataCombo::changed, this, &HoursForm::onRubroChanged);
-    connect(dtcContratos, &ui::DataCombo::changed, this, &HoursForm::onContractChanged);
-    connect(cmdGuardar, &QPushButton::clicked, this, [this] { guardar(); });
+    ui::connectGuarded(dtpFechas[0], &ui::DatePicker::dateChanged, this, &HoursForm::onDateChanged);
+    ui::connectGuarded(dtcAreas, &ui::DataCombo::changed, this, &HoursForm::onAreaChanged);
+    ui::connectGuarded(dtcActividades, &ui::DataCombo::changed, this, &HoursForm::onActivityChanged);
+    ui::connectGuarded(dtcRubros, &ui::DataCombo::changed, this, &HoursForm::onRubroChanged);
+    ui::connectGuarded(dtcContratos, &ui::DataCombo::changed, this, &HoursForm::onContractChanged);
+    ui::connectGuarded(cmdGuardar, &QPushButton::clicked, this, [this] { guardar(); });
     connect(cmdCerrar, &QPushButton::clicked, this, &QWidget::close);
 }
 
@@ -323,7 +324,7 @@ void HoursForm::loadContracts()
     adcContratos->setRecordSource(
         QStringLiteral("SELECT * FROM FUNCIONARIOS_INSTITUTOS FI, INSTITUTOS I, FUNCIONARIOS F, AREAS A WHERE "
                        "FI.FUNCEDULA=%1 AND FI.INSID=I.INSID AND FI.FUNCEDULA=F.FUNCEDULA AND FI.AREID=A.AREID")
-            .arg(sql::text(modPrincipal::gFunCedula)));
+            .arg(sql::text(modPrincipal::session().person)));
     refreshTwice(adcContratos);
     dtcContratos->refill();
     if (adcContratos->recordCount() > 0)
@@ -413,29 +414,29 @@ void HoursForm::onContractChanged()
     txtCategoria->setEnabled(billing);
 }
 
-bool HoursForm::checkSaveCanProceed()
+core::HoursEntry HoursForm::entryOnScreen()
 {
-    if (!adcContratos->hasCurrentRow()) {
-        ui::msgBox(QStringLiteral("El funcionario no tiene contratos: no se pueden guardar sus horas."), {},
-                   ui::Icon::Exclamation, this);
-        return false;
-    }
-    if (dtcActividades->isEnabled() && dtcActividades->count() == 0) {
-        ui::msgBox(QStringLiteral("El área elegida no tiene actividades: elija otra área antes de guardar."), {},
-                   ui::Icon::Exclamation, this);
-        return false;
-    }
-    return true;
+    // Read before anything else: the bound combos hand over to the row on Move 0.
+    const bool teaching = activityIsTeaching();
+    adcHoras->move0();
+    core::HoursEntry entry = core::entryFromColumns([this](const QString &column) { return adcHoras->value(column); });
+    entry.fecha = dtpFechas[0]->date();
+    entry.moneda = cboMoneda->currentIndex() >= 0 ? cboMoneda->currentText() : QString(QLatin1String(""));
+    entry.funInsId = adcContratos->hasCurrentRow() ? adcContratos->value(QStringLiteral("FunInsId")) : QVariant();
+    entry.teaching = teaching;
+    entry.rubId = dtcRubros->boundText();
+    entry.matId = dtcMaterias->boundText();
+    entry.turno = cboTurno->currentIndex() >= 0 ? cboTurno->currentText() : QString(QLatin1String(""));
+    return entry;
 }
 
-void HoursForm::writeHoras()
+void HoursForm::finishSave(const core::HoursSaveResult &result)
 {
-    adcHoras->setValue(QStringLiteral("HorMoneda"), cboMoneda->currentIndex() >= 0 ? cboMoneda->currentText()
-                                                                                    : QString(""));
-    adcHoras->setValue(QStringLiteral("HorFecha"), dtpFechas[0]->date());
-    adcHoras->setValue(QStringLiteral("FunInsId"), adcContratos->value(QStringLiteral("FunInsId")));
-    adcHoras->move0();
-    adcHoras->update();
+    if (result.saved) {
+        close();
+        return;
+    }
+    ui::msgBox(result.message, {}, result.warning ? ui::Icon::Exclamation : ui::Icon::None, this);
 }
 
 void HoursForm::bringForward()
@@ -449,34 +450,4 @@ void HoursForm::refreshTwice(store::DataControl *adc)
 {
     adc->refresh();
     adc->refresh();
-}
-
-void HoursForm::writeLink(const QVariant &horId, bool teaching, bool combosBound)
-{
-    DataControl *link = adcHorasRubrosMaterias;
-    // A row begun by a save that failed is begun again, so it can't be written twice.
-    if (link->isNewRow())
-        link->cancelUpdate();
-    const bool hadRow = link->recordCount() > 0;
-    if (teaching) {
-        if (!hadRow) {
-            link->addNew();
-            link->setValue(QStringLiteral("HorId"), horId);
-        }
-        if (!hadRow || !combosBound) {
-            link->setValue(QStringLiteral("RubId"), dtcRubros->boundText());
-            link->setValue(QStringLiteral("MatId"), dtcMaterias->boundText());
-        }
-        link->setValue(QStringLiteral("HorRubMatTurno"),
-                       cboTurno->currentIndex() >= 0 ? cboTurno->currentText() : QString(""));
-        link->move0();
-        link->update();
-    } else if (hadRow) {
-        if (link->currentIndex() != 0)
-            link->moveFirst();
-        link->deleteCurrent();
-    } else {
-        return;
-    }
-    refreshTwice(link);
 }

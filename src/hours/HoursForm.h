@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/HoursSave.h"
+
 #include <QVariant>
 #include <QWidget>
 
@@ -26,14 +28,15 @@ class MonthView;
 // controls under the same names, the same data controls, the chain of lists
 // area -> activity -> subject group -> subject, the contract tab, the week number worked
 // out from the date, and the writing of one row of HORAS with its row of
-// HORAS_RUBROS_MATERIAS. The two windows differ in how they load, in the statement of
-// the subject list and in how they report a failed save.
+// HORAS_RUBROS_MATERIAS through core::HoursSave. The two windows differ in how they
+// load, in the statement of the subject list and in which save they ask for.
 class HoursForm : public QWidget {
     Q_OBJECT
 public:
     ~HoursForm() override;
 
-    // The controls, for the two windows and for whoever looks at them by name.
+protected:
+    // The controls, each named as its object (tests find them by that name).
     QTabWidget *tabRegistroHoras = nullptr;
     std::array<ui::DatePicker *, 3> dtpFechas{};
     QLineEdit *txtSemana = nullptr;
@@ -82,7 +85,6 @@ public:
     store::DataControl *adcDestinos = nullptr;
     store::DataControl *adcTipoHoras = nullptr;
 
-protected:
     HoursForm(const QString &name, const QString &title, QWidget *parent = nullptr);
 
     // The statement that lists the subjects of a group in an activity.
@@ -93,7 +95,7 @@ protected:
     // Shows the window again, raised and active: what open() does while it is open.
     void bringForward();
 
-    // Load, step 1: the contracts of the person in gFunCedula, the first one current.
+    // Load, step 1: the contracts of the session's person, the first one current.
     void loadContracts();
     // Opens the catalogue lists with their design-time statements.
     void openLists();
@@ -110,19 +112,12 @@ protected:
     // True when the current row of adcActividades is a teaching activity that the user
     // has chosen.
     bool activityIsTeaching() const;
-    // What the save needs and cannot do without: a contract, and an activity when the
-    // chosen area has any. Shows what is missing and answers false.
-    bool checkSaveCanProceed();
-    // cmdGuardar steps 1 to 4: currency, date and contract into the adcHoras row, then
-    // Move 0 and Update. The caller refreshes.
-    void writeHoras();
     static void refreshTwice(store::DataControl *adc);
-    // Keeps the row of HORAS_RUBROS_MATERIAS of the entry `horId` in step with the
-    // activity. adcHorasRubrosMaterias must hold that entry's link rows: a teaching entry
-    // gets its row created or updated (group, subject, turn), a non-teaching one loses it.
-    // `combosBound` says whether dtcRubros and dtcMaterias edit the existing row
-    // themselves.
-    void writeLink(const QVariant &horId, bool teaching, bool combosBound);
+    // The entry as the window shows it now: what was typed is handed to the adcHoras row
+    // first, the date, currency and contract come from their controls.
+    core::HoursEntry entryOnScreen();
+    // Closes the window after a save, or keeps it open with the save's message.
+    void finishSave(const core::HoursSaveResult &result);
     // Fills the bound text boxes again from the current adcHoras row.
     void showHorasFields(std::initializer_list<QWidget *> controls);
 

@@ -2,7 +2,6 @@
 
 #include "store/DataControl.h"
 #include "store/SqlValue.h"
-#include "store/StoreError.h"
 #include "ui/DataLists.h"
 #include "ui/DatePicker.h"
 #include "ui/Dialogs.h"
@@ -61,6 +60,9 @@ bool frmModificoHoras::load()
     refreshTwice(adcHoras);
     if (adcHoras->recordCount() == 0)
         return false;
+    m_read = core::entryFromColumns([this](const QString &column) { return adcHoras->value(column); });
+    if (!m_read.fecha.isNull())
+        m_read.fecha = m_read.fecha.toDate();
     // The bound combos now show the stored area, activity and contract, and have made the
     // activity and the contract the current rows of their lists; the chain runs as it
     // does when the user chooses them.
@@ -81,7 +83,6 @@ bool frmModificoHoras::load()
         dtcRubros->setDataSource(adcHorasRubrosMaterias, QStringLiteral("RubId"));
         onRubroChanged();
         dtcMaterias->setDataSource(adcHorasRubrosMaterias, QStringLiteral("MatId"));
-        m_linkCombosBound = true;
     }
     return true;
 }
@@ -95,18 +96,5 @@ QString frmModificoHoras::materiasStatement(const QString &actId, const QString 
 
 void frmModificoHoras::guardar()
 {
-    if (!checkSaveCanProceed())
-        return;
-    const bool teaching = activityIsTeaching();
-    try {
-        writeHoras();
-        refreshTwice(adcHoras);
-        writeLink(horid, teaching, m_linkCombosBound);
-    } catch (const std::exception &e) {
-        const auto *storeError = dynamic_cast<const store::StoreError *>(&e);
-        ui::msgBox(storeError ? storeError->description() : QString::fromStdString(e.what()), {}, ui::Icon::None,
-                   this);
-        return;
-    }
-    close();
+    finishSave(core::HoursSave().change(horid, m_read, entryOnScreen()));
 }

@@ -27,5 +27,6 @@ private:
     // False when the row of `horid` no longer exists.
     bool load();
 
-    bool m_linkCombosBound = false;
+    // The stored entry as the window read it: a save writes only what differs from it.
+    core::HoursEntry m_read;
 };

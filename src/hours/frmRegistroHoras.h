@@ -2,7 +2,7 @@
 
 #include "hours/HoursForm.h"
 
-// "Registro de Horas": one new entry of hours for the person in gFunCedula.
+// "Registro de Horas": one new entry of hours for the session's person.
 //
 // The window writes one row of HORAS and, for a teaching activity, its row of
 // HORAS_RUBROS_MATERIAS, whose HorId is the key the store assigned to that very insert.
@@ -29,5 +29,6 @@ private:
     explicit frmRegistroHoras(QWidget *parent = nullptr);
     void load();
 
+    core::Session m_session;
     QVariant m_storedHorId;
 };

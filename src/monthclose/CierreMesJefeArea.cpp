@@ -12,6 +12,7 @@
 #include "ui/DatePicker.h"
 #include "ui/Dialogs.h"
 #include "ui/FieldBinding.h"
+#include "ui/GuardedSlot.h"
 
 #include <QCheckBox>
 #include <QCoreApplication>
@@ -192,10 +193,10 @@ void CierreMesJefeArea::buildControls()
     setTabOrder(m_cmdCerrar, m_cmdExportar);
     m_txtComentariosJefeArea->setTabChangesFocus(true);
 
-    connect(m_cmdSolicitarCierre, &QPushButton::clicked, this, &CierreMesJefeArea::cmdSolicitarCierre_Click);
-    connect(m_cmdGuardar, &QPushButton::clicked, this, &CierreMesJefeArea::cmdGuardar_Click);
-    connect(m_cmdCerrar, &QPushButton::clicked, this, &CierreMesJefeArea::cmdCerrar_Click);
-    connect(m_cmdExportar, &QPushButton::clicked, this, &CierreMesJefeArea::cmdExportar_Click);
+    ui::connectGuarded(m_cmdSolicitarCierre, &QPushButton::clicked, this, &CierreMesJefeArea::cmdSolicitarCierre_Click);
+    ui::connectGuarded(m_cmdGuardar, &QPushButton::clicked, this, &CierreMesJefeArea::cmdGuardar_Click);
+    ui::connectGuarded(m_cmdCerrar, &QPushButton::clicked, this, &CierreMesJefeArea::cmdCerrar_Click);
+    ui::connectGuarded(m_cmdExportar, &QPushButton::clicked, this, &CierreMesJefeArea::cmdExportar_Click);
 }
 
 void CierreMesJefeArea::setMesActual(store::DataControl *adcMesActual)
@@ -251,7 +252,7 @@ bool CierreMesJefeArea::isOwnArea() const
     if (m_adcCierreMeses->isNewRow())
         return true;
     return m_adcCierreMeses->value(QStringLiteral("AreId")).toString().trimmed() ==
-           modPrincipal::gAreId.trimmed();
+           modPrincipal::session().area.trimmed();
 }
 
 // Reduces the pending changes of a stored row to the two columns the chief may change on
@@ -303,8 +304,8 @@ void CierreMesJefeArea::cmdGuardar_Click()
     }
     const WritingGuard writing(m_writing);
     if (m_adcCierreMeses->isNewRow()) {
-        m_adcCierreMeses->setValue(QStringLiteral("FunCedula"), modPrincipal::gFunCedula);
-        m_adcCierreMeses->setValue(QStringLiteral("AreId"), modPrincipal::gAreId);
+        m_adcCierreMeses->setValue(QStringLiteral("FunCedula"), modPrincipal::session().person);
+        m_adcCierreMeses->setValue(QStringLiteral("AreId"), modPrincipal::session().area);
         m_adcCierreMeses->setValue(QStringLiteral("CieMesFechaActual"), QDate::currentDate());
         m_adcCierreMeses->setValue(QStringLiteral("CieMesFechaCierre"),
                                    m_dtpFechaCierre->isBlank() ? QVariant() : QVariant(m_dtpFechaCierre->date()));
@@ -388,7 +389,7 @@ bool CierreMesJefeArea::runClose(const QDate &cutOff, const QVariant &closeId, Q
     progress.setValue(0);
     QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
     try {
-        core::MonthClose(modPrincipal::gAreId, cutOff, closeId).run(QString::fromLatin1(store::kDefaultConnectString));
+        core::MonthClose(modPrincipal::session().area, cutOff, closeId).run(QString::fromLatin1(store::kDefaultConnectString));
         return true;
     } catch (const store::StoreError &e) {
         *error = e.description();

@@ -8,6 +8,7 @@
 #include "ui/DataLists.h"
 #include "ui/Dialogs.h"
 #include "ui/FieldBinding.h"
+#include "ui/GuardedSlot.h"
 
 #include <QCheckBox>
 #include <QGridLayout>
@@ -134,11 +135,11 @@ void CierreMesSuperUsuario::buildControls()
     setTabOrder(m_chkCierreNegado, m_txtComentarioSuperUsuario);
     setTabOrder(m_txtComentarioSuperUsuario, m_cmdGuardar);
 
-    connect(m_dtcAreas, &ui::DataCombo::changed, this, &CierreMesSuperUsuario::dtcAreas_Change);
-    connect(m_dtcAnios, &ui::DataCombo::changed, this, &CierreMesSuperUsuario::dtcAnios_Change);
+    ui::connectGuarded(m_dtcAreas, &ui::DataCombo::changed, this, &CierreMesSuperUsuario::dtcAreas_Change);
+    ui::connectGuarded(m_dtcAnios, &ui::DataCombo::changed, this, &CierreMesSuperUsuario::dtcAnios_Change);
     // The box changes by the user's click and by the binding as the row changes.
-    connect(m_chkCierreAutorizado, &QCheckBox::toggled, this, &CierreMesSuperUsuario::chkCierreAutorizado_Click);
-    connect(m_cmdGuardar, &QPushButton::clicked, this, &CierreMesSuperUsuario::cmdGuardar_Click);
+    ui::connectGuarded(m_chkCierreAutorizado, &QCheckBox::toggled, this, &CierreMesSuperUsuario::chkCierreAutorizado_Click);
+    ui::connectGuarded(m_cmdGuardar, &QPushButton::clicked, this, &CierreMesSuperUsuario::cmdGuardar_Click);
 }
 
 QString CierreMesSuperUsuario::areaStatement() const

@@ -1,7 +1,7 @@
 #include "output/ExcelVb.h"
 
-#include "output/WorkbookPrint.h"
-#include "output/WorkbookXlsx.h"
+#include "workbook/WorkbookPrint.h"
+#include "workbook/WorkbookXlsx.h"
 #include "ui/Dialogs.h"
 
 #include <QDir>

@@ -108,8 +108,7 @@ void ExportacionMes::exportar(store::DataControl *adcMesActual, QWidget *parent,
         ~GiveBack()
         {
             try {
-                adc->setRecordSource(defaultStatement(modPrincipal::gFunCedula.trimmed()));
-                adc->refresh();
+                adc->setRecordSource(defaultStatement(modPrincipal::session().person.trimmed()));
                 adc->refresh();
                 if (refreshGrid)
                     refreshGrid();
@@ -119,9 +118,9 @@ void ExportacionMes::exportar(store::DataControl *adcMesActual, QWidget *parent,
         }
     } giveBack{adcMesActual, refreshGrid};
 
-    adcMesActual->setRecordSource(exportStatement(modPrincipal::gAreId));
-    adcMesActual->refresh();
-    adcMesActual->refresh();
+    // The rows are read once, all of them: the count and the walk below read no more.
+    adcMesActual->setRecordSource(exportStatement(modPrincipal::session().area));
+    adcMesActual->refreshAll();
     ExcelVb xl;
     // Moving to the last row of an empty result fails, so the count comes first here.
     const int count = adcMesActual->recordCount();
@@ -136,7 +135,7 @@ void ExportacionMes::exportar(store::DataControl *adcMesActual, QWidget *parent,
         ui::setBusy(true);
         xl.Crear();
         xl.NewBook();
-        xl.SetCell(QStringLiteral("Horas trabajadas en el area: ") + modPrincipal::gAreId, QStringLiteral("A1"));
+        xl.SetCell(QStringLiteral("Horas trabajadas en el area: ") + modPrincipal::session().area, QStringLiteral("A1"));
         const char *headings[] = {"CEDULA", "NOMBRE", "FECHA", "HORAS", "TIPO HORAS", "ACTIVIDAD", "VALOR HORA"};
         for (int c = 0; c < 7; ++c)
             xl.SetCell(QString::fromLatin1(headings[c]), QChar('A' + c) + QStringLiteral("3"));

@@ -1,7 +1,8 @@
 #include "output/ReportPreview.h"
 
-#include "output/ReportPainter.h"
+#include "reports/ReportPainter.h"
 #include "ui/Dialogs.h"
+#include "ui/GuardedSlot.h"
 
 #include <QComboBox>
 #include <QDir>
@@ -158,18 +159,18 @@ ReportPreview::ReportPreview(const ReportLayout &layout, store::ShapeChapter dat
     layoutBox->addWidget(m_scroll, 1);
     layoutBox->addWidget(m_progress);
 
-    connect(m_first, &QToolButton::clicked, this, [this] { showPage(0); });
-    connect(m_previous, &QToolButton::clicked, this, [this] { showPage(m_page - 1); });
-    connect(m_next, &QToolButton::clicked, this, [this] { showPage(m_page + 1); });
-    connect(m_last, &QToolButton::clicked, this, [this] { showPage(document().pageCount() - 1); });
-    connect(m_zoomBox, &QComboBox::activated, this, [this](int index) { setZoom(m_zoomBox->itemData(index).toInt()); });
-    connect(m_print, &QToolButton::clicked, this, &ReportPreview::print);
-    connect(m_savePdf, &QToolButton::clicked, this, &ReportPreview::savePdf);
+    ui::connectGuarded(m_first, &QToolButton::clicked, this, [this] { showPage(0); });
+    ui::connectGuarded(m_previous, &QToolButton::clicked, this, [this] { showPage(m_page - 1); });
+    ui::connectGuarded(m_next, &QToolButton::clicked, this, [this] { showPage(m_page + 1); });
+    ui::connectGuarded(m_last, &QToolButton::clicked, this, [this] { showPage(document().pageCount() - 1); });
+    ui::connectGuarded(m_zoomBox, &QComboBox::activated, this, [this](int index) { setZoom(m_zoomBox->itemData(index).toInt()); });
+    ui::connectGuarded(m_print, &QToolButton::clicked, this, &ReportPreview::print);
+    ui::connectGuarded(m_savePdf, &QToolButton::clicked, this, &ReportPreview::savePdf);
     connect(closeButton, &QToolButton::clicked, this, &QWidget::close);
 
     m_timer = new QTimer(this);
     m_timer->setInterval(0);
-    connect(m_timer, &QTimer::timeout, this, &ReportPreview::layoutBatch);
+    ui::connectGuarded(m_timer, &QTimer::timeout, this, &ReportPreview::layoutBatch);
 
     // The first batch at once, so that the window opens on its first page.
     m_layouter->step(kRowsPerBatch);

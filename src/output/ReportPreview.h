@@ -10,7 +10,7 @@
 // Controls (objectName): firstPage, previousPage, nextPage, lastPage, pageLabel, zoom,
 // print, savePdf, closePreview, progress; the page itself is drawn in `page`.
 
-#include "output/ReportEngine.h"
+#include "reports/ReportEngine.h"
 
 #include <QPointer>
 #include <QWidget>

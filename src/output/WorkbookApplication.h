@@ -3,7 +3,7 @@
 // The spreadsheet application that ExcelVb drives: its open workbooks, the active one, the
 // printer it prints on, and whether it shows its window.
 
-#include "output/Workbook.h"
+#include "workbook/Workbook.h"
 #include "output/WorkbookWindow.h"
 
 #include <QPointer>

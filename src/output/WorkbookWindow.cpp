@@ -1,7 +1,7 @@
 #include "output/WorkbookWindow.h"
 
-#include "output/Workbook.h"
-#include "output/WorkbookPrint.h"
+#include "workbook/Workbook.h"
+#include "workbook/WorkbookPrint.h"
 
 #include <QHeaderView>
 #include <QPainter>

@@ -1,7 +1,7 @@
 #include "output/dtrReporteMesActualArea.h"
 
-#include "output/ReportDesigns.h"
-#include "output/dteRRHH.h"
+#include "reports/ReportDesigns.h"
+#include "reports/dteRRHH.h"
 
 QPointer<dtrReporteMesActualArea> dtrReporteMesActualArea::s_open;
 

@@ -1,7 +1,7 @@
 #include "output/dtrReporteMesActualGeneral.h"
 
-#include "output/ReportDesigns.h"
-#include "output/dteRRHH.h"
+#include "reports/ReportDesigns.h"
+#include "reports/dteRRHH.h"
 
 QPointer<dtrReporteMesActualGeneral> dtrReporteMesActualGeneral::s_open;
 

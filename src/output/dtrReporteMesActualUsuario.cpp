@@ -1,7 +1,7 @@
 #include "output/dtrReporteMesActualUsuario.h"
 
-#include "output/ReportDesigns.h"
-#include "output/dteRRHH.h"
+#include "reports/ReportDesigns.h"
+#include "reports/dteRRHH.h"
 
 QPointer<dtrReporteMesActualUsuario> dtrReporteMesActualUsuario::s_open;
 

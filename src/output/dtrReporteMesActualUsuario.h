@@ -1,6 +1,6 @@
 #pragma once
 
-// The month report of one person: the staff member in gFunCedula (the user, or the one
+// The month report of one person: the session's person (the user, or the one
 // chosen by the last "cambio"), with every area in which they have hours in HORAS. The
 // cédula goes into the statement as it is, trailing blanks and all: the store's
 // comparison decides whether it finds the person.
@@ -17,7 +17,7 @@
 class dtrReporteMesActualUsuario : public output::ReportPreview {
     Q_OBJECT
 public:
-    static dtrReporteMesActualUsuario *open(const QString &cedula = modPrincipal::gFunCedula);
+    static dtrReporteMesActualUsuario *open(const QString &cedula = modPrincipal::session().person);
     // The open report, or null.
     static dtrReporteMesActualUsuario *current();
 

@@ -3,6 +3,7 @@
 #include "store/DataSources.h"
 #include "store/PersonalStore.h"
 #include "ui/Dialogs.h"
+#include "ui/GuardedSlot.h"
 
 #include <QFontDatabase>
 #include <QFormLayout>
@@ -143,8 +144,8 @@ FirstStartWindow::FirstStartWindow(Filler fill, QWidget *parent)
         optServidor->setChecked(true);
     }
 
-    connect(optPersonal, &QRadioButton::toggled, this, &FirstStartWindow::showChoice);
-    connect(cmdContinuar, &QPushButton::clicked, this, &FirstStartWindow::cmdContinuar_Click);
+    ui::connectGuarded(optPersonal, &QRadioButton::toggled, this, &FirstStartWindow::showChoice);
+    ui::connectGuarded(cmdContinuar, &QPushButton::clicked, this, &FirstStartWindow::cmdContinuar_Click);
     connect(cmdCancelar, &QPushButton::clicked, this, &FirstStartWindow::reject);
     showChoice();
     txtLogin->setFocus();

@@ -2,6 +2,7 @@
 
 #include "session/VersionRecord.h"
 #include "ui/Dialogs.h"
+#include "ui/GuardedSlot.h"
 
 #include <QApplication>
 #include <QDir>
@@ -121,7 +122,7 @@ frmAcercaDe::frmAcercaDe(QWidget *parent) : QWidget(parent, Qt::Window)
     setWindowTitle(QStringLiteral("Acerca de ") + v.title);
 
     connect(cmdOK, &QPushButton::clicked, this, &QWidget::close);
-    connect(cmdSysInfo, &QPushButton::clicked, this, &frmAcercaDe::StartSysInfo);
+    ui::connectGuarded(cmdSysInfo, &QPushButton::clicked, this, &frmAcercaDe::StartSysInfo);
 }
 
 frmAcercaDe::~frmAcercaDe() = default;

@@ -9,6 +9,7 @@
 #include "store/SqlValue.h"
 #include "store/StoreError.h"
 #include "ui/Dialogs.h"
+#include "ui/GuardedSlot.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -110,7 +111,7 @@ frmLogin::frmLogin(QWidget *parent) : QDialog(parent)
     setTabOrder(cmdOK, cmdCancel);
     txtLogin->setFocus();
 
-    connect(cmdOK, &QPushButton::clicked, this, &frmLogin::cmdOK_Click);
+    ui::connectGuarded(cmdOK, &QPushButton::clicked, this, &frmLogin::cmdOK_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &frmLogin::reject);
 
     // Opened at load with its design-time statement, like every data control that has one.
@@ -160,10 +161,12 @@ void frmLogin::cmdOK_Click()
         // The first row decides: a person with several contracts gets the area of the
         // row the store returns first.
         LoginSucceeded = true;
-        modPrincipal::gUsuLogin = txtLogin->text();
-        modPrincipal::gFunCedula = textOf(adcUsuarios->value(QStringLiteral("FunCedula")));
-        modPrincipal::gAreId = textOf(adcUsuarios->value(QStringLiteral("AreId")));
-        modPrincipal::gPerId = roleOf(adcUsuarios->value(QStringLiteral("PerId")));
+        core::Session session{txtLogin->text(), textOf(adcUsuarios->value(QStringLiteral("FunCedula"))),
+                              textOf(adcUsuarios->value(QStringLiteral("AreId")))};
+        // A role that is no 16-bit number is reported with the rest of the session already set.
+        modPrincipal::setSession(session);
+        session.role = roleOf(adcUsuarios->value(QStringLiteral("PerId")));
+        modPrincipal::setSession(session);
         const QString usuLogin = textOf(adcUsuarios->value(QStringLiteral("UsuLogin")));
         if (check == Usuario::PasswordCheck::RightOldEncoding)
             rewriteAsHash(usuLogin, typed, stored.toString());

@@ -15,12 +15,13 @@
 
 namespace modPrincipal {
 
-QString gUsuLogin;
-QString gFunCedula;
-QString gAreId;
-qint16 gPerId = 0;
-
 namespace {
+
+core::Session &currentSession()
+{
+    static core::Session current;
+    return current;
+}
 
 MainWindowFactory &mainWindowFactory()
 {
@@ -74,6 +75,21 @@ void ReportarError(const std::exception &error)
         ui::msgBox(description, ui::programTitle(), ui::Icon::Exclamation);
 }
 
+const core::Session &session()
+{
+    return currentSession();
+}
+
+void setSession(const core::Session &session)
+{
+    currentSession() = session;
+}
+
+void setSessionPerson(const QString &funCedula)
+{
+    currentSession().person = funCedula;
+}
+
 void setMainWindowFactory(MainWindowFactory factory)
 {
     mainWindowFactory() = std::move(factory);
@@ -113,8 +129,9 @@ void continueStartUp(std::unique_ptr<frmLogin> login)
     if (presentacion)
         presentacion->repaint();
 
-    if (gPerId >= 5 && gPerId <= 8 && mainWindowFactory()) {
-        if (QWidget *main = mainWindowFactory()(gPerId))
+    const qint16 role = session().role;
+    if (role >= 5 && role <= 8 && mainWindowFactory()) {
+        if (QWidget *main = mainWindowFactory()(role))
             main->show();
     }
 

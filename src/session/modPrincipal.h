@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/Session.h"
+
 #include <QString>
 
 #include <exception>
@@ -13,13 +15,15 @@ namespace store {
 class Connection;
 }
 
-// The program's entry and its only shared memory: the four session variables.
+// The program's entry and its only shared memory: the current session.
 namespace modPrincipal {
 
-extern QString gUsuLogin;   // the login as typed, not trimmed (status bar only)
-extern QString gFunCedula;  // the person the session works on; "cambio" overwrites it
-extern QString gAreId;      // area of the first contract row of the login
-extern qint16 gPerId;       // role: 5 common user, 6 area chief, 7 administrator, 8 super user
+// The session the windows work in: set by the login, its person changed by "cambio".
+// Windows read it when they need it; the rules below the windows take it as a value.
+const core::Session &session();
+void setSession(const core::Session &session);
+// "cambio": the session goes on working on another staff member.
+void setSessionPerson(const QString &funCedula);
 
 // The login code's error reporter: pointer back to the default, then "Seleccione primero
 // una empresa" (OK, no icon, default title) for a missing current row (3021), or the
@@ -46,7 +50,7 @@ void Main();
 
 // What Main does once the login window has hidden itself: ends the program at once if the
 // login did not succeed; otherwise unloads the login window, puts up the presentation
-// window, shows the main window of gPerId (a role outside 5 to 8 has none), unloads the
+// window, shows the main window of the session's role (a role outside 5 to 8 has none), unloads the
 // presentation window and returns.
 void continueStartUp(std::unique_ptr<frmLogin> login);
 

@@ -56,9 +56,23 @@ Connection::SessionSetup &sessionSetup()
     return setup;
 }
 
+Connection::StatementObserver &statementObserver()
+{
+    static Connection::StatementObserver observer;
+    return observer;
+}
+
 QString sharingKey(const ConnectSpec &spec)
 {
-    return spec.dataSource.toLower() + (spec.readOnly ? QStringLiteral("|ro") : QStringLiteral("|rw"));
+    return spec.dataSource.toLower() + (spec.readOnly ? QStringLiteral("|ro") : QStringLiteral("|rw")) +
+           (spec.wholeResults ? QStringLiteral("|whole") : QString());
+}
+
+ConnectSpec specFor(const QString &connectString, Connection::Reading reading)
+{
+    ConnectSpec spec = ConnectSpec::parse(connectString);
+    spec.wholeResults = reading == Connection::Reading::Whole;
+    return spec;
 }
 
 // The first diagnostic record of an ODBC handle that carries a SQLSTATE: what the driver
@@ -211,7 +225,12 @@ Connection::Connection(const ConnectSpec &spec) : m_spec(spec)
     // busy file twice, once with the engine's busy timeout and once more with its own
     // Timeout; both are set here to half the one wait the user is promised, whatever the
     // data source says. Other drivers ignore the attribute.
-    db.setDatabaseName(QStringLiteral("%1;Timeout=%2").arg(m_spec.dataSource).arg(kBusyTimeoutMs / 2));
+    // A connection that reads results whole asks the PostgreSQL driver not to declare a
+    // cursor for its queries, whatever the data source says; the SQLite driver ignores it.
+    db.setDatabaseName(QStringLiteral("%1;Timeout=%2%3")
+                           .arg(m_spec.dataSource)
+                           .arg(kBusyTimeoutMs / 2)
+                           .arg(m_spec.wholeResults ? QStringLiteral(";UseDeclareFetch=0") : QString()));
     db.setConnectOptions(QStringLiteral("SQL_ATTR_LOGIN_TIMEOUT=15;SQL_ATTR_CONNECTION_TIMEOUT=15"));
     if (!db.open()) {
         const QSqlError err = db.lastError();
@@ -239,23 +258,29 @@ Connection::~Connection()
     QSqlDatabase::removeDatabase(m_name);
 }
 
-std::shared_ptr<Connection> Connection::shared(const QString &connectString)
+std::shared_ptr<Connection> Connection::shared(const QString &connectString, Reading reading)
 {
-    const ConnectSpec spec = ConnectSpec::parse(connectString);
+    const ConnectSpec spec = specFor(connectString, reading);
     const QString key = sharingKey(spec);
     auto &map = sharedConnections();
     if (auto existing = map.value(key).lock()) {
         if (existing->database().isOpen())
             return existing;
     }
+    if (spec.wholeResults) {
+        // On SQLite every result is read whole already: no second connection to the file.
+        if (auto cursor = map.value(sharingKey(specFor(connectString, Reading::Cursor))).lock();
+            cursor && cursor->backend() == Backend::SQLite && cursor->database().isOpen())
+            return cursor;
+    }
     std::shared_ptr<Connection> conn(new Connection(spec));
     map.insert(key, conn);
     return conn;
 }
 
-std::shared_ptr<Connection> Connection::open(const QString &connectString)
+std::shared_ptr<Connection> Connection::open(const QString &connectString, Reading reading)
 {
-    return std::shared_ptr<Connection>(new Connection(ConnectSpec::parse(connectString)));
+    return std::shared_ptr<Connection>(new Connection(specFor(connectString, reading)));
 }
 
 QSqlDatabase Connection::database() const
@@ -301,6 +326,11 @@ void Connection::prepareSession()
     }
     if (sessionSetup())
         sessionSetup()(*this);
+}
+
+void Connection::setStatementObserver(StatementObserver observer)
+{
+    statementObserver() = std::move(observer);
 }
 
 void Connection::setSessionSetup(SessionSetup setup)
@@ -424,6 +454,8 @@ int Connection::execute(const QString &statement)
 template <typename Use>
 auto Connection::run(const QString &sql, const QVariantList &values, Use use) -> decltype(use(std::declval<QSqlQuery &>()))
 {
+    if (statementObserver())
+        statementObserver()(sql);
     const QString word = leadingWord(sql);
     if (m_spec.readOnly && mayWrite(word))
         throw StoreError(StoreError::Kind::Store, 3251,

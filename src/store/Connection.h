@@ -21,6 +21,8 @@ struct ConnectSpec {
     bool shaping = false;   // PROVIDER=MSDataShape: SHAPE statements run in the client
     bool readOnly = false;  // Mode=Read
     QString userId;         // User ID / uid, informative only: the data source holds the account
+    // Results are read whole in one go, without a server cursor (see Connection::Reading).
+    bool wholeResults = false;
 
     static ConnectSpec parse(const QString &connectString);
 };
@@ -39,20 +41,33 @@ public:
     // A server connection idle this long is probed before a write is sent on it.
     static constexpr int kIdleProbeMs = 1000;
 
+    // How a server hands over the rows of a query. Through a cursor (the data source's own
+    // setting) the rows come a page at a time, but PostgreSQL never runs a cursor's query in
+    // parallel. A statement whose result is small and read whole at once (totals, groups)
+    // goes faster on a connection that reads each result whole. SQLite has no such cursor:
+    // both readings are the same connection there.
+    enum class Reading { Cursor, Whole };
+
     ~Connection();
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
 
     // The process shares one physical connection per connect string among data controls.
-    static std::shared_ptr<Connection> shared(const QString &connectString = QLatin1String(kDefaultConnectString));
+    static std::shared_ptr<Connection> shared(const QString &connectString = QLatin1String(kDefaultConnectString),
+                                              Reading reading = Reading::Cursor);
     // A connection of its own, closed when the last reference goes (the month close).
-    static std::shared_ptr<Connection> open(const QString &connectString = QLatin1String(kDefaultConnectString));
+    static std::shared_ptr<Connection> open(const QString &connectString = QLatin1String(kDefaultConnectString),
+                                            Reading reading = Reading::Cursor);
 
     // What the program tells the store on each connection right after it opens or reopens
     // (who is logged in, see store/ProgramLogin.h). Setting it runs it at once on the shared
     // connections already open. It must not throw.
     using SessionSetup = std::function<void(Connection &)>;
     static void setSessionSetup(SessionSetup setup);
+    // Sees the text of every statement sent to the store, once each, before it runs (the
+    // tests count with it how often a path reads). Empty: nothing is told.
+    using StatementObserver = std::function<void(const QString &sql)>;
+    static void setStatementObserver(StatementObserver observer);
 
     Backend backend() const { return m_backend; }
     const ConnectSpec &spec() const { return m_spec; }

@@ -69,6 +69,12 @@ void DataControl::setConnectString(const QString &connectString)
     m_conn.reset();
 }
 
+void DataControl::setReading(Connection::Reading reading)
+{
+    m_reading = reading;
+    m_conn.reset();
+}
+
 Connection &DataControl::connection()
 {
     ensureConnection();
@@ -78,7 +84,7 @@ Connection &DataControl::connection()
 void DataControl::ensureConnection()
 {
     if (!m_conn)
-        m_conn = Connection::shared(m_connectString);
+        m_conn = Connection::shared(m_connectString, m_reading);
 }
 
 QString DataControl::writeTable() const
@@ -92,6 +98,16 @@ const TableInfo *DataControl::writeTableInfo() const
 }
 
 void DataControl::refresh()
+{
+    open(kFirstRows);
+}
+
+void DataControl::refreshAll()
+{
+    open(-1);
+}
+
+void DataControl::open(int firstRows)
 {
     ensureConnection();
     if (m_model)
@@ -108,7 +124,7 @@ void DataControl::refresh()
     try {
         m_translated = m_conn->translate(m_source);
         bool more = false;
-        ResultSet rs = m_conn->selectNative(m_translated, {}, isGrouped(m_translated) ? -1 : kFirstRows, &more);
+        ResultSet rs = m_conn->selectNative(m_translated, {}, isGrouped(m_translated) ? -1 : firstRows, &more);
         m_columns = rs.columns;
         m_rows = std::move(rs.rows);
         m_allFetched = !more;
@@ -552,9 +568,7 @@ void DataControl::updateRow()
             QStringLiteral("SELECT COUNT(*) FROM %1 WHERE %2").arg(t->name, keyCondition(*t)), keyValues);
         if (still.rows.empty() || still.rows.front().value(0).toInt() == 0)
             throw rowGone(*m_conn, *t, keyValues);
-        throw StoreError(StoreError::Kind::Conflict, 3197,
-                         QStringLiteral("Otro usuario modificó este registro desde que se leyó. "
-                                        "Vuelva a leer los datos e intente de nuevo."));
+        throw StoreError::changedSinceRead();
     }
     // What is now stored, in its kind.
     for (const QString &c : writableColumns(*t)) {

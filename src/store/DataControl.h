@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/Connection.h"
 #include "store/ResultSet.h"
 #include "store/SchemaInfo.h"
 #include "store/StatementTables.h"
@@ -11,7 +12,6 @@
 
 namespace store {
 
-class Connection;
 class DataControlModel;
 
 // The stand-in for a data control (`adc...`): one statement, its rows, one current row.
@@ -40,9 +40,15 @@ public:
     void setRecordSource(const QString &statement);
     const QString &recordSource() const { return m_source; }
     void setConnectString(const QString &connectString);
+    // How the connection hands over results: Whole for a statement whose result is small
+    // and read at once (a budget's groups).
+    void setReading(Connection::Reading reading);
     Connection &connection();
 
     void refresh();
+    // A refresh that reads every row of the statement in one go: for a caller that walks
+    // the whole result (an export), so the statement runs once and needs no count.
+    void refreshAll();
     bool isOpen() const { return m_open; }
 
     // The result.
@@ -98,6 +104,7 @@ private:
     friend class DataControlModel;
 
     void ensureConnection();
+    void open(int firstRows);  // -1: every row
     bool fetchUpTo(int index);  // true if the row exists afterwards
     void commitPending();
     void setCurrent(State state, int index);
@@ -108,6 +115,7 @@ private:
 
     QString m_name;
     QString m_connectString;
+    Connection::Reading m_reading = Connection::Reading::Cursor;
     std::shared_ptr<Connection> m_conn;
     QString m_source;
     QString m_translated;

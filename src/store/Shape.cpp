@@ -822,7 +822,7 @@ ShapeResult runShape(const QString &shapeText, const ShapeStatementRunner &runIn
     return runShape(parseShape(shapeText), runInner);
 }
 
-ShapeResult runShapeTotals(const QString &shapeText, const ShapeStatementRunner &runInner)
+ShapeResult runShapeTotals(const QString &shapeText, const ShapeStatementRunner &runInner, const QString &keyColumn)
 {
     const ShapeCommand command = parseShape(shapeText);
     if (command.kind != ShapeCommand::Kind::Compute || command.nested || command.statement.isEmpty() ||
@@ -839,9 +839,13 @@ ShapeResult runShapeTotals(const QString &shapeText, const ShapeStatementRunner 
                       .arg(select.size());
     }
     const QString statement =
-        QStringLiteral("SELECT %1 FROM (SELECT tempalia_src.*, ROW_NUMBER() OVER () AS tempalia_rn FROM (%2) "
-                       "tempalia_src) tempalia_g GROUP BY %3 ORDER BY MIN(tempalia_rn)")
-            .arg(select.join(QStringLiteral(", ")), command.statement, command.by.join(QStringLiteral(", ")));
+        keyColumn.isEmpty()
+            ? QStringLiteral("SELECT %1 FROM (SELECT tempalia_src.*, ROW_NUMBER() OVER () AS tempalia_rn FROM (%2) "
+                             "tempalia_src) tempalia_g GROUP BY %3 ORDER BY MIN(tempalia_rn)")
+                  .arg(select.join(QStringLiteral(", ")), command.statement, command.by.join(QStringLiteral(", ")))
+            : QStringLiteral("SELECT %1 FROM (%2) tempalia_g GROUP BY %3 ORDER BY MIN(%4)")
+                  .arg(select.join(QStringLiteral(", ")), command.statement, command.by.join(QStringLiteral(", ")),
+                       keyColumn);
     const ResultSet groups = runInner(statement);
 
     QStringList columns = command.by;

@@ -158,7 +158,11 @@ ShapeResult runShape(const QString &shapeText, const ShapeStatementRunner &runIn
 // statement (GROUP BY, groups in order of first occurrence): for callers that never open the
 // chapter of detail rows, such as the chart window over the whole archive. The chapters come
 // back empty. Any other form of command runs as runShape does.
-ShapeResult runShapeTotals(const QString &shapeText, const ShapeStatementRunner &runInner);
+// `keyColumn`, a column of the inner statement that numbers its rows in the order the store
+// gives them (a table's key read in key order), spares numbering a million rows: the groups
+// then come in the order of their least key. Without it each row is numbered as it comes.
+ShapeResult runShapeTotals(const QString &shapeText, const ShapeStatementRunner &runInner,
+                           const QString &keyColumn = {});
 ShapeResult runShape(const ShapeCommand &command, const ShapeStatementRunner &runInner);
 
 }  // namespace store

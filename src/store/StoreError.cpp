@@ -8,12 +8,12 @@ namespace {
 
 using Fault = StoreError::Fault;
 
-// A name the store's text gives for the column at fault (a detail for the sentence, never
-// what decides the fault).
+// A name the store's text gives for the column at fault, in the server's English or Spanish
+// (a detail for the sentence, never what decides the fault).
 QString columnIn(const QString &text)
 {
     static const QRegularExpression column(
-        QStringLiteral(R"(constraint failed: (?:\w+\.)?(\w+)|length\((\w+)\)|column \"(\w+)\"|varying\((\d+)\))"),
+        QStringLiteral(R"(constraint failed: (?:\w+\.)?(\w+)|length\((\w+)\)|columna? [\"«](\w+)[\"»]|varying\((\d+)\))"),
         QRegularExpression::CaseInsensitiveOption);
     const QRegularExpressionMatch m = column.match(text);
     for (int i = 1; i <= m.lastCapturedIndex(); ++i)
@@ -247,6 +247,13 @@ StoreError StoreError::fromSql(const QSqlError &error, const QString &statement)
     if (error.type() == QSqlError::ConnectionError)
         diag.state = QStringLiteral("08001");
     return fromDiagnostic(Backend::SQLite, diag, error, error.type() == QSqlError::ConnectionError);
+}
+
+StoreError StoreError::changedSinceRead()
+{
+    return StoreError(Kind::Conflict, 3197,
+                      QStringLiteral("Otro usuario modificó este registro desde que se leyó. "
+                                     "Vuelva a leer los datos e intente de nuevo."));
 }
 
 StoreError StoreError::noCurrentRow()

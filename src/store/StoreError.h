@@ -66,6 +66,8 @@ public:
     static StoreError fromDiagnostic(Backend backend, const Diagnostic &diag, const QSqlError &error, bool connecting,
                                      bool connectionDead = false);
     static StoreError noCurrentRow();
+    // A write refused because another user changed the row since it was read.
+    static StoreError changedSinceRead();
     // The error of a statement whose connection broke, once a new connection is open: the
     // statement was not sent again, and the user is asked to repeat what they did.
     static StoreError reconnectedAfter(const StoreError &lost);

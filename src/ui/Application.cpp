@@ -53,14 +53,4 @@ void showError(const std::exception &error)
     msgBox(QString::fromUtf8(error.what()), QString(), Icon::Exclamation);
 }
 
-bool Application::notify(QObject *receiver, QEvent *event)
-{
-    try {
-        return QApplication::notify(receiver, event);
-    } catch (const std::exception &e) {
-        showError(e);
-    }
-    return false;
-}
-
 }  // namespace ui

@@ -75,12 +75,12 @@ void fitWindow(QWidget *window, bool choosePlace)
         return;
     const QRect area = screen->availableGeometry();
     const QMargins frame = frameOf(window);
-    QPoint wanted = window->frameGeometry().topLeft();
+    QPoint wanted = frameGeometryOf(window).topLeft();
     if (choosePlace) {
         // Not placed by anyone yet: over the middle of the window it belongs to, or of
         // the screen.
         const QWidget *owner = window->parentWidget() ? window->parentWidget()->window() : nullptr;
-        const QRect over = owner && owner->isVisible() ? owner->frameGeometry() : area;
+        const QRect over = owner && owner->isVisible() ? frameGeometryOf(owner) : area;
         const QSize outer = window->size().grownBy(frame);
         wanted = over.center() - QPoint(outer.width() / 2, outer.height() / 2);
     }
@@ -91,7 +91,7 @@ void fitWindow(QWidget *window, bool choosePlace)
     if (place.size() != window->size())
         window->resize(place.size());
     // move() of a top-level window places its frame's top left.
-    if (choosePlace || place.topLeft() != window->frameGeometry().topLeft())
+    if (choosePlace || place.topLeft() != frameGeometryOf(window).topLeft())
         window->move(place.topLeft());
 }
 
@@ -282,12 +282,18 @@ void keepWindowsOnScreen(QObject *application)
     application->installEventFilter(new WindowPlacer(application));
 }
 
+QRect frameGeometryOf(const QWidget *window)
+{
+    const QWindow *handle = window->windowHandle();
+    return handle && window->isWindow() ? handle->frameGeometry() : window->frameGeometry();
+}
+
 bool frameOnScreen(const QWidget *window)
 {
     QScreen *screen = screenOf(window);
     if (!screen)
         return true;
-    QRect frame = window->frameGeometry();
+    QRect frame = frameGeometryOf(window);
     if (frame == window->geometry())  // not framed yet: allow for the frame to come
         frame = frame.marginsAdded(frameOf(window));
     return screen->availableGeometry().contains(frame);

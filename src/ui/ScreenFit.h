@@ -32,6 +32,10 @@ int titleWidth(const QWidget *window);
 
 // The frame of the window (title bar included) lies inside its screen's available area.
 bool frameOnScreen(const QWidget *window);
+// The window's frame as the window system has it now. QWidget::frameGeometry() keeps the
+// frame it first learnt, which may be one misreported while the window manager reparents
+// the window (a frame narrower than the window itself).
+QRect frameGeometryOf(const QWidget *window);
 
 // True when the text of a label, button, check box, option, group box, tab or column
 // heading can be read whole in the space the control has now. Controls without text fit.

@@ -10,6 +10,7 @@
 #include "session/modPrincipal.h"
 #include "store/DataControl.h"
 #include "ui/DataGrid.h"
+#include "ui/GuardedSlot.h"
 
 #include <QEvent>
 #include <QLayout>
@@ -48,7 +49,7 @@ StaffWorkspace::StaffWorkspace(const Setup &setup, QWidget *parent) : Workspace(
     tabs()->addTab(staffPage, QStringLiteral("Funcionarios"));
 
     m_dtgFuncionarios->view()->viewport()->installEventFilter(this);
-    connect(m_dtgFuncionarios, &ui::DataGrid::rowClicked, this, &StaffWorkspace::staffGridClicked);
+    ui::connectGuarded(m_dtgFuncionarios, &ui::DataGrid::rowClicked, this, &StaffWorkspace::staffGridClicked);
 
     const char *names[] = {"tabCierreMes", "tabPresupuesto", "tabEstadisticas"};
     const QString captions[] = {QStringLiteral("Cierre de mes"), QStringLiteral("Presupuesto"),
@@ -101,7 +102,7 @@ void StaffWorkspace::staffGridClicked()
 bool StaffWorkspace::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::MouseButtonRelease && watched == m_dtgFuncionarios->view()->viewport())
-        staffGridClicked();
+        ui::runGuarded([this] { staffGridClicked(); });
     return Workspace::eventFilter(watched, event);
 }
 
@@ -110,7 +111,7 @@ void StaffWorkspace::cambio()
     // Pressed before any click while the list is empty: there is nobody to take.
     if (!m_adcFuncionarios->hasCurrentRow())
         return;
-    modPrincipal::gFunCedula = m_adcFuncionarios->value(QStringLiteral("FunCedula")).toString();
+    modPrincipal::setSessionPerson(m_adcFuncionarios->value(QStringLiteral("FunCedula")).toString());
     resetCurrentList();
     adcMiArchivo()->setRecordSource(defaultStatement(List::Archive, cedula()));
 }

@@ -11,7 +11,7 @@ class StatisticsTab;
 // The workspace of the roles that look after other people's hours (frmJefeArea,
 // frmSuperUsuario): the lists of Workspace plus the tab "Funcionarios" with the staff list,
 // the toolbar key `cambio` that makes the chosen person the one the whole window works on
-// (gFunCedula), the printing menu, and the tabs "Cierre de mes", "Presupuesto" and
+// (the session's person), the printing menu, and the tabs "Cierre de mes", "Presupuesto" and
 // "Estadísticas", whose pages are widgets of their own put in with setTabPage.
 class StaffWorkspace : public Workspace {
     Q_OBJECT
@@ -28,7 +28,7 @@ public:
     store::DataControl *adcFuncionarios() const { return m_adcFuncionarios; }
     ui::DataGrid *dtgFuncionarios() const { return m_dtgFuncionarios; }
 
-    // Takes the person of the current row of the staff list: gFunCedula, the current list
+    // Takes the person of the current row of the staff list: the session's person, the current list
     // run on that person, the archive list's statement stored for the next visit of tab 1.
     void cambio();
 

@@ -10,6 +10,7 @@
 #include "store/StoreError.h"
 #include "ui/DataGrid.h"
 #include "ui/Dialogs.h"
+#include "ui/GuardedSlot.h"
 #include "ui/StatusPanels.h"
 
 #include <QApplication>
@@ -190,8 +191,8 @@ Workspace::Workspace(const Setup &setup, QWidget *parent) : QMainWindow(parent)
         }
     }
     addToolBar(Qt::TopToolBarArea, m_toolBar);
-    connect(m_toolBar, &ui::KeyedToolBar::buttonClicked, this, [this](const QString &key) { buttonClicked(key); });
-    connect(m_toolBar, &ui::KeyedToolBar::menuEntryClicked, this,
+    ui::connectGuarded(m_toolBar, &ui::KeyedToolBar::buttonClicked, this, [this](const QString &key) { buttonClicked(key); });
+    ui::connectGuarded(m_toolBar, &ui::KeyedToolBar::menuEntryClicked, this,
             [this](const QString &button, const QString &entry) { menuEntryChosen(button, entry); });
 
     m_stbPrincipal = new ui::StatusPanels(this);
@@ -208,7 +209,7 @@ Workspace::Workspace(const Setup &setup, QWidget *parent) : QMainWindow(parent)
     setCentralWidget(m_tabs);
     buildListTabs(setup.hoursMaskInCurrent);
     buildSearchTab();
-    connect(m_tabs, &QTabWidget::currentChanged, this, &Workspace::tabChanged);
+    ui::connectGuarded(m_tabs, &QTabWidget::currentChanged, this, &Workspace::tabChanged);
 
     connect(m_adcMesActual, &store::DataControl::currentChanged, this, &Workspace::currentRowMoved);
 }
@@ -230,7 +231,7 @@ void Workspace::buildListTabs(bool hoursMaskInCurrent)
 
     // A click anywhere in the grid counts, also below the last row of an empty list.
     m_dtgMesActual->view()->viewport()->installEventFilter(this);
-    connect(m_dtgMesActual, &ui::DataGrid::rowClicked, this, [this] { currentGridClicked(); });
+    ui::connectGuarded(m_dtgMesActual, &ui::DataGrid::rowClicked, this, [this] { currentGridClicked(); });
 }
 
 void Workspace::setGridColumns()
@@ -303,9 +304,9 @@ void Workspace::buildSearchTab()
     layout->addLayout(side);
     m_tabs->addTab(page, QStringLiteral("Búsqueda"));
 
-    connect(m_cmdAplicarFiltro, &QPushButton::clicked, this, &Workspace::applyFilter);
+    ui::connectGuarded(m_cmdAplicarFiltro, &QPushButton::clicked, this, &Workspace::applyFilter);
     // A double click on a day (or Enter on it) applies the filter as the button does.
-    connect(m_calendario, &QCalendarWidget::activated, this, &Workspace::applyFilter);
+    ui::connectGuarded(m_calendario, &QCalendarWidget::activated, this, &Workspace::applyFilter);
 
     setTabOrder(m_calendario, m_optFiltro[0]);
     setTabOrder(m_optFiltro[0], m_optTipo[0]);
@@ -316,7 +317,7 @@ void Workspace::buildSearchTab()
 
 QString Workspace::cedula()
 {
-    return modPrincipal::gFunCedula.trimmed();
+    return modPrincipal::session().person.trimmed();
 }
 
 QString Workspace::defaultStatement(List list, const QString &cedula)
@@ -354,7 +355,7 @@ void Workspace::showEvent(QShowEvent *event)
     if (m_everActivated || m_activatedOnShow)
         return;
     m_activatedOnShow = true;
-    windowActivated();
+    ui::runGuarded([this] { windowActivated(); });
 }
 
 void Workspace::changeEvent(QEvent *event)
@@ -373,15 +374,15 @@ void Workspace::changeEvent(QEvent *event)
     }
     m_everActivated = true;
     if (fromProgramWindow)
-        windowActivated();
+        ui::runGuarded([this] { windowActivated(); });
 }
 
 void Workspace::windowActivated()
 {
-    m_stbPrincipal->setPanelText(QStringLiteral("Usuario"), QStringLiteral("Usuario: ") + modPrincipal::gUsuLogin);
-    m_stbPrincipal->setPanelText(QStringLiteral("Area"), QStringLiteral("Area: ") + modPrincipal::gAreId);
+    m_stbPrincipal->setPanelText(QStringLiteral("Usuario"), QStringLiteral("Usuario: ") + modPrincipal::session().login);
+    m_stbPrincipal->setPanelText(QStringLiteral("Area"), QStringLiteral("Area: ") + modPrincipal::session().area);
     m_stbPrincipal->setPanelText(QStringLiteral("Acceso"),
-                                 QStringLiteral("Tipo: ") + QString::number(modPrincipal::gPerId));
+                                 QStringLiteral("Tipo: ") + QString::number(modPrincipal::session().role));
 
     m_adcMesActual->setRecordSource(defaultStatement(List::Current, cedula()));
     m_adcMesActual->refresh();
@@ -448,7 +449,7 @@ void Workspace::currentGridClicked()
 bool Workspace::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::MouseButtonRelease && watched == m_dtgMesActual->view()->viewport())
-        currentGridClicked();
+        ui::runGuarded([this] { currentGridClicked(); });
     return QMainWindow::eventFilter(watched, event);
 }
 

@@ -21,7 +21,7 @@ class DataGrid;
 class StatusPanels;
 }
 
-// The main window of the three working roles: the hours of the person in gFunCedula in two
+// The main window of the three working roles: the hours of the session's person in two
 // lists, "Mes en curso" (HORAS) and "Mi archivo" (HHORAS), with the filter on a date, the
 // sort menus, the delete of an hour record and the hours windows opened from the toolbar.
 // frmUsuarioComun is this window as it is; frmJefeArea and frmSuperUsuario add tabs and keys
@@ -84,7 +84,7 @@ protected:
     // A click in dtgMesActual (a row, or anywhere in the grid).
     virtual void currentGridClicked();
 
-    // gFunCedula as the statements take it.
+    // The session's person as the statements take it.
     static QString cedula();
     void setCurrentStatement(const QString &statement);
 

@@ -43,7 +43,7 @@ QString frmJefeArea::staffStatement() const
 {
     return QStringLiteral("SELECT * FROM FUNCIONARIOS F, FUNCIONARIOS_INSTITUTOS FI WHERE F.FUNCEDULA=FI.FUNCEDULA "
                           "AND F.FUNCEDULA IN (SELECT FUNCEDULA FROM FUNCIONARIOS_INSTITUTOS WHERE AREID=") +
-           store::sql::text(modPrincipal::gAreId.trimmed()) + QLatin1Char(')');
+           store::sql::text(modPrincipal::session().area.trimmed()) + QLatin1Char(')');
 }
 
 // Here a click while the list stands on no row also turns the two buttons off.

@@ -1,5 +1,5 @@
-#include "ScriptedDialogs.h"
-#include "TempStore.h"
+#include "Controls.h"
+#include "WindowFixture.h"
 #include "admin/frmAdministrador.h"
 #include "admin/frmMantActividades.h"
 #include "admin/frmMantCatalogos.h"
@@ -31,36 +31,14 @@
 #include <functional>
 #include <memory>
 
+using tests::child;
+using tests::click;
+using tests::type;
 using ui::Answer;
 
 namespace {
 
 using WindowFactory = std::function<admin::MaintenanceWindow *()>;
-
-template <typename T>
-T *child(QWidget *w, const char *name)
-{
-    T *c = w->findChild<T *>(QString::fromLatin1(name));
-    if (!c)
-        qFatal("control %s not found", name);
-    return c;
-}
-
-void click(QWidget *w, const char *name)
-{
-    QTest::mouseClick(child<QPushButton>(w, name), Qt::LeftButton);
-}
-
-// Types into a box as the user does: the old text selected and replaced.
-void type(QWidget *w, const char *name, const QString &text)
-{
-    auto *edit = child<QLineEdit>(w, name);
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClick(edit, Qt::Key_Backspace);
-    for (QChar c : text)
-        QTest::sendKeyEvent(QTest::Click, edit, Qt::Key_unknown, QString(c), Qt::NoModifier);
-}
 
 int gridRowOf(ui::DataGrid *grid, int column, const QString &text)
 {
@@ -84,29 +62,17 @@ void editCell(ui::DataGrid *grid, int row, int column, const QString &text)
 class TstAdmin : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<tests::TempStore> m_store;
-    std::unique_ptr<ScriptedDialogs> m_dialogs;
-    std::unique_ptr<ScriptedDialogs::Install> m_installed;
-    tests::TempStore &store() { return *m_store; }
-    ScriptedDialogs &dialogs() { return *m_dialogs; }
+    tests::WindowFixture m_fixture;
+    tests::TempStore &store() { return m_fixture.store(); }
+    ScriptedDialogs &dialogs() { return m_fixture.dialogs(); }
     QString describe(const QString &table, const QString &key, const QString &description, const QString &id)
     {
         return store().scalar(QStringLiteral("SELECT %1 FROM %2 WHERE %3 = ?").arg(description, table, key), {id}).toString();
     }
 
 private slots:
-    void init()
-    {
-        m_store = std::make_unique<tests::TempStore>();
-        m_dialogs = std::make_unique<ScriptedDialogs>();
-        m_installed = std::make_unique<ScriptedDialogs::Install>(*m_dialogs);
-    }
-    void cleanup()
-    {
-        m_installed.reset();
-        m_dialogs.reset();
-        m_store.reset();
-    }
+    void init() { m_fixture.begin(); }
+    void cleanup() { m_fixture.end(); }
 
     void catalogue_data();
     void catalogue();
@@ -226,8 +192,8 @@ void TstAdmin::catalogue()
 // With no row to stand on, the boxes are closed; a new row opens them.
 void TstAdmin::emptyCatalogueDisablesTheBoxes()
 {
-    m_store.reset();
-    m_store = std::make_unique<tests::TempStore>(tests::TempStore::Content::Schema);
+    m_fixture.dropStore();
+    m_fixture.openStore(tests::TempStore::Content::Schema);
     frmMantAreas w;
     w.show();
     QCOMPARE(w.grid()->rowCount(), 0);
@@ -608,8 +574,8 @@ void TstAdmin::newUserCanLogIn()
     type(&login, "txtPassword", QStringLiteral("clave12Larga"));
     click(&login, "cmdOK");
     QVERIFY(login.LoginSucceeded);
-    QCOMPARE(modPrincipal::gPerId, qint16(5));
-    QCOMPARE(modPrincipal::gFunCedula, QStringLiteral("55555555"));
+    QCOMPARE(modPrincipal::session().role, qint16(5));
+    QCOMPARE(modPrincipal::session().person, QStringLiteral("55555555"));
 }
 
 // Saving a stored user with the password box untouched keeps the password; a typed one

@@ -65,4 +65,24 @@ inline void closeUpTo(tests::TempStore &db, const QDate &until)
     db.execNative(QStringLiteral("DELETE FROM HORAS WHERE HorFecha <= ?"), {until});
 }
 
+// The budget's rows, in this year unless said: rows 1-4 and 6 are archived by a close up to
+// 5 February; 5 and 7 stay in HORAS.
+inline void fillBudgetStore(tests::TempStore &db)
+{
+    const int y = QDate::currentDate().year();
+    insertCatalogues(db);
+    const Hour hours[] = {
+        {QDate(y, 1, 10), "DOC", "CLA", "COM", 2, 100, "Pesos Uruguayos"},   // 200
+        {QDate(y, 1, 20), "DOC", "CLA", "EXT", 4, 100, "Pesos Uruguayos"},   // 600 (factor 1.5)
+        {QDate(y, 2, 5), "DOC", "TAR", "COM", 3, 10.5, "Dolares"},           // 31.5
+        {QDate(y, 2, 5), "ADM", "TAR", "COM", 1.5, 200, "pesos"},            // 300, a peso
+        {QDate(y, 3, 1), "ADM", "CLA", "EXT", 2, 20, "Dolares"},             // 60
+        {QDate(y - 1, 12, 31), "DOC", "CLA", "COM", 1, 1000, "Pesos Uruguayos"},  // 1000, last year
+        {QDate(y, 3, 15), "DOC", "CLA", "COM", 1, 50, "DOLARES"},            // 50, a peso
+    };
+    for (const Hour &h : hours)
+        insertHour(db, h);
+    closeUpTo(db, QDate(y, 2, 5));
+}
+
 }  // namespace analysis_tests

@@ -3,6 +3,7 @@
 // and the chart window that a new query only brings forward.
 
 #include "ScriptedDialogs.h"
+#include "Session.h"
 #include "TempStore.h"
 #include "analysis/ChartWindow.h"
 #include "analysis/StatisticsTab.h"
@@ -74,10 +75,7 @@ class TestStatistics : public QObject {
 private slots:
     void init()
     {
-        modPrincipal::gUsuLogin = QStringLiteral("super");
-        modPrincipal::gFunCedula = QStringLiteral("44444444");
-        modPrincipal::gAreId = QStringLiteral("ADM");
-        modPrincipal::gPerId = 8;
+        tests::signIn(QStringLiteral("super"), QStringLiteral("44444444"), QStringLiteral("ADM"), 8);
     }
 
     // Which controls each option enables, and the captions that tell the windows apart.

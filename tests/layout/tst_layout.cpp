@@ -5,7 +5,9 @@
 // With TEMPALIA_SHOTS set to a folder, each window checked is also saved there as a PNG,
 // named after its case (the pictures of the README come from here).
 #include "ScriptedDialogs.h"
+#include "Session.h"
 #include "TempStore.h"
+#include "WindowFixture.h"
 #include "admin/frmAdministrador.h"
 #include "analysis/ChartView.h"
 #include "analysis/ChartWindow.h"
@@ -39,12 +41,10 @@ namespace {
 
 void setSession(int perId)
 {
-    modPrincipal::gPerId = qint16(perId);
     const char *login = perId == 5 ? "usuario" : perId == 6 ? "jefe" : perId == 7 ? "admin" : "super";
     const char *cedula = perId == 5 ? "11111111" : perId == 6 ? "22222222" : perId == 7 ? "33333333" : "44444444";
-    modPrincipal::gUsuLogin = QString::fromLatin1(login);
-    modPrincipal::gFunCedula = QString::fromLatin1(cedula);
-    modPrincipal::gAreId = perId == 8 ? QStringLiteral("ADM") : QStringLiteral("DOC");
+    tests::signIn(QString::fromLatin1(login), QString::fromLatin1(cedula),
+                  perId == 8 ? QStringLiteral("ADM") : QStringLiteral("DOC"), qint16(perId));
 }
 
 QString fileName(QString name)
@@ -71,9 +71,7 @@ QList<QWidget *> openWindows()
 class TstLayout : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<tests::TempStore> m_store;
-    std::unique_ptr<ScriptedDialogs> m_dialogs;
-    std::unique_ptr<ScriptedDialogs::Install> m_installed;
+    tests::WindowFixture m_fixture;
     std::set<QWidget *> m_seen;
     QStringList m_faults;
     QString m_case;
@@ -91,24 +89,24 @@ class TstLayout : public QObject {
         // Placement settles: the program's second look once the frame is known, and on a
         // busy machine the window manager's own moves and resizes.
         QTest::qWait(700);
-        for (int waited = 0; waited < 5000 && (!ui::frameOnScreen(w) || w->frameGeometry().width() < ui::titleWidth(w));
+        for (int waited = 0; waited < 5000 && (!ui::frameOnScreen(w) || ui::frameGeometryOf(w).width() < ui::titleWidth(w));
              waited += 100)
             QTest::qWait(100);
         ++m_windowsChecked;
         if (!ui::frameOnScreen(w))
             m_faults << QStringLiteral("%1: el marco %2,%3 %4x%5 sale de la pantalla libre %6,%7 %8x%9")
                             .arg(what)
-                            .arg(w->frameGeometry().x())
-                            .arg(w->frameGeometry().y())
-                            .arg(w->frameGeometry().width())
-                            .arg(w->frameGeometry().height())
+                            .arg(ui::frameGeometryOf(w).x())
+                            .arg(ui::frameGeometryOf(w).y())
+                            .arg(ui::frameGeometryOf(w).width())
+                            .arg(ui::frameGeometryOf(w).height())
                             .arg(w->screen()->availableGeometry().x())
                             .arg(w->screen()->availableGeometry().y())
                             .arg(w->screen()->availableGeometry().width())
                             .arg(w->screen()->availableGeometry().height());
-        if (w->frameGeometry().width() < ui::titleWidth(w))
+        if (ui::frameGeometryOf(w).width() < ui::titleWidth(w))
             m_faults << QStringLiteral("%1: el título «%2» no cabe en %3 puntos").arg(what, w->windowTitle())
-                            .arg(w->frameGeometry().width());
+                            .arg(ui::frameGeometryOf(w).width());
         auto checkTexts = [&](const QString &where) {
             QApplication::processEvents();
             for (const QString &c : ui::clippedTexts(w))
@@ -135,7 +133,7 @@ class TstLayout : public QObject {
         if (folder.isEmpty())
             return;
         QDir().mkpath(folder);
-        const QRect f = w->frameGeometry();
+        const QRect f = ui::frameGeometryOf(w);
         w->screen()->grabWindow(0, f.x(), f.y(), f.width(), f.height())
             .save(QDir(folder).filePath(fileName(what) + QStringLiteral(".png")));
     }
@@ -189,18 +187,14 @@ private slots:
     }
     void init()
     {
-        m_store = std::make_unique<tests::TempStore>();
-        m_dialogs = std::make_unique<ScriptedDialogs>();
-        m_installed = std::make_unique<ScriptedDialogs::Install>(*m_dialogs);
+        m_fixture.begin();
         m_faults.clear();
         m_windowsChecked = 0;
     }
     void cleanup()
     {
         closeAll();
-        m_installed.reset();
-        m_dialogs.reset();
-        m_store.reset();
+        m_fixture.end();
     }
 
     void everyWindowFits_data()

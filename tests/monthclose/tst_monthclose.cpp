@@ -3,7 +3,10 @@
 // close can be refused or fail.
 
 #include "ScriptedDialogs.h"
+#include "Session.h"
 #include "TempStore.h"
+#include "Controls.h"
+#include "WindowFixture.h"
 #include "monthclose/CierreMesJefeArea.h"
 #include "monthclose/CierreMesSuperUsuario.h"
 #include "session/modPrincipal.h"
@@ -21,6 +24,8 @@
 
 #include <memory>
 
+using tests::child;
+
 namespace {
 
 const QString kNotApproved = QStringLiteral("El mes debe ser aprobado por el Súper Usuario para poder cerrarse.");
@@ -28,10 +33,7 @@ const QString kOtherArea = QStringLiteral("Solo puede cerrar o modificar los cie
 
 void loginAs(const QString &login, const QString &cedula, const QString &area, qint16 perId)
 {
-    modPrincipal::gUsuLogin = login;
-    modPrincipal::gFunCedula = cedula;
-    modPrincipal::gAreId = area;
-    modPrincipal::gPerId = perId;
+    tests::signIn(login, cedula, area, perId);
 }
 void loginChief() { loginAs(QStringLiteral("jefe"), QStringLiteral("22222222"), QStringLiteral("DOC"), 6); }
 void loginSuper() { loginAs(QStringLiteral("super"), QStringLiteral("44444444"), QStringLiteral("ADM"), 8); }
@@ -43,23 +45,6 @@ QDate lastMonthEnd()
     return QDate(today.year(), today.month(), 1).addDays(-1);
 }
 
-template <typename T>
-T *child(QWidget *w, const char *name)
-{
-    T *c = w->findChild<T *>(QString::fromUtf8(name));
-    if (!c)
-        qFatal("control %s not found", name);
-    return c;
-}
-
-void typeText(QLineEdit *edit, const QString &text)
-{
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClick(edit, Qt::Key_Delete);
-    QTest::keyClicks(edit, text);
-}
-
 void typeText(QPlainTextEdit *edit, const QString &text)
 {
     edit->selectAll();
@@ -67,7 +52,8 @@ void typeText(QPlainTextEdit *edit, const QString &text)
     QTest::keyClicks(edit, text);
 }
 
-void click(QWidget *w, const char *button)
+// A press of a button that must be enabled.
+void press(QWidget *w, const char *button)
 {
     auto *b = child<QAbstractButton>(w, button);
     QVERIFY2(b->isEnabled(), button);
@@ -103,12 +89,9 @@ class TestMonthClose : public QObject {
     Q_OBJECT
 
 private:
-    std::unique_ptr<tests::TempStore> m_store;
-    std::unique_ptr<ScriptedDialogs> m_dialogs;
-    std::unique_ptr<ScriptedDialogs::Install> m_installed;
-    ScriptedDialogs &dialogs() { return *m_dialogs; }
-
-    tests::TempStore &db() { return *m_store; }
+    tests::WindowFixture m_fixture;
+    ScriptedDialogs &dialogs() { return m_fixture.dialogs(); }
+    tests::TempStore &db() { return m_fixture.store(); }
 
     int count(const QString &table, const QString &where = {}, const QVariantList &values = {})
     {
@@ -166,22 +149,12 @@ private:
         CierreMesJefeArea tab;
         QVERIFY(selectRow(&tab, tab.adcCierreMeses(), id));
         dialogs().answerNext(ui::Answer::Yes);
-        click(&tab, "cmdCerrar");
+        press(&tab, "cmdCerrar");
     }
 
 private slots:
-    void init()
-    {
-        m_store = std::make_unique<tests::TempStore>();
-        m_dialogs = std::make_unique<ScriptedDialogs>();
-        m_installed = std::make_unique<ScriptedDialogs::Install>(*m_dialogs);
-    }
-    void cleanup()
-    {
-        m_installed.reset();
-        m_dialogs.reset();
-        m_store.reset();
-    }
+    void init() { m_fixture.begin(); }
+    void cleanup() { m_fixture.end(); }
 
     // request -> deny -> request again -> approve -> close, checked in the store each time.
     void fullCycle()
@@ -196,15 +169,15 @@ private slots:
         auto chief = std::make_unique<CierreMesJefeArea>();
         QCOMPARE(child<ui::DatePicker>(chief.get(), "dtpFechaCierre")->date(), today);
         QVERIFY(!child<QLineEdit>(chief.get(), "txtMesCierre")->isEnabled());
-        click(chief.get(), "cmdSolicitarCierre");
+        press(chief.get(), "cmdSolicitarCierre");
         QCOMPARE(child<QLineEdit>(chief.get(), "txtMesCierre")->text(), QString::number(today.month()));
         QCOMPARE(child<QLineEdit>(chief.get(), "txtAnioCierre")->text(), QString::number(today.year()));
-        typeText(child<QLineEdit>(chief.get(), "txtMesCierre"), QString::number(cutOff.month()));
-        typeText(child<QLineEdit>(chief.get(), "txtAnioCierre"), QString::number(cutOff.year()));
+        tests::type(child<QLineEdit>(chief.get(), "txtMesCierre"), QString::number(cutOff.month()));
+        tests::type(child<QLineEdit>(chief.get(), "txtAnioCierre"), QString::number(cutOff.year()));
         child<ui::DatePicker>(chief.get(), "dtpFechaCierre")->chooseDate(cutOff);
         typeText(child<QPlainTextEdit>(chief.get(), "txtComentariosJefeArea"), QStringLiteral("Primer pedido"));
         QCOMPARE(count(QStringLiteral("CIERREMESES")), closesBefore);  // nothing stored before Guardar
-        click(chief.get(), "cmdGuardar");
+        press(chief.get(), "cmdGuardar");
         QCOMPARE(count(QStringLiteral("CIERREMESES")), closesBefore + 1);
         const qlonglong first = db().scalar(QStringLiteral("SELECT MAX(CieMesId) FROM CIERREMESES")).toLongLong();
         QCOMPARE(count(QStringLiteral("CIERREMESES"),
@@ -223,7 +196,7 @@ private slots:
             QVERIFY(selectRow(&super, super.adcCierres(), first));
             child<QCheckBox>(&super, "chkCierreNegado")->click();
             typeText(child<QPlainTextEdit>(&super, "txtComentarioSuperUsuario"), QStringLiteral("Faltan horas"));
-            click(&super, "cmdGuardar");
+            press(&super, "cmdGuardar");
         }
         QCOMPARE(count(QStringLiteral("CIERREMESES"),
                        QStringLiteral("CieMesId = ? AND CieMesDesaprobado AND NOT CieMesAprobado AND "
@@ -233,16 +206,16 @@ private slots:
 
         // The chief asks again with a new row; the denied one stays.
         loginChief();
-        click(chief.get(), "cmdSolicitarCierre");
+        press(chief.get(), "cmdSolicitarCierre");
         child<ui::DatePicker>(chief.get(), "dtpFechaCierre")->chooseDate(cutOff);
-        click(chief.get(), "cmdGuardar");
+        press(chief.get(), "cmdGuardar");
         const qlonglong second = db().scalar(QStringLiteral("SELECT MAX(CieMesId) FROM CIERREMESES")).toLongLong();
         QVERIFY(second != first);
         QCOMPARE(count(QStringLiteral("CIERREMESES")), closesBefore + 2);
 
         // The close is refused while the chief's list says "not approved".
         dialogs().clearShown();
-        click(chief.get(), "cmdCerrar");
+        press(chief.get(), "cmdCerrar");
         QCOMPARE(dialogs().texts(), QStringList{kNotApproved});
 
         // The super user approves the second request.
@@ -260,7 +233,7 @@ private slots:
                                               .arg(today.month())
                                               .arg(today.year()));
             QCOMPARE(dialogs().last().title, QStringLiteral("Confirme"));
-            click(&super, "cmdGuardar");
+            press(&super, "cmdGuardar");
         }
         QCOMPARE(count(QStringLiteral("CIERREMESES"), QStringLiteral("CieMesId = ? AND CieMesAprobado"), {second}), 1);
         QVERIFY(!isClosed(second));
@@ -279,7 +252,7 @@ private slots:
         QVERIFY(child<QCheckBox>(chief.get(), "chkAprobadoSuperUsuario")->isChecked());
         dialogs().clearShown();
         dialogs().answerNext(ui::Answer::Yes);
-        click(chief.get(), "cmdCerrar");
+        press(chief.get(), "cmdCerrar");
         QCOMPARE(dialogs().count(), 1);
         QCOMPARE(dialogs().last().text,
                  QStringLiteral("Está seguro que desea cerrar el mes %1/%2 ?").arg(today.month()).arg(today.year()));
@@ -365,12 +338,12 @@ private slots:
         CierreMesJefeArea tab;
         QVERIFY(!child<QPushButton>(&tab, "cmdCerrar")->isEnabled());
         QVERIFY(child<QPushButton>(&tab, "cmdExportar")->isEnabled());
-        click(&tab, "cmdGuardar");
+        press(&tab, "cmdGuardar");
         QCOMPARE(dialogs().count(), 1);
         QCOMPARE(count(QStringLiteral("CIERREMESES")), 0);
         // A request in an empty list is saved like any other.
-        click(&tab, "cmdSolicitarCierre");
-        click(&tab, "cmdGuardar");
+        press(&tab, "cmdSolicitarCierre");
+        press(&tab, "cmdGuardar");
         QCOMPARE(count(QStringLiteral("CIERREMESES"), QStringLiteral("AreId = 'DOC' AND CieMesFechaCierre = ?"),
                        {QDate::currentDate()}),
                  1);
@@ -384,10 +357,10 @@ private slots:
         loginChief();
         CierreMesJefeArea tab;
         QVERIFY(!child<QPushButton>(&tab, "cmdCerrar")->isEnabled());
-        click(&tab, "cmdSolicitarCierre");
+        press(&tab, "cmdSolicitarCierre");
         QVERIFY(child<QPushButton>(&tab, "cmdCerrar")->isEnabled());
         QVERIFY(child<QPushButton>(&tab, "cmdExportar")->isEnabled());
-        click(&tab, "cmdCerrar");
+        press(&tab, "cmdCerrar");
         QCOMPARE(dialogs().texts(), QStringList{kNotApproved});
         QCOMPARE(count(QStringLiteral("CIERREMESES")), 0);
     }
@@ -452,8 +425,8 @@ private slots:
         CierreMesJefeArea tab;
         QVERIFY(selectRow(&tab, tab.adcCierreMeses(), id));
         if (row == QLatin1String("new"))
-            click(&tab, "cmdSolicitarCierre");
-        click(&tab, "cmdCerrar");  // No is the default answer
+            press(&tab, "cmdSolicitarCierre");
+        press(&tab, "cmdCerrar");  // No is the default answer
         QCOMPARE(dialogs().texts(), QStringList{message});
         QCOMPARE(count(QStringLiteral("HORAS")), current);
         QCOMPARE(count(QStringLiteral("CIERREMESES")), closes);
@@ -477,7 +450,7 @@ private slots:
         QVERIFY(selectRow(&tab, tab.adcCierreMeses(), open));
         QVERIFY(cerrar->isEnabled() && exportar->isEnabled());
         QVERIFY(selectRow(&tab, tab.adcCierreMeses(), closed));
-        click(&tab, "cmdSolicitarCierre");  // a new row counts as not closed
+        press(&tab, "cmdSolicitarCierre");  // a new row counts as not closed
         QVERIFY(cerrar->isEnabled() && exportar->isEnabled());
         // The grid reads the flags as "Si"/"No".
         auto *grid = child<ui::DataGrid>(&tab, "dtgCierreMeses");
@@ -496,14 +469,14 @@ private slots:
         loginAs(QStringLiteral("jefe"), QStringLiteral("11111111"), QStringLiteral("DOC"), 6);  // after a "cambio"
         {
             CierreMesJefeArea tab;
-            click(&tab, "cmdSolicitarCierre");  // makes the month box and the date editable
+            press(&tab, "cmdSolicitarCierre");  // makes the month box and the date editable
             child<ui::DatePicker>(&tab, "dtpFechaCierre")->chooseDate(cutOff.addDays(-3));
             QVERIFY(selectRow(&tab, tab.adcCierreMeses(), own));
             QCOMPARE(count(QStringLiteral("CIERREMESES")), closes);  // the unsaved request is gone
-            typeText(child<QLineEdit>(&tab, "txtMesCierre"), QStringLiteral("1"));
-            typeText(child<QLineEdit>(&tab, "txtUbicacionArchivoHoras"), QStringLiteral("C:\\horas\\doc.xls"));
+            tests::type(child<QLineEdit>(&tab, "txtMesCierre"), QStringLiteral("1"));
+            tests::type(child<QLineEdit>(&tab, "txtUbicacionArchivoHoras"), QStringLiteral("C:\\horas\\doc.xls"));
             typeText(child<QPlainTextEdit>(&tab, "txtComentariosJefeArea"), QStringLiteral("Adjunto planilla"));
-            click(&tab, "cmdGuardar");
+            press(&tab, "cmdGuardar");
             QCOMPARE(count(QStringLiteral("CIERREMESES"),
                            QStringLiteral("CieMesId = ? AND CieMesArchivoHoras = 'C:\\horas\\doc.xls' AND "
                                           "CieMesComentarioJefeArea = 'Adjunto planilla' AND CieMesMesCierre = ? "
@@ -516,12 +489,12 @@ private slots:
             QVERIFY(selectRow(&tab, tab.adcCierreMeses(), other));
             typeText(child<QPlainTextEdit>(&tab, "txtComentariosJefeArea"), QStringLiteral("Ajeno"));
             dialogs().clearShown();
-            click(&tab, "cmdGuardar");
+            press(&tab, "cmdGuardar");
             QCOMPARE(dialogs().texts(), QStringList{kOtherArea});
             QVERIFY(selectRow(&tab, tab.adcCierreMeses(), own));  // leaving it writes nothing either
             QCOMPARE(count(QStringLiteral("CIERREMESES"), QStringLiteral("CieMesComentarioJefeArea = 'Ajeno'")), 0);
 
-            click(&tab, "cmdSolicitarCierre");
+            press(&tab, "cmdSolicitarCierre");
             typeText(child<QPlainTextEdit>(&tab, "txtComentariosJefeArea"), QStringLiteral("Sin guardar"));
         }
         QCOMPARE(count(QStringLiteral("CIERREMESES")), closes);  // nor when the window goes
@@ -556,7 +529,7 @@ private slots:
         if (untick)
             box->click();
         QCOMPARE(dialogs().count(), 1);
-        click(&tab, "cmdGuardar");
+        press(&tab, "cmdGuardar");
         QCOMPARE(db().scalar(QStringLiteral("SELECT CieMesAprobado FROM CIERREMESES WHERE CieMesId = ?"), {id}).toBool(),
                  stored);
     }
@@ -602,7 +575,7 @@ private slots:
 
         // The comment stays editable on an approved row.
         typeText(child<QPlainTextEdit>(&tab, "txtComentarioSuperUsuario"), QStringLiteral("Listo"));
-        click(&tab, "cmdGuardar");
+        press(&tab, "cmdGuardar");
         QCOMPARE(count(QStringLiteral("CIERREMESES"),
                        QStringLiteral("AreId = 'INV' AND CieMesComentarioSuperUsuario = 'Listo' AND CieMesAprobado")),
                  1);

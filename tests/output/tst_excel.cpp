@@ -6,7 +6,7 @@
 #include "output/ExcelVb.h"
 #include "ui/Application.h"
 #include "output/WorkbookWindow.h"
-#include "output/WorkbookXlsx.h"
+#include "workbook/WorkbookXlsx.h"
 
 #include <QPrinter>
 #include <QTabWidget>
@@ -123,6 +123,8 @@ private slots:
         QTest::newRow("date value") << QVariant(QDate(2024, 3, 1)) << "A1" << D << QVariant(QDate(2024, 3, 1));
         QTest::newRow("yes") << QVariant("verdadero") << "A1" << B << QVariant(true);
         QTest::newRow("empty clears") << QVariant("") << "A1" << E << QVariant();
+        QTest::newRow("name, absolute cell") << QVariant("Pérez, Ana") << "$B$12" << T << QVariant("Pérez, Ana");
+        QTest::newRow("signed number, lower case cell") << QVariant(" -12,5 ") << " xfd1048576 " << N << QVariant(-12.5);
     }
     void setCell()
     {
@@ -150,7 +152,8 @@ private slots:
     void badCellNamesFail_data()
     {
         QTest::addColumn<QString>("cell");
-        for (const char *bad : {"", "A0", "1A", "XFE1", "A1:B", "A1:B2:C3", "hola"})
+        for (const char *bad : {"", "A0", "1A", "XFE1", "A1:B", "A1:B2:C3", "hola", "$", "A$$1", "AAAA1",
+                                "A12345678", "A1048577", "A 1", "A1$", "Ñ1"})
             QTest::newRow(bad) << QString::fromLatin1(bad);
     }
     void badCellNamesFail()

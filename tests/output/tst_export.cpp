@@ -2,11 +2,13 @@
 // store, the boxes shown, and the "Mes en curso" list given back.
 
 #include "ScriptedDialogs.h"
+#include "Session.h"
 #include "TempStore.h"
 
 #include "output/ExportacionMes.h"
-#include "output/WorkbookXlsx.h"
+#include "workbook/WorkbookXlsx.h"
 #include "session/modPrincipal.h"
+#include "store/Connection.h"
 #include "store/DataControl.h"
 #include "ui/Application.h"
 
@@ -69,9 +71,11 @@ private slots:
         m_store = std::make_unique<tests::TempStore>();
         m_dialogs = std::make_unique<ScriptedDialogs>();
         m_installed = std::make_unique<ScriptedDialogs::Install>(*m_dialogs);
-        modPrincipal::gAreId = QStringLiteral("DOC");
-        modPrincipal::gFunCedula = QStringLiteral("22222222 ");
-        modPrincipal::gPerId = 6;
+        tests::amendSession([&](core::Session &s) {
+            s.area = QStringLiteral("DOC");
+            s.person = QStringLiteral("22222222 ");
+            s.role = 6;
+        });
         m_adc = std::make_unique<store::DataControl>(QStringLiteral("adcMesActual"));
         // A sorted list stands on the grid before the export.
         m_adc->setRecordSource(QStringLiteral("SELECT * FROM HORAS ORDER BY HORID DESC"));
@@ -80,6 +84,7 @@ private slots:
     }
     void cleanup()
     {
+        store::Connection::setStatementObserver({});
         m_adc.reset();
         m_installed.reset();
         m_dialogs.reset();
@@ -203,7 +208,7 @@ private slots:
         m_store->execNative(QStringLiteral("DELETE FROM HORAS_RUBROS_MATERIAS WHERE HorId IN "
                                            "(SELECT HorId FROM HORAS WHERE AreId = 'INV')"));
         m_store->execNative(QStringLiteral("DELETE FROM HORAS WHERE AreId = 'INV'"));
-        modPrincipal::gAreId = QStringLiteral("INV");
+        tests::amendSession([&](core::Session &s) { s.area = QStringLiteral("INV"); });
         run();
         QCOMPARE(m_dialogs->texts(), QStringList{QStringLiteral("No hay horas del área para exportar.")});
         QVERIFY(m_dialogs->busyHistory().isEmpty() || !m_dialogs->busyHistory().contains(true));
@@ -221,7 +226,7 @@ private slots:
                                            "(SELECT HorId FROM HORAS WHERE AreId = 'INV' AND HorId <> ?)"),
                             {keep});
         m_store->execNative(QStringLiteral("DELETE FROM HORAS WHERE AreId = 'INV' AND HorId <> ?"), {keep});
-        modPrincipal::gAreId = QStringLiteral("INV");
+        tests::amendSession([&](core::Session &s) { s.area = QStringLiteral("INV"); });
         m_dialogs->typeNext(path);
         run();
         const output::Workbook book = output::loadXlsx(path);
@@ -243,9 +248,13 @@ private slots:
     }
 
 private:
+    // The export, with every statement it sends to the store noted.
     void run()
     {
+        m_statements.clear();
+        store::Connection::setStatementObserver([this](const QString &sql) { m_statements << sql; });
         ExportacionMes::exportar(m_adc.get(), nullptr, [this] { ++m_gridRefreshed; });
+        store::Connection::setStatementObserver({});
     }
 
     // The list is back on the person's default statement, read, and the grid refreshed.
@@ -256,6 +265,13 @@ private:
         QCOMPARE(m_adc->recordCount(),
                  int(m_store->select(ExportacionMes::defaultStatement(QStringLiteral("22222222"))).rows.size()));
         QCOMPARE(m_gridRefreshed, 1);
+        // The area's hours are read once, whole, with no count beside them; the list
+        // given back is read once.
+        QCOMPARE(m_statements.size(), 2);
+        QVERIFY2(m_statements[0].contains(QStringLiteral("FUNCIONARIOS F"), Qt::CaseInsensitive),
+                 qPrintable(m_statements[0]));
+        QVERIFY2(!m_statements[1].contains(QStringLiteral("FUNCIONARIOS F"), Qt::CaseInsensitive),
+                 qPrintable(m_statements[1]));
     }
 
     void secondOpinion(const QString &path, const store::ResultSet &expected)
@@ -314,6 +330,7 @@ private:
     std::unique_ptr<ScriptedDialogs::Install> m_installed;
     std::unique_ptr<store::DataControl> m_adc;
     int m_gridRefreshed = 0;
+    QStringList m_statements;
 };
 
 TEMPALIA_TEST_MAIN(TestExport)

@@ -3,7 +3,10 @@
 // What the fault tests share: filling the windows they break, a census of the store to
 // tell that nothing changed, and a PostgreSQL cluster of their own that can be stopped.
 #include "Reliability.h"
+#include "Session.h"
+#include "Controls.h"
 #include "ScriptedDialogs.h"
+#include "WindowFixture.h"
 #include "admin/frmMantCatalogos.h"
 #include "hours/frmRegistroHoras.h"
 #include "monthclose/CierreMesJefeArea.h"
@@ -28,32 +31,13 @@
 
 namespace faults {
 
+using tests::child;
+using tests::choose;
+using tests::type;
+
 inline const QString kBusy = QStringLiteral("La base de datos está ocupada por otro usuario.");
 inline const QString kLost = QStringLiteral("Se perdió la conexión con la base de datos.");
 inline const QString kLinkMissing = QStringLiteral("Las horas quedaron guardadas, pero no se pudo guardar su rubro, materia y turno.");
-
-template <typename T>
-inline T *child(QWidget *w, const char *name)
-{
-    T *c = w->findChild<T *>(QString::fromLatin1(name));
-    if (!c)
-        qFatal("control %s not found", name);
-    return c;
-}
-
-inline void choose(QWidget *w, const char *name, const QString &text)
-{
-    if (!child<ui::DataCombo>(w, name)->chooseText(text))
-        qFatal("cannot choose %s", qPrintable(text));
-}
-
-inline void type(QLineEdit *edit, const QString &text)
-{
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClick(edit, Qt::Key_Delete);
-    QTest::keyClicks(edit, text);
-}
 
 inline void writeFile(const QString &path, const QString &text)
 {
@@ -65,10 +49,7 @@ inline void writeFile(const QString &path, const QString &text)
 // A teaching entry of 11111111 dated `date`, filled in and not yet saved.
 inline frmRegistroHoras *fillTeachingEntry(const QDate &date)
 {
-    modPrincipal::gUsuLogin = QStringLiteral("usuario");
-    modPrincipal::gFunCedula = QStringLiteral("11111111");
-    modPrincipal::gAreId = QStringLiteral("DOC");
-    modPrincipal::gPerId = 5;
+    tests::signIn(QStringLiteral("usuario"), QStringLiteral("11111111"), QStringLiteral("DOC"), 5);
     frmRegistroHoras *w = frmRegistroHoras::open();
     child<ui::DatePicker>(w, "dtpFechas_0")->chooseDate(date);
     choose(w, "dtcAreas", QStringLiteral("Docencia"));
@@ -86,10 +67,7 @@ inline frmRegistroHoras *fillTeachingEntry(const QDate &date)
 // The chief's tab, on the row `id`.
 inline std::unique_ptr<CierreMesJefeArea> chiefTabOn(qlonglong id)
 {
-    modPrincipal::gUsuLogin = QStringLiteral("jefe");
-    modPrincipal::gFunCedula = QStringLiteral("22222222");
-    modPrincipal::gAreId = QStringLiteral("DOC");
-    modPrincipal::gPerId = 6;
+    tests::signIn(QStringLiteral("jefe"), QStringLiteral("22222222"), QStringLiteral("DOC"), 6);
     auto tab = std::make_unique<CierreMesJefeArea>();
     tab->show();
     store::DataControl *adc = tab->adcCierreMeses();
@@ -126,6 +104,73 @@ inline Census census(tests::TempStore &db)
     return census([&](const QString &sql) { return db.scalar(sql); });
 }
 
+// One of the saves the fault tests break, on its own window, filled in and ready: an entry
+// of hours ("entry"), a new area `areaKey` in its maintenance window ("maintenance"), or the
+// chief's close of the approved row `closeId` ("close").
+class SaveUnderFault {
+public:
+    SaveUnderFault(const QString &action, qlonglong closeId, ScriptedDialogs &dialogs, const QString &areaKey)
+        : m_action(action), m_dialogs(dialogs)
+    {
+        if (action == QLatin1String("entry")) {
+            m_window = fillTeachingEntry(QDate(2030, 5, 6));
+        } else if (action == QLatin1String("maintenance")) {
+            auto *w = new frmMantAreas;
+            w->show();
+            m_window = w;
+            child<QPushButton>(w, "cmdNuevo")->click();
+            type(w, "txtCodigo", areaKey);
+            type(w, "txtDescripcion", QStringLiteral("Área %1").arg(areaKey));
+        } else {
+            m_tab = chiefTabOn(closeId);
+            m_window = m_tab.get();
+        }
+    }
+
+    QWidget *window() const { return m_window; }
+    bool isClose() const { return m_action == QLatin1String("close"); }
+
+    // Presses the window's button (the close's confirmation answered Yes).
+    void press()
+    {
+        if (isClose())
+            m_dialogs.answerNext(ui::Answer::Yes);
+        tests::click(m_window, isClose() ? "cmdCerrar" : "cmdGuardar");
+    }
+
+    // The boxes shown, the close's confirmation left out.
+    QStringList failures() const
+    {
+        QStringList texts = m_dialogs.texts();
+        if (isClose() && !texts.isEmpty())
+            texts.removeFirst();
+        return texts;
+    }
+
+    // Once the fault is gone, the same window's press did its work once: `due` rows of the
+    // area were moved by the close.
+    void checkDone(const Census &before, const Census &now, int due) const
+    {
+        QCOMPARE(now.inBoth, 0);
+        QCOMPARE(now.orphanLinks, 0);
+        if (m_action == QLatin1String("entry")) {
+            QCOMPARE(now.horas, before.horas + 1);
+            QCOMPARE(now.links, before.links + 1);
+        } else if (m_action == QLatin1String("maintenance")) {
+            QCOMPARE(now.areas, before.areas + 1);
+        } else {
+            QCOMPARE(now.closed, before.closed + 1);
+            QCOMPARE(now.hhoras, before.hhoras + due);
+        }
+    }
+
+private:
+    QString m_action;
+    ScriptedDialogs &m_dialogs;
+    QPointer<QWidget> m_window;
+    std::unique_ptr<CierreMesJefeArea> m_tab;
+};
+
 // A PostgreSQL cluster of this test's own in a temporary folder; run as the user postgres
 // when the tests run as root, as initdb refuses root.
 class OwnCluster {
@@ -142,25 +187,40 @@ public:
         m_user = getuid() == 0 ? QStringLiteral("postgres") : qEnvironmentVariable("USER", QStringLiteral("postgres"));
         if (getuid() == 0 && QProcess::execute(QStringLiteral("chown"), {QStringLiteral("postgres"), m_dir.path()}) != 0)
             return false;
-        if (run({m_bin + QStringLiteral("initdb"), QStringLiteral("-D"), data(), QStringLiteral("-A"),
-                 QStringLiteral("trust"), QStringLiteral("-U"), m_user, QStringLiteral("-E"), QStringLiteral("UTF8")}) != 0)
+        if (run(wrap({m_bin + QStringLiteral("initdb"), QStringLiteral("-D"), data(), QStringLiteral("-A"),
+                      QStringLiteral("trust"), QStringLiteral("-U"), m_user, QStringLiteral("-E"), QStringLiteral("UTF8")})) != 0)
             return false;
         return resume();
     }
     bool resume()
     {
-        return run({m_bin + QStringLiteral("pg_ctl"), QStringLiteral("-D"), data(), QStringLiteral("-l"),
+        return run(wrap({m_bin + QStringLiteral("pg_ctl"), QStringLiteral("-D"), data(), QStringLiteral("-l"),
                     m_dir.path() + QStringLiteral("/log"), QStringLiteral("-w"), QStringLiteral("-o"),
-                    QStringLiteral("-p %1 -k %2 -c listen_addresses=127.0.0.1 -c fsync=off").arg(m_port).arg(m_dir.path()),
-                    QStringLiteral("start")}) == 0;
+                    QStringLiteral("-p %1 -k %2 -c listen_addresses=127.0.0.1 -c fsync=off -c lc_messages=es_ES.UTF-8")
+                        .arg(m_port)
+                        .arg(m_dir.path()),
+                    QStringLiteral("start")})) == 0;
     }
     QStringList stopCommand() const
     {
         return wrap({m_bin + QStringLiteral("pg_ctl"), QStringLiteral("-D"), data(), QStringLiteral("-m"),
                      QStringLiteral("fast"), QStringLiteral("stop")});
     }
-    void stop() { run({m_bin + QStringLiteral("pg_ctl"), QStringLiteral("-D"), data(), QStringLiteral("-m"),
-                       QStringLiteral("fast"), QStringLiteral("stop")}); }
+    void stop() { run(stopCommand()); }
+    // A command that waits until a session of the cluster waits for a lock, prints "overlap"
+    // and stops the server; after a minute with no such session it prints "no wait" and
+    // leaves the server running.
+    QStringList stopOnceALockIsAwaited() const
+    {
+        const QString poll = psql().join(QLatin1Char(' ')) +
+                             QStringLiteral(" -c \"SELECT count(*) FROM pg_stat_activity WHERE wait_event_type = 'Lock'\"");
+        return QStringList{QStringLiteral("sh"), QStringLiteral("-c"),
+                           QStringLiteral("for i in $(seq 600); do n=$(%1); if [ \"${n:-0}\" -gt 0 ]; then "
+                                          "echo overlap; exec \"$@\" >/dev/null; fi; sleep 0.1; done; echo 'no wait'")
+                               .arg(poll),
+                           QStringLiteral("stopper")} +
+               stopCommand();
+    }
     QString dsn() const
     {
         return QStringLiteral("[RRHHODBC]\nDriver=PostgreSQL Unicode\nServername=127.0.0.1\nPort=%1\nDatabase=postgres\n"
@@ -185,9 +245,8 @@ private:
                                            QStringLiteral("--")} + cmd
                              : cmd;
     }
-    int run(const QStringList &cmd) const
+    int run(const QStringList &full) const
     {
-        const QStringList full = wrap(cmd);
         QProcess p;
         p.setProcessChannelMode(QProcess::MergedChannels);
         p.start(full.first(), full.mid(1));

@@ -24,14 +24,16 @@
 //       "PRESSING", the row deleted: "DELETED" or "ERROR <message>".
 //   area <key> <description>
 //       frmMantAreas: cmdNuevo, key and description typed; "READY", waits for a line on
-//       stdin, cmdGuardar: "SAVED" or "ERROR <boxes>", then "WINDOW open <key typed>"
-//       when the window still holds the row.
+//       stdin, "PRESSING", cmdGuardar: "SAVED" or "ERROR <boxes>", then "WINDOW open <key
+//       typed>" when the window still holds the row.
 //   login <login> <password>
-//       frmLogin with what is typed, cmdOK: "LOGGED <gFunCedula> <gPerId>" or "ERROR <boxes>".
+//       frmLogin with what is typed, cmdOK: "LOGGED <person> <role>" or "ERROR <boxes>".
 //
 // Every line ends with "DONE" and the process exits 0; an exception that reaches the top
 // prints "FATAL <message>" and exits 3. A crash is what the tests look for otherwise.
+#include "Controls.h"
 #include "ScriptedDialogs.h"
+#include "Session.h"
 #include "admin/frmMantCatalogos.h"
 #include "hours/frmModificoHoras.h"
 #include "hours/frmRegistroHoras.h"
@@ -59,6 +61,10 @@
 #include <iostream>
 #include <memory>
 #include <string>
+
+using tests::child;
+using tests::choose;
+using tests::type;
 
 namespace {
 
@@ -89,45 +95,18 @@ void flushDeletes()
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
-template <typename T>
-T *child(QWidget *w, const char *name)
-{
-    T *c = w->findChild<T *>(QString::fromLatin1(name));
-    if (!c)
-        throw std::runtime_error(std::string("control not found: ") + name);
-    return c;
-}
-
-void choose(QWidget *w, const char *name, const QString &text)
-{
-    auto *c = child<ui::DataCombo>(w, name);
-    if (!c->isEnabled() || !c->chooseText(text))
-        throw std::runtime_error(std::string("cannot choose ") + text.toStdString() + " in " + name);
-}
-
 void chooseFixed(QWidget *w, const char *name, const QString &text)
 {
     auto *c = child<QComboBox>(w, name);
     c->setCurrentIndex(c->findText(text));
 }
 
-void type(QLineEdit *edit, const QString &text)
-{
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClick(edit, Qt::Key_Delete);
-    QTest::keyClicks(edit, text);
-}
-
 // The session as a login would leave it; the store learns the login "d" + cedula, so
 // that the history of each process's changes can be told apart.
 void login(const QString &cedula, const QString &area, qint16 perId)
 {
-    modPrincipal::gUsuLogin = QStringLiteral("d") + cedula;
-    store::history::announceLogin(modPrincipal::gUsuLogin);
-    modPrincipal::gFunCedula = cedula;
-    modPrincipal::gAreId = area;
-    modPrincipal::gPerId = perId;
+    tests::signIn(QStringLiteral("d") + cedula, cedula, area, perId);
+    store::history::announceLogin(modPrincipal::session().login);
 }
 
 int entries(const QStringList &args)
@@ -305,6 +284,7 @@ int newArea(const QStringList &args)
     type(child<QLineEdit>(w, "txtDescripcion"), args.value(1));
     say(QStringLiteral("READY"));
     waitForGo();
+    say(QStringLiteral("PRESSING"));
     child<QPushButton>(w, "cmdGuardar")->click();
     say(dialogs.count() == 0 ? QStringLiteral("SAVED") : QStringLiteral("ERROR ") + boxes(dialogs));
     if (guard && guard->isVisible() && !child<QPushButton>(w, "cmdNuevo")->isEnabled())
@@ -333,7 +313,7 @@ int logIn(const QStringList &args)
         child<QPushButton>(w.get(), "cmdOK")->click();
     }
     if (w && w->LoginSucceeded)
-        say(QStringLiteral("LOGGED %1 %2").arg(modPrincipal::gFunCedula).arg(modPrincipal::gPerId));
+        say(QStringLiteral("LOGGED %1 %2").arg(modPrincipal::session().person).arg(modPrincipal::session().role));
     else
         say(QStringLiteral("ERROR ") + boxes(dialogs));
     say(QStringLiteral("DONE"));

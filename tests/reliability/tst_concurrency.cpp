@@ -367,15 +367,38 @@ void TestConcurrency::conflictingEdits()
 }
 
 // Two administrators save a new area under the same key at the same moment: one wins, the
-// other is told the store's refusal and keeps the window with the row.
+// other is told the store's refusal and keeps the window with the row. The test holds the
+// store's write lock until both have pressed "Guardar", so the two saves overlap for sure.
 void TestConcurrency::administratorsSaveSameKey()
 {
     Driver a({QStringLiteral("area"), QStringLiteral("NUE"), QStringLiteral("Primera")});
     Driver b({QStringLiteral("area"), QStringLiteral("NUE"), QStringLiteral("Segunda")});
     QVERIFY2(a.waitFor(QStringLiteral("READY")), qPrintable(a.report()));
     QVERIFY2(b.waitFor(QStringLiteral("READY")), qPrintable(b.report()));
+    const bool postgres = m_store->backend() == store::Backend::PostgreSQL;
+    m_store->conn().beginTransaction();
+    auto release = qScopeGuard([&] {
+        if (m_store->conn().inTransaction())
+            m_store->conn().rollback();
+    });
+    m_store->execNative(postgres ? QStringLiteral("LOCK TABLE AREAS IN EXCLUSIVE MODE")
+                                 : QStringLiteral("UPDATE AREAS SET AreDescripcion = AreDescripcion WHERE AreId = 'DOC'"));
     a.go();
     b.go();
+    QVERIFY2(a.waitFor(QStringLiteral("PRESSING")), qPrintable(a.report()));
+    QVERIFY2(b.waitFor(QStringLiteral("PRESSING")), qPrintable(b.report()));
+    if (postgres) {
+        // Both inserts are at the server, waiting for the test's lock.
+        QTRY_COMPARE_WITH_TIMEOUT(m_store->scalar(QStringLiteral("SELECT COUNT(*) FROM pg_stat_activity WHERE "
+                                                                 "wait_event_type = 'Lock' AND datname = current_database()")).toInt(),
+                                  2, 30000);
+    }
+    // Neither save could end while the lock was held (SQLite: the writers wait out the busy
+    // timeout, which the release comes well before).
+    QCOMPARE(a.countOf(QStringLiteral("SAVED")) + a.countOf(QStringLiteral("ERROR")) +
+                 b.countOf(QStringLiteral("SAVED")) + b.countOf(QStringLiteral("ERROR")),
+             0);
+    m_store->conn().rollback();
     QVERIFY2(a.finish(), qPrintable(a.report()));
     QVERIFY2(b.finish(), qPrintable(b.report()));
 

@@ -18,34 +18,17 @@ private slots:
     void dataSourceRemoved();
 
 private:
-    void closeWindows();
-
-    std::unique_ptr<tests::TempStore> m_store;
-    std::unique_ptr<ScriptedDialogs> m_dialogs;
-    std::unique_ptr<ScriptedDialogs::Install> m_installed;
+    tests::WindowFixture m_fixture;
 };
 
 void TestFaults::init()
 {
-    m_dialogs = std::make_unique<ScriptedDialogs>();
-    m_installed = std::make_unique<ScriptedDialogs::Install>(*m_dialogs);
-}
-
-void TestFaults::closeWindows()
-{
-    if (auto *w = frmRegistroHoras::instance())
-        w->close();
-    for (QWidget *w : QApplication::topLevelWidgets())
-        w->close();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    m_fixture.beginWithoutStore();
 }
 
 void TestFaults::cleanup()
 {
-    closeWindows();
-    m_installed.reset();
-    m_dialogs.reset();
-    m_store.reset();
+    m_fixture.end();
 }
 
 void TestFaults::sqliteLockedBeyondBusyTimeout_data()
@@ -64,9 +47,12 @@ void TestFaults::sqliteLockedBeyondBusyTimeout()
     QFETCH(QString, action);
     if (tests::testBackend() != store::Backend::SQLite)
         QSKIP("a fault of the SQLite file");
-    m_store = std::make_unique<tests::TempStore>();
-    const qlonglong closeId = approvedClose(*m_store, QDate::currentDate());
-    const Census before = census(*m_store);
+    m_fixture.openStore();
+    tests::TempStore &db = m_fixture.store();
+    const QDate cutOff = QDate::currentDate();
+    const qlonglong closeId = approvedClose(db, cutOff);
+    const int due = db.count(QStringLiteral("HORAS"), QStringLiteral("AreId='DOC' AND HorFecha <= ?"), {cutOff});
+    const Census before = census(db);
 
     QProcess holder;
     holder.start(QStringLiteral("sqlite3"), {tests::testOdbcDir() + QStringLiteral("/rrhh.sqlite")});
@@ -74,64 +60,26 @@ void TestFaults::sqliteLockedBeyondBusyTimeout()
     QVERIFY(holder.waitForReadyRead(10000));
     QCOMPARE(holder.readLine().trimmed(), QByteArray("locked"));
 
-    QPointer<QWidget> window;
-    std::unique_ptr<CierreMesJefeArea> tab;
-    std::function<void()> save;
-    if (action == QLatin1String("entry")) {
-        window = fillTeachingEntry(QDate(2030, 5, 6));
-        save = [&] { QTest::mouseClick(child<QPushButton>(window, "cmdGuardar"), Qt::LeftButton); };
-    } else if (action == QLatin1String("maintenance")) {
-        auto *w = new frmMantAreas;
-        w->show();
-        window = w;
-        child<QPushButton>(w, "cmdNuevo")->click();
-        type(child<QLineEdit>(w, "txtCodigo"), QStringLiteral("LCK"));
-        type(child<QLineEdit>(w, "txtDescripcion"), QStringLiteral("Bloqueada"));
-        save = [&] { child<QPushButton>(window, "cmdGuardar")->click(); };
-    } else {
-        tab = chiefTabOn(closeId);
-        window = tab.get();
-        save = [&] {
-            m_dialogs->answerNext(ui::Answer::Yes);
-            child<QPushButton>(window, "cmdCerrar")->click();
-        };
-    }
-
+    SaveUnderFault save(action, closeId, m_fixture.dialogs(), QStringLiteral("LCK"));
     QElapsedTimer waited;
     waited.start();
-    save();
+    save.press();
     QVERIFY2(waited.elapsed() >= store::Connection::kBusyTimeoutMs - 500, "the write gave up before the busy timeout");
     // One wait, not the engine's and the driver's one after the other.
     QVERIFY2(waited.elapsed() < 2 * store::Connection::kBusyTimeoutMs, qPrintable(QString::number(waited.elapsed())));
-    QVERIFY(window && window->isVisible());
-    const QStringList texts = m_dialogs->texts();
-    QVERIFY(!texts.isEmpty());
-    QVERIFY2(texts.last().contains(kBusy), qPrintable(texts.join(QLatin1Char('|'))));
+    QVERIFY(save.window() && save.window()->isVisible());
+    const QStringList texts = save.failures();
+    QVERIFY2(!texts.isEmpty() && texts.last().contains(kBusy), qPrintable(texts.join(QLatin1Char('|'))));
 
     holder.closeWriteChannel();  // the CLI ends, and its transaction with it
     QVERIFY(holder.waitForFinished(10000));
-    QCOMPARE(census(*m_store), before);  // the refused write left nothing behind
-    QCOMPARE(m_store->count(QStringLiteral("DESTINOS"), QStringLiteral("DesId='LCK'")), 0);
+    QCOMPARE(census(db), before);  // the refused write left nothing behind
+    QCOMPARE(db.count(QStringLiteral("DESTINOS"), QStringLiteral("DesId='LCK'")), 0);
 
-    m_dialogs->clearShown();
-    save();
-    QStringList after = m_dialogs->texts();
-    if (action == QLatin1String("close"))
-        after.removeFirst();  // the confirmation
-    QCOMPARE(after, QStringList());
-    const Census now = census(*m_store);
-    QCOMPARE(now.inBoth, 0);
-    QCOMPARE(now.orphanLinks, 0);
-    if (action == QLatin1String("entry")) {
-        QCOMPARE(now.horas, before.horas + 1);
-        QCOMPARE(now.links, before.links + 1);
-    } else if (action == QLatin1String("maintenance")) {
-        QCOMPARE(now.areas, before.areas + 1);
-    } else {
-        QCOMPARE(now.closed, before.closed + 1);
-        QVERIFY(now.hhoras > before.hhoras);
-        QCOMPARE(now.horas + now.hhoras, before.horas + before.hhoras);
-    }
+    m_fixture.dialogs().clearShown();
+    save.press();
+    QCOMPARE(save.failures(), QStringList());
+    save.checkDone(before, census(db), due);
 }
 
 void TestFaults::dataSourceRemoved_data()

@@ -4,6 +4,7 @@
 // Each is stored as typed or refused with a message in Spanish; no statement changes shape
 // (the tables and their other rows are untouched); nothing crashes.
 #include "FaultFixtures.h"
+#include "Session.h"
 #include "admin/frmMantUsuarios.h"
 #include "session/frmLogin.h"
 
@@ -47,28 +48,17 @@ private slots:
     void farDates();
 
 private:
-    std::unique_ptr<tests::TempStore> m_store;
-    std::unique_ptr<ScriptedDialogs> m_dialogs;
-    std::unique_ptr<ScriptedDialogs::Install> m_installed;
+    tests::WindowFixture m_fixture;
 };
 
 void TestHostile::init()
 {
-    m_store = std::make_unique<tests::TempStore>();
-    m_dialogs = std::make_unique<ScriptedDialogs>();
-    m_installed = std::make_unique<ScriptedDialogs::Install>(*m_dialogs);
+    m_fixture.begin();
 }
 
 void TestHostile::cleanup()
 {
-    if (auto *w = frmRegistroHoras::instance())
-        w->close();
-    for (QWidget *w : QApplication::topLevelWidgets())
-        w->close();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    m_installed.reset();
-    m_dialogs.reset();
-    m_store.reset();
+    m_fixture.end();
 }
 
 void TestHostile::loginTextKeepsStatementShape_data()
@@ -89,8 +79,8 @@ void TestHostile::loginTextKeepsStatementShape()
     child<QLineEdit>(&w, "txtPassword")->setText(QStringLiteral("usuario"));
     child<QPushButton>(&w, "cmdOK")->click();
     QVERIFY(!w.LoginSucceeded);
-    QCOMPARE(m_dialogs->texts(), QStringList{QStringLiteral("Código de empleado incorrecto!")});
-    QCOMPARE(m_store->count(QStringLiteral("USUARIOS")), 4);
+    QCOMPARE(m_fixture.dialogs().texts(), QStringList{QStringLiteral("Código de empleado incorrecto!")});
+    QCOMPARE(m_fixture.store().count(QStringLiteral("USUARIOS")), 4);
 }
 
 void TestHostile::catalogueTextStoredAsTyped_data()
@@ -117,7 +107,7 @@ void TestHostile::catalogueTextStoredAsTyped()
     QFETCH(QString, description);
     QFETCH(QString, storedCode);
     QFETCH(QString, storedDescription);
-    const Census before = census(*m_store);
+    const Census before = census(m_fixture.store());
     auto *w = new frmMantAreas;
     w->show();
     child<QPushButton>(w, "cmdNuevo")->click();
@@ -125,20 +115,20 @@ void TestHostile::catalogueTextStoredAsTyped()
     child<QLineEdit>(w, "txtCodigo")->insert(code);
     child<QLineEdit>(w, "txtDescripcion")->insert(description);
     child<QPushButton>(w, "cmdGuardar")->click();
-    QCOMPARE(m_dialogs->texts(), QStringList());
-    QCOMPARE(m_store->scalar(QStringLiteral("SELECT AreDescripcion FROM AREAS WHERE AreId = ?"), {storedCode}).toString(),
+    QCOMPARE(m_fixture.dialogs().texts(), QStringList());
+    QCOMPARE(m_fixture.store().scalar(QStringLiteral("SELECT AreDescripcion FROM AREAS WHERE AreId = ?"), {storedCode}).toString(),
              storedDescription);
-    const Census after = census(*m_store);
+    const Census after = census(m_fixture.store());
     QCOMPARE(after.areas, before.areas + 1);
     QCOMPARE(after.horas, before.horas);
 
     // The key then goes into the entry window's statements, quoted.
-    m_store->execNative(QStringLiteral("INSERT INTO AREAS_ACTIVIDADES (AreId, ActId) VALUES (?, 'REU')"), {storedCode});
+    m_fixture.store().execNative(QStringLiteral("INSERT INTO AREAS_ACTIVIDADES (AreId, ActId) VALUES (?, 'REU')"), {storedCode});
     frmRegistroHoras *entry = fillTeachingEntry(QDate(2030, 3, 4));
     auto *areas = child<ui::DataCombo>(entry, "dtcAreas");
     QVERIFY(areas->chooseText(storedDescription));
     QCOMPARE(child<ui::DataCombo>(entry, "dtcActividades")->count(), 1);
-    QCOMPARE(m_dialogs->texts(), QStringList());
+    QCOMPARE(m_fixture.dialogs().texts(), QStringList());
 }
 
 void TestHostile::closeTextsStoredAsTyped_data()
@@ -156,7 +146,7 @@ void TestHostile::closeTextsStoredAsTyped()
 {
     QFETCH(QString, path);
     QFETCH(QString, comment);
-    const int before = m_store->count(QStringLiteral("CIERREMESES"));
+    const int before = m_fixture.store().count(QStringLiteral("CIERREMESES"));
     auto tab = chiefTabOn(-1);
     child<QPushButton>(tab.get(), "cmdSolicitarCierre")->click();
     child<QLineEdit>(tab.get(), "txtUbicacionArchivoHoras")->insert(path);
@@ -164,10 +154,10 @@ void TestHostile::closeTextsStoredAsTyped()
     // Through the event loop, as a real click: a refusal no handler catches reaches the
     // program's error boundary.
     QTest::mouseClick(child<QPushButton>(tab.get(), "cmdGuardar"), Qt::LeftButton);
-    const QStringList texts = m_dialogs->texts();
+    const QStringList texts = m_fixture.dialogs().texts();
     if (texts.isEmpty()) {
-        QCOMPARE(m_store->count(QStringLiteral("CIERREMESES")), before + 1);
-        const store::ResultSet rs = m_store->selectNative(QStringLiteral(
+        QCOMPARE(m_fixture.store().count(QStringLiteral("CIERREMESES")), before + 1);
+        const store::ResultSet rs = m_fixture.store().selectNative(QStringLiteral(
             "SELECT CieMesArchivoHoras, CieMesComentarioJefeArea FROM CIERREMESES WHERE CieMesId = (SELECT "
             "MAX(CieMesId) FROM CIERREMESES)"));
         QCOMPARE(rs.rows.front().value(0).toString(), path);
@@ -175,7 +165,7 @@ void TestHostile::closeTextsStoredAsTyped()
     } else {
         QCOMPARE(texts.size(), 1);
         QVERIFY2(readable(texts.front()), qPrintable(texts.front()));
-        QCOMPARE(m_store->count(QStringLiteral("CIERREMESES")), before);
+        QCOMPARE(m_fixture.store().count(QStringLiteral("CIERREMESES")), before);
         QCOMPARE(child<QLineEdit>(tab.get(), "txtUbicacionArchivoHoras")->text(), path);
     }
 }
@@ -197,11 +187,8 @@ void TestHostile::nonNumbersInHours()
 {
     QFETCH(QString, hours);
     QFETCH(QString, value);
-    const Census before = census(*m_store);
-    modPrincipal::gUsuLogin = QStringLiteral("usuario");
-    modPrincipal::gFunCedula = QStringLiteral("66666666");  // bills: the value can be typed
-    modPrincipal::gAreId = QStringLiteral("DOC");
-    modPrincipal::gPerId = 5;
+    const Census before = census(m_fixture.store());
+    tests::signIn(QStringLiteral("usuario"), QStringLiteral("66666666"), QStringLiteral("DOC"), 5);
     frmRegistroHoras *w = frmRegistroHoras::open();
     choose(w, "dtcAreas", QStringLiteral("Docencia"));
     choose(w, "dtcActividades", QStringLiteral("Reuniones"));
@@ -219,12 +206,12 @@ void TestHostile::nonNumbersInHours()
     const QString shownHours = txtHoras->text();
     QPointer<frmRegistroHoras> guard(w);
     QTest::mouseClick(child<QPushButton>(w, "cmdGuardar"), Qt::LeftButton);
-    const QStringList texts = m_dialogs->texts();
-    const Census after = census(*m_store);
+    const QStringList texts = m_fixture.dialogs().texts();
+    const Census after = census(m_fixture.store());
     if (texts.isEmpty()) {
         QCOMPARE(after.horas, before.horas + 1);
         const QVariant stored =
-            m_store->scalar(QStringLiteral("SELECT HorHoras FROM HORAS WHERE HorId = (SELECT MAX(HorId) FROM HORAS)"));
+            m_fixture.store().scalar(QStringLiteral("SELECT HorHoras FROM HORAS WHERE HorId = (SELECT MAX(HorId) FROM HORAS)"));
         if (shownHours.trimmed().isEmpty()) {
             // The box took none of it: the entry has no hours, as a box left empty.
             QVERIFY(stored.isNull());
@@ -264,14 +251,14 @@ void TestHostile::passwordTheEncoderCannotTake()
     QVERIFY(child<ui::DataCombo>(w, "dtcFuncionarios")->chooseText(QStringLiteral("Ana Pérez")));
     QVERIFY(child<ui::DataCombo>(w, "dtcPermisos")->chooseText(QStringLiteral("Usuario común")));
     child<QPushButton>(w, "cmdGuardar")->click();
-    const QStringList texts = m_dialogs->texts();
+    const QStringList texts = m_fixture.dialogs().texts();
     for (const QString &t : texts)
         QVERIFY2(readable(t), qPrintable(t));
     w->close();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    m_dialogs->clearShown();
+    m_fixture.dialogs().clearShown();
 
-    const bool stored = m_store->count(QStringLiteral("USUARIOS"), QStringLiteral("UsuLogin = 'nuevo'")) == 1;
+    const bool stored = m_fixture.store().count(QStringLiteral("USUARIOS"), QStringLiteral("UsuLogin = 'nuevo'")) == 1;
     auto tryLogin = [&](const QString &typed) {
         frmLogin login;
         login.show();
@@ -303,21 +290,21 @@ void TestHostile::farDates()
     QFETCH(QDate, date);
     frmRegistroHoras *w = fillTeachingEntry(date);
     QTest::mouseClick(child<QPushButton>(w, "cmdGuardar"), Qt::LeftButton);
-    QCOMPARE(m_dialogs->texts(), QStringList());
-    const qlonglong horId = m_store->scalar(QStringLiteral("SELECT MAX(HorId) FROM HORAS")).toLongLong();
-    QCOMPARE(m_store->scalar(QStringLiteral("SELECT HorFecha FROM HORAS WHERE HorId = ?"), {horId}).toDate(), date);
+    QCOMPARE(m_fixture.dialogs().texts(), QStringList());
+    const qlonglong horId = m_fixture.store().scalar(QStringLiteral("SELECT MAX(HorId) FROM HORAS")).toLongLong();
+    QCOMPARE(m_fixture.store().scalar(QStringLiteral("SELECT HorFecha FROM HORAS WHERE HorId = ?"), {horId}).toDate(), date);
 
-    const int dueBefore = m_store->count(QStringLiteral("HORAS"), QStringLiteral("AreId = 'DOC' AND HorFecha <= ?"), {date});
-    const int laterBefore = m_store->count(QStringLiteral("HORAS"), QStringLiteral("HorFecha > ?"), {date});
-    const Census before = census(*m_store);
-    const qlonglong closeId = approvedClose(*m_store, date);
+    const int dueBefore = m_fixture.store().count(QStringLiteral("HORAS"), QStringLiteral("AreId = 'DOC' AND HorFecha <= ?"), {date});
+    const int laterBefore = m_fixture.store().count(QStringLiteral("HORAS"), QStringLiteral("HorFecha > ?"), {date});
+    const Census before = census(m_fixture.store());
+    const qlonglong closeId = approvedClose(m_fixture.store(), date);
     auto tab = chiefTabOn(closeId);
-    m_dialogs->answerNext(ui::Answer::Yes);
+    m_fixture.dialogs().answerNext(ui::Answer::Yes);
     child<QPushButton>(tab.get(), "cmdCerrar")->click();
-    QCOMPARE(m_dialogs->count(), 1);  // the confirmation alone
-    QCOMPARE(m_store->count(QStringLiteral("HHORAS"), QStringLiteral("HorId = ?"), {horId}), 1);
-    QCOMPARE(m_store->count(QStringLiteral("HORAS"), QStringLiteral("HorFecha > ?"), {date}), laterBefore);
-    QCOMPARE(census(*m_store).hhoras, before.hhoras + dueBefore);
+    QCOMPARE(m_fixture.dialogs().count(), 1);  // the confirmation alone
+    QCOMPARE(m_fixture.store().count(QStringLiteral("HHORAS"), QStringLiteral("HorId = ?"), {horId}), 1);
+    QCOMPARE(m_fixture.store().count(QStringLiteral("HORAS"), QStringLiteral("HorFecha > ?"), {date}), laterBefore);
+    QCOMPARE(census(m_fixture.store()).hhoras, before.hhoras + dueBefore);
 }
 
 TEMPALIA_TEST_MAIN(TestHostile)

@@ -3,6 +3,7 @@
 // (its own odbcinst.ini, user data source file and data folder). What exists already, a data
 // source file or a store, must come out of every path byte for byte as it went in.
 
+#include "Controls.h"
 #include "ScriptedDialogs.h"
 #include "StoreTool.h"
 #include "TempStore.h"
@@ -29,6 +30,10 @@
 
 #include <memory>
 #include <optional>
+
+using tests::child;
+using tests::click;
+using tests::type;
 
 namespace {
 
@@ -80,27 +85,6 @@ private:
     QList<QPair<const char *, QByteArray>> m_saved;
 };
 
-template <typename T>
-T *child(QWidget *w, const char *name)
-{
-    T *found = w->findChild<T *>(QString::fromLatin1(name));
-    if (!found)
-        qWarning("no %s", name);
-    return found;
-}
-
-void click(QWidget *w, const char *name)
-{
-    QTest::mouseClick(child<QAbstractButton>(w, name), Qt::LeftButton);
-}
-
-void type(QWidget *w, const char *name, const QString &text)
-{
-    QLineEdit *edit = child<QLineEdit>(w, name);
-    edit->clear();
-    QTest::keyClicks(edit, text);
-}
-
 void fillPersonal(QWidget *w, const QString &login, const QString &password, const QString &again)
 {
     type(w, "txtLogin", login);
@@ -116,7 +100,7 @@ bool logsIn(const QString &login, const QString &password)
     QTest::keyClicks(child<QLineEdit>(&w, "txtLogin"), login);
     QTest::keyClicks(child<QLineEdit>(&w, "txtPassword"), password);
     click(&w, "cmdOK");
-    return w.LoginSucceeded && modPrincipal::gPerId == 7;
+    return w.LoginSucceeded && modPrincipal::session().role == 7;
 }
 
 int permissions(const QString &path)

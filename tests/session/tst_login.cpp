@@ -1,7 +1,9 @@
 // The login window on a fresh store: what a login reads, the two messages with their
 // focus and selection, cancelling, the encoder and the login's error reporter.
 
+#include "Controls.h"
 #include "ScriptedDialogs.h"
+#include "Session.h"
 #include "TempStore.h"
 #include "session/Usuario.h"
 #include "session/frmLogin.h"
@@ -28,27 +30,12 @@ struct Session {
 
 void clearSession()
 {
-    modPrincipal::gUsuLogin = QStringLiteral("-");
-    modPrincipal::gFunCedula = QStringLiteral("-");
-    modPrincipal::gAreId = QStringLiteral("-");
-    modPrincipal::gPerId = 0;
+    tests::signIn(QStringLiteral("-"), QStringLiteral("-"), QStringLiteral("-"), 0);
 }
 
 Session currentSession()
 {
-    return {modPrincipal::gUsuLogin, modPrincipal::gFunCedula, modPrincipal::gAreId, modPrincipal::gPerId};
-}
-
-// Types into a box key by key; a character outside ASCII arrives as the text of a key
-// the keyboard has no code for, as an input method would send it.
-void typeInto(QLineEdit *edit, const QString &text)
-{
-    for (QChar c : text) {
-        if (c.unicode() < 128)
-            QTest::keyClick(edit, char(c.unicode()));
-        else
-            QTest::sendKeyEvent(QTest::Click, edit, Qt::Key_unknown, QString(c), Qt::NoModifier);
-    }
+    return {modPrincipal::session().login, modPrincipal::session().person, modPrincipal::session().area, modPrincipal::session().role};
 }
 
 // The window as a user meets it: shown, typed into, clicked.
@@ -57,19 +44,16 @@ public:
     LoginWindow() : w(std::make_unique<frmLogin>())
     {
         w->show();
-        txtLogin = w->findChild<QLineEdit *>(QStringLiteral("txtLogin"));
-        txtPassword = w->findChild<QLineEdit *>(QStringLiteral("txtPassword"));
-        cmdOK = w->findChild<QPushButton *>(QStringLiteral("cmdOK"));
-        cmdCancel = w->findChild<QPushButton *>(QStringLiteral("cmdCancel"));
-        Q_ASSERT(txtLogin && txtPassword && cmdOK && cmdCancel);
+        txtLogin = tests::child<QLineEdit>(w.get(), "txtLogin");
+        txtPassword = tests::child<QLineEdit>(w.get(), "txtPassword");
+        cmdOK = tests::child<QPushButton>(w.get(), "cmdOK");
+        cmdCancel = tests::child<QPushButton>(w.get(), "cmdCancel");
     }
 
     void type(const QString &login, const QString &password)
     {
-        txtLogin->selectAll();
-        typeInto(txtLogin, login);
-        txtPassword->selectAll();
-        typeInto(txtPassword, password);
+        tests::type(txtLogin, login);
+        tests::type(txtPassword, password);
     }
 
     void attempt(const QString &login, const QString &password)
@@ -234,8 +218,8 @@ void TestLogin::login()
         QCOMPARE(s.perId, perId);
     } else {
         // Nothing of the session is touched by a refusal.
-        QCOMPARE(modPrincipal::gUsuLogin, QStringLiteral("-"));
-        QCOMPARE(modPrincipal::gPerId, qint16(0));
+        QCOMPARE(modPrincipal::session().login, QStringLiteral("-"));
+        QCOMPARE(modPrincipal::session().role, qint16(0));
         // The refused text has the focus and is selected whole, so typing replaces it.
         QLineEdit *edit = w.w->findChild<QLineEdit *>(focused);
         QCOMPARE(w.w->focusWidget(), edit);
@@ -262,10 +246,10 @@ void TestLogin::secondContract()
 
     QCOMPARE(dialogs.count(), 0);
     QVERIFY(w.w->LoginSucceeded);
-    QCOMPARE(modPrincipal::gFunCedula, QStringLiteral("55555555"));
-    QCOMPARE(modPrincipal::gAreId, firstArea);
+    QCOMPARE(modPrincipal::session().person, QStringLiteral("55555555"));
+    QCOMPARE(modPrincipal::session().area, firstArea);
     QVERIFY(firstArea == QLatin1String("DOC") || firstArea == QLatin1String("INV"));
-    QCOMPARE(modPrincipal::gPerId, qint16(6));
+    QCOMPARE(modPrincipal::session().role, qint16(6));
 }
 
 // A role that does not fit the 16-bit role variable is reported after the rest of the
@@ -296,10 +280,10 @@ void TestLogin::roleNotANumber()
     QCOMPARE(dialogs.last().icon, ui::Icon::Exclamation);
     QVERIFY(w.w->LoginSucceeded);
     QVERIFY(w.w->isVisible());
-    QCOMPARE(modPrincipal::gUsuLogin, QStringLiteral("raro"));
-    QCOMPARE(modPrincipal::gFunCedula, QStringLiteral("11111111"));
-    QCOMPARE(modPrincipal::gAreId, QStringLiteral("DOC"));
-    QCOMPARE(modPrincipal::gPerId, qint16(0));
+    QCOMPARE(modPrincipal::session().login, QStringLiteral("raro"));
+    QCOMPARE(modPrincipal::session().person, QStringLiteral("11111111"));
+    QCOMPARE(modPrincipal::session().area, QStringLiteral("DOC"));
+    QCOMPARE(modPrincipal::session().role, qint16(0));
 }
 
 // No limit on attempts: after a wrong login and a wrong password, typing over the
@@ -322,7 +306,7 @@ void TestLogin::retryAfterFailure()
     QCOMPARE(dialogs.texts(), (QStringList{kWrongLogin, kWrongPassword}));
     QVERIFY(w.w->LoginSucceeded);
     QVERIFY(!w.w->isVisible());
-    QCOMPARE(modPrincipal::gPerId, qint16(6));
+    QCOMPARE(modPrincipal::session().role, qint16(6));
 }
 
 void TestLogin::cancel_data()
@@ -352,7 +336,7 @@ void TestLogin::cancel()
 
     QVERIFY(!w.w->LoginSucceeded);
     QVERIFY(!w.w->isVisible());
-    QCOMPARE(modPrincipal::gUsuLogin, QStringLiteral("-"));
+    QCOMPARE(modPrincipal::session().login, QStringLiteral("-"));
     QCOMPARE(dialogs.texts(), QStringList{kWrongPassword});
 }
 

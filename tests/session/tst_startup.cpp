@@ -1,6 +1,7 @@
 // The start-up after the login: the presentation window, the role's main window, and the
 // quiet ends (login cancelled, a role without a window).
 
+#include "Controls.h"
 #include "ScriptedDialogs.h"
 #include "TempStore.h"
 #include "session/VersionRecord.h"
@@ -24,9 +25,9 @@ std::unique_ptr<frmLogin> loggedIn(const QString &login, const QString &password
 {
     auto w = std::make_unique<frmLogin>();
     w->show();
-    QTest::keyClicks(w->findChild<QLineEdit *>(QStringLiteral("txtLogin")), login);
-    QTest::keyClicks(w->findChild<QLineEdit *>(QStringLiteral("txtPassword")), password);
-    QTest::mouseClick(w->findChild<QPushButton *>(QStringLiteral("cmdOK")), Qt::LeftButton);
+    tests::type(w.get(), "txtLogin", login);
+    tests::type(w.get(), "txtPassword", password);
+    tests::click(w.get(), "cmdOK");
     return w;
 }
 
@@ -169,8 +170,8 @@ void TestStartup::loginCancelled()
     });
 
     std::unique_ptr<frmLogin> w = loggedIn(QStringLiteral("usuario"), QStringLiteral("mal"));
-    QTest::mouseClick(w->findChild<QPushButton *>(QStringLiteral("cmdOK")), Qt::LeftButton);
-    QTest::mouseClick(w->findChild<QPushButton *>(QStringLiteral("cmdCancel")), Qt::LeftButton);
+    tests::click(w.get(), "cmdOK");
+    tests::click(w.get(), "cmdCancel");
     modPrincipal::continueStartUp(std::move(w));
 
     QCOMPARE(dialogs.endProgramCount(), 1);

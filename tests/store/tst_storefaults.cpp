@@ -69,24 +69,42 @@ void TestStoreFaults::faultIsSaidInSpanish_data()
     QTest::addColumn<QString>("fault");
     QTest::addColumn<Fault>("expected");
     QTest::addColumn<QString>("sentence");
+    // On PostgreSQL: words of the server's own text, which the test cluster writes in Spanish.
+    // The faults are told apart by SQLSTATE alone, whatever language the server speaks.
+    QTest::addColumn<QString>("serverWords");
     const bool postgres = tests::testBackend() == store::Backend::PostgreSQL;
-    QTest::newRow("data source missing") << "nodsn" << Fault::NoDataSource << "El origen de datos NOPE no está definido";
+    auto row = [postgres](const char *name, const char *fault, Fault expected, const QString &sentence,
+                          const QString &serverWords = {}) {
+        QTest::newRow(name) << QString::fromLatin1(fault) << expected << sentence
+                            << (postgres ? serverWords : QString());
+    };
+    row("data source missing", "nodsn", Fault::NoDataSource, "El origen de datos NOPE no está definido");
     if (!postgres) {
-        QTest::newRow("read-only store") << "readonly" << Fault::ReadOnly << "La base de datos es de solo lectura";
-        QTest::newRow("disk full") << "full" << Fault::DiskFull << "El disco de la base de datos está lleno";
-        QTest::newRow("not a database") << "notadb" << Fault::Damaged << "El archivo de la base de datos está dañado";
+        row("read-only store", "readonly", Fault::ReadOnly, "La base de datos es de solo lectura");
+        row("disk full", "full", Fault::DiskFull, "El disco de la base de datos está lleno");
+        row("not a database", "notadb", Fault::Damaged, "El archivo de la base de datos está dañado");
     } else {
-        QTest::newRow("server unreachable") << "unreachable" << Fault::Unreachable
-                                            << "No se pudo conectar con el servidor";
-        QTest::newRow("login refused") << "login" << Fault::LoginRefused << "El servidor de la base de datos rechazó";
-        QTest::newRow("permission denied") << "permission" << Fault::PermissionDenied
-                                           << "La cuenta del origen de datos no tiene permiso";
-        QTest::newRow("serialization failure") << "serialization" << Fault::Serialization
-                                               << "Otro usuario cambiaba los mismos datos";
+        row("server unreachable", "unreachable", Fault::Unreachable, "No se pudo conectar con el servidor");
+        row("login refused", "login", Fault::LoginRefused, "El servidor de la base de datos rechazó",
+            "no existe el rol «nadie»");
+        row("permission denied", "permission", Fault::PermissionDenied, "La cuenta del origen de datos no tiene permiso",
+            "permiso denegado a la tabla areas");
+        row("serialization failure", "serialization", Fault::Serialization, "Otro usuario cambiaba los mismos datos",
+            "no se pudo serializar el acceso");
+        // The server ends the session half-way through a statement (SQLSTATE 57P01).
+        row("connection lost in a transaction", "lost", Fault::ConnectionLost,
+            "Se perdió la conexión con la base de datos. Lo que estaba guardando no se guardó",
+            "terminando la conexión debido a una orden del administrador");
+        row("connection lost on a write", "lostwrite", Fault::Reconnected,
+            "Se perdió la conexión con la base de datos; se reconectó",
+            "terminando la conexión debido a una orden del administrador");
     }
-    QTest::newRow("duplicate key") << "duplicate" << Fault::Duplicate << "Ya existe un registro con esa clave.";
-    QTest::newRow("missing value") << "missing" << Fault::MissingValue << "Falta un valor obligatorio";
-    QTest::newRow("value too long") << "toolong" << Fault::TooLong << "Un texto";
+    row("duplicate key", "duplicate", Fault::Duplicate, "Ya existe un registro con esa clave.",
+        "llave duplicada viola restricción de unicidad");
+    row("missing value", "missing", Fault::MissingValue,
+        postgres ? "Falta un valor obligatorio (areid)" : "Falta un valor obligatorio (AreId)",
+        "viola la restricción de no nulo");
+    row("value too long", "toolong", Fault::TooLong, "Un texto", "el valor es demasiado largo");
 }
 
 void TestStoreFaults::faultIsSaidInSpanish()
@@ -94,6 +112,7 @@ void TestStoreFaults::faultIsSaidInSpanish()
     QFETCH(QString, fault);
     QFETCH(Fault, expected);
     QFETCH(QString, sentence);
+    QFETCH(QString, serverWords);
     tests::TempStore db;
     QTemporaryDir dir;
     const QString file = dir.path() + QStringLiteral("/otra.sqlite");
@@ -156,6 +175,14 @@ void TestStoreFaults::faultIsSaidInSpanish()
             db.scalar(QStringLiteral("SELECT AreDescripcion FROM AREAS WHERE AreId = 'DOC'"));
             other->executeNative(QStringLiteral("UPDATE AREAS SET AreDescripcion = 'Otra' WHERE AreId = 'DOC'"));
             db.execNative(QStringLiteral("UPDATE AREAS SET AreDescripcion = 'Mía' WHERE AreId = 'DOC'"));
+        } else if (fault == QLatin1String("lost")) {
+            auto other = store::Connection::open();
+            other->beginTransaction();
+            other->selectNative(QStringLiteral("SELECT pg_terminate_backend(pg_backend_pid())"));
+        } else if (fault == QLatin1String("lostwrite")) {
+            auto other = store::Connection::open();
+            other->executeNative(QStringLiteral("UPDATE AREAS SET AreDescripcion = 'Otra' WHERE "
+                                                "pg_terminate_backend(pg_backend_pid())"));
         } else if (fault == QLatin1String("duplicate")) {
             insertArea(db.conn(), QStringLiteral("DOC"), QStringLiteral("Otra vez"));
         } else if (fault == QLatin1String("missing")) {
@@ -174,6 +201,7 @@ void TestStoreFaults::faultIsSaidInSpanish()
     const QString first = text.section(QLatin1Char('\n'), 0, 0);
     QVERIFY2(first.contains(QStringLiteral("(código ")) || fault == QLatin1String("nodsn"), qPrintable(text));
     QVERIFY2(!first.contains(QStringLiteral("constraint")) && !first.contains(QStringLiteral("ERROR")), qPrintable(text));
+    QVERIFY2(text.section(QLatin1Char('\n'), 1).contains(serverWords), qPrintable(text));
 }
 
 // Another process holds the SQLite file: a write waits one busy timeout (5 s), not two,

@@ -21,7 +21,6 @@ class TestBoundControls : public QObject {
 private slots:
     void textBoxShowsAndHandsOver();
     void untouchedBoxesWriteNothing();
-    void refusedWriteKeepsTypedText();
     void checkBoxFollowsYesNoColumn();
     void comboChoosesRowOfItsSource();
     void comboWithDataFieldWritesBoundText();
@@ -68,28 +67,6 @@ void TestBoundControls::untouchedBoxesWriteNothing()
     QVERIFY(!horas.text().isEmpty());
     adc.move0();
     QVERIFY(!adc.isEditing());  // a value shown through a mask is not a change
-}
-
-void TestBoundControls::refusedWriteKeepsTypedText()
-{
-    tests::TempStore store;
-    DataControl adc(QStringLiteral("adcAreas"));
-    adc.setRecordSource(QStringLiteral("SELECT * FROM AREAS ORDER BY AREID"));
-    adc.refresh();
-    QLineEdit txtCodigo, txtDescripcion;
-    ui::FieldBinding::bind(&txtCodigo, &adc, QStringLiteral("AreId"));
-    ui::FieldBinding::bind(&txtDescripcion, &adc, QStringLiteral("AreDescripcion"));
-    adc.addNew();
-    QTest::keyClicks(&txtCodigo, QStringLiteral("DOC"));
-    QTest::keyClicks(&txtDescripcion, QStringLiteral("Repetida"));
-    QVERIFY_THROWS_EXCEPTION(store::StoreError, adc.update());
-    QCOMPARE(txtCodigo.text(), QStringLiteral("DOC"));
-    QCOMPARE(txtDescripcion.text(), QStringLiteral("Repetida"));
-    QVERIFY(adc.isNewRow());
-    txtCodigo.clear();
-    QTest::keyClicks(&txtCodigo, QStringLiteral("NUE"));
-    adc.update();
-    QCOMPARE(store.count(QStringLiteral("AREAS"), QStringLiteral("AreId = 'NUE' AND AreDescripcion = 'Repetida'")), 1);
 }
 
 void TestBoundControls::checkBoxFollowsYesNoColumn()

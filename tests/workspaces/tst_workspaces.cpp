@@ -4,6 +4,7 @@
 // the super user; the skeleton of each role's window.
 
 #include "ScriptedDialogs.h"
+#include "Session.h"
 #include "TempStore.h"
 #include "hours/frmModificoHoras.h"
 #include "hours/frmRegistroHoras.h"
@@ -44,22 +45,15 @@ const QString kTwoContracts = QStringLiteral("55555555");
 
 void setSession(int perId)
 {
-    modPrincipal::gPerId = qint16(perId);
     switch (perId) {
     case 5:
-        modPrincipal::gUsuLogin = QStringLiteral("usuario");
-        modPrincipal::gFunCedula = kUsuario;
-        modPrincipal::gAreId = QStringLiteral("DOC");
+        tests::signIn(QStringLiteral("usuario"), kUsuario, QStringLiteral("DOC"), qint16(perId));
         break;
     case 6:
-        modPrincipal::gUsuLogin = QStringLiteral("jefe");
-        modPrincipal::gFunCedula = kJefe;
-        modPrincipal::gAreId = QStringLiteral("DOC");
+        tests::signIn(QStringLiteral("jefe"), kJefe, QStringLiteral("DOC"), qint16(perId));
         break;
     default:
-        modPrincipal::gUsuLogin = QStringLiteral("super");
-        modPrincipal::gFunCedula = kSuper;
-        modPrincipal::gAreId = QStringLiteral("ADM");
+        tests::signIn(QStringLiteral("super"), kSuper, QStringLiteral("ADM"), qint16(perId));
         break;
     }
 }
@@ -129,7 +123,7 @@ struct Screen {
                 break;
             }
         QVERIFY(bar->trigger(QStringLiteral("cambio")));
-        QCOMPARE(modPrincipal::gFunCedula, cedula);
+        QCOMPARE(modPrincipal::session().person, cedula);
     }
     // HorId of every row the grid shows (hidden column 8).
     static QStringList ids(const ui::DataGrid *grid)
@@ -159,6 +153,20 @@ QDate someDay(tests::TempStore &store, const QString &table, const QString &cedu
                                                  .arg(table, cedula));
     Q_ASSERT(!rs.rows.empty());
     return rs.rows.at(rs.rows.size() / 2).value(0).toDate();
+}
+
+// Clicks the first row of the current list that is teaching (it has its row in
+// HORAS_RUBROS_MATERIAS); its HorId, 0 when there is none.
+qlonglong clickTeachingRow(tests::TempStore &store, Screen &s)
+{
+    for (int r = 0; r < s.mes->rowCount(); ++r) {
+        const qlonglong id = s.mes->cellText(r, 8).toLongLong();
+        if (store.count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"), {id}) == 1) {
+            s.mes->clickRow(r);
+            return id;
+        }
+    }
+    return 0;
 }
 
 }  // namespace
@@ -293,10 +301,10 @@ void TestWorkspaces::skeleton()
     // Activated when shown: the status panels and the current list of the person.
     auto *stb = s.w->findChild<ui::StatusPanels *>(QStringLiteral("stbPrincipal"));
     QCOMPARE(stb->keys(), (QStringList{"Usuario", "Area", "Acceso", "Fecha", "Hora"}));
-    QCOMPARE(stb->panelText(QStringLiteral("Usuario")), QStringLiteral("Usuario: ") + modPrincipal::gUsuLogin);
-    QCOMPARE(stb->panelText(QStringLiteral("Area")), QStringLiteral("Area: ") + modPrincipal::gAreId);
+    QCOMPARE(stb->panelText(QStringLiteral("Usuario")), QStringLiteral("Usuario: ") + modPrincipal::session().login);
+    QCOMPARE(stb->panelText(QStringLiteral("Area")), QStringLiteral("Area: ") + modPrincipal::session().area);
     QCOMPARE(stb->panelText(QStringLiteral("Acceso")), QStringLiteral("Tipo: %1").arg(perId));
-    QCOMPARE(s.adcMes->recordSource(), Workspace::defaultStatement(Workspace::List::Current, modPrincipal::gFunCedula));
+    QCOMPARE(s.adcMes->recordSource(), Workspace::defaultStatement(Workspace::List::Current, modPrincipal::session().person));
     QCOMPARE(Screen::ids(s.mes), idsOf(store, s.adcMes->recordSource()));
     QVERIFY(s.mes->rowCount() > 0);
     QCOMPARE(s.mes->caption(), QStringLiteral("HORAS TRABAJADAS DURANTE EL MES EN CURSO"));
@@ -366,7 +374,7 @@ void TestWorkspaces::stateTable()
     int runsBefore = 0;
     for (const QString &e : events) {
         runsBefore = s.archiveRuns;
-        const QString person = modPrincipal::gFunCedula;
+        const QString person = modPrincipal::session().person;
         if (e == QLatin1String("act")) {
             s.w->windowActivated();
         } else if (e.startsWith(QLatin1String("asc:")) || e.startsWith(QLatin1String("des:"))) {
@@ -396,7 +404,7 @@ void TestWorkspaces::stateTable()
         }
     }
 
-    const QString person = modPrincipal::gFunCedula;
+    const QString person = modPrincipal::session().person;
     auto expected = [&](Workspace::List list, const QString &token) {
         const int i = list == Workspace::List::Current ? 0 : 1;
         if (token == QLatin1String("def"))
@@ -489,15 +497,8 @@ void TestWorkspaces::deleteAsksAndTakesTheLink()
 {
     tests::TempStore store;
     Screen s(5);
-    // A teaching row, which has its row in HORAS_RUBROS_MATERIAS.
-    int row = -1;
-    for (int r = 0; r < s.mes->rowCount() && row < 0; ++r)
-        if (store.count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"),
-                        {s.mes->cellText(r, 8).toLongLong()}) == 1)
-            row = r;
-    QVERIFY(row >= 0);
-    s.mes->clickRow(row);
-    const qlonglong id = s.mes->cellText(row, 8).toLongLong();
+    const qlonglong id = clickTeachingRow(store, s);
+    QVERIFY(id > 0);
     const int before = store.count(QStringLiteral("HORAS"));
 
     const int busyBefore = int(m_dialogs.busyHistory().size());
@@ -536,14 +537,8 @@ void TestWorkspaces::deleteFailureKeepsBoth()
     if (store.backend() != store::Backend::SQLite)
         QSKIP("the refusal is an SQLite trigger");
     Screen s(5);
-    int row = -1;
-    for (int r = 0; r < s.mes->rowCount() && row < 0; ++r)
-        if (store.count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"),
-                        {s.mes->cellText(r, 8).toLongLong()}) == 1)
-            row = r;
-    QVERIFY(row >= 0);
-    s.mes->clickRow(row);
-    const qlonglong id = s.mes->cellText(row, 8).toLongLong();
+    const qlonglong id = clickTeachingRow(store, s);
+    QVERIFY(id > 0);
     store.execNative(QStringLiteral("CREATE TRIGGER horas_fijas BEFORE DELETE ON HORAS "
                                     "BEGIN SELECT RAISE(ABORT, 'borrado rechazado'); END"));
     m_dialogs.answerNext(ui::Answer::Yes);
@@ -701,16 +696,16 @@ void TestWorkspaces::chiefStaffList()
                                                         "WHERE AreId = 'DOC')")));
     // cambio with no click takes the first row.
     QVERIFY(s.bar->trigger(QStringLiteral("cambio")));
-    QCOMPARE(modPrincipal::gFunCedula, cedulas.first());
+    QCOMPARE(modPrincipal::session().person, cedulas.first());
     // Either row of the two-contract person gives the same person; the tab stays.
     s.tabs->setCurrentIndex(3);
     for (int r = 0; r < cedulas.size(); ++r) {
         if (cedulas[r] != kTwoContracts)
             continue;
-        modPrincipal::gFunCedula = kJefe;
+        tests::amendSession([&](core::Session &s) { s.person = kJefe; });
         s.staff->clickRow(r);
         QVERIFY(s.bar->trigger(QStringLiteral("cambio")));
-        QCOMPARE(modPrincipal::gFunCedula, kTwoContracts);
+        QCOMPARE(modPrincipal::session().person, kTwoContracts);
         QCOMPARE(s.tabs->currentIndex(), 3);
         QCOMPARE(Screen::ids(s.mes),
                  idsOf(store, Workspace::defaultStatement(Workspace::List::Current, kTwoContracts)));
@@ -760,7 +755,7 @@ void TestWorkspaces::cambioOnEmptyStaffList()
     QVERIFY(s.bar->isButtonEnabled(QStringLiteral("cambio")));
     const QString before = s.adcMes->recordSource();
     QVERIFY(s.bar->trigger(QStringLiteral("cambio")));
-    QCOMPARE(modPrincipal::gFunCedula, kJefe);
+    QCOMPARE(modPrincipal::session().person, kJefe);
     QCOMPARE(s.adcMes->recordSource(), before);
     QCOMPARE(m_dialogs.count(), 0);
     s.tabs->setCurrentIndex(3);

@@ -1,12 +1,13 @@
-#include "output/ReportEngine.h"
+#include "reports/ReportEngine.h"
 
-#include "output/ReportPainter.h"
+#include "reports/ReportPainter.h"
 
 #include "ui/Masks.h"
 
 #include <QLocale>
 
 #include <algorithm>
+#include <limits>
 #include <map>
 
 namespace output {
@@ -80,10 +81,17 @@ ReportControl ReportControl::picture(int left, int top, int width, int height, c
 
 // ---- the display list ---------------------------------------------------------------------
 
-QStringList DisplayPage::texts(const QString &section, const QString &source) const
+std::vector<DisplayItem> ReportDocument::items(int page) const
+{
+    if (!composer || page < 0 || page >= pageCount())
+        return {};
+    return composer->compose(*this, page);
+}
+
+QStringList ReportDocument::texts(int page, const QString &section, const QString &source) const
 {
     QStringList out;
-    for (const DisplayItem &item : items) {
+    for (const DisplayItem &item : items(page)) {
         if (item.kind != DisplayItem::Kind::Text || item.section != section)
             continue;
         if (!source.isEmpty() && item.source != source)
@@ -105,7 +113,7 @@ QStringList ReportDocument::sectionSequence() const
 QString ReportDocument::pageText(int page) const
 {
     std::map<std::pair<int, int>, QString> byPosition;
-    for (const DisplayItem &item : pages.at(std::size_t(page)).items) {
+    for (const DisplayItem &item : items(page)) {
         if (item.kind == DisplayItem::Kind::Text && !item.text.isEmpty())
             byPosition[{item.rect.top(), item.rect.left()}] = item.text;
     }
@@ -172,17 +180,106 @@ int countRows(const store::ShapeRecordset &rows, const std::vector<ReportLevel> 
 
 }  // namespace
 
-// ---- layout -------------------------------------------------------------------------------
+// ---- the items of a page ------------------------------------------------------------------
 
-ReportLayouter::ReportLayouter(ReportLayout layout, store::ShapeChapter data, const QDate &printDate)
+PageComposer::PageComposer(ReportLayout layout, store::ShapeChapter data, const QDate &printDate)
     : m_layout(std::move(layout)), m_data(std::move(data)), m_printDate(printDate)
 {
     if (!m_data)
         m_data = std::make_shared<store::ShapeRecordset>();
     if (m_layout.levels.empty())
         m_layout.levels.push_back(ReportLevel{});
+}
+
+std::vector<DisplayItem> PageComposer::compose(const ReportDocument &document, int page) const
+{
+    std::vector<DisplayItem> out;
+    const int left = m_layout.leftMargin(document.pageSize.width());
+    const QString pageNumber = QString::number(page + 1);
+    // Written once the number of pages is known.
+    const QString pageCount = document.complete ? QString::number(document.pageCount()) : QString();
+    for (const PlacedSection &placed : document.pages[std::size_t(page)].sections) {
+        const store::ShapeRecordset *rows = placed.rows;
+        const std::size_t row = placed.row;
+        // A section that grew for a field broken into lines pushes down what stands below
+        // that field (the rule under a detail line) by as much as the field grew, within the
+        // section, so nothing is drawn across the text.
+        int pushedFrom = std::numeric_limits<int>::max();
+        int pushedBy = 0;
+        if (placed.height > placed.design->height && rows) {
+            for (const ReportControl &c : placed.design->controls) {
+                if (c.kind != ReportControl::Kind::Field)
+                    continue;
+                const int need = wrappedHeight(fieldText(rows->value(row, c.field)), c.font, c.width);
+                if (need > c.height) {
+                    pushedFrom = std::min(pushedFrom, c.top + c.height);
+                    pushedBy = std::max(pushedBy, need - c.height);
+                }
+            }
+        }
+        for (const ReportControl &c : placed.design->controls) {
+            DisplayItem item;
+            const int top = c.top < pushedFrom ? c.top : std::max(c.top, std::min(c.top + pushedBy, placed.height - c.height));
+            item.rect = QRect(left + c.left, placed.top + top, c.width, c.height);
+            item.section = placed.name;
+            item.font = c.font;
+            item.alignment = c.alignment;
+            item.shade = c.shade;
+            switch (c.kind) {
+            case ReportControl::Kind::Label:
+                item.kind = DisplayItem::Kind::Text;
+                item.text = c.text;
+                if (c.text == QLatin1String("%D")) {
+                    item.source = c.text;
+                    item.text = longDate(m_printDate);
+                } else if (c.text == QLatin1String("%p")) {
+                    item.source = c.text;
+                    item.text = pageNumber;
+                } else if (c.text == QLatin1String("%P")) {
+                    item.source = c.text;
+                    item.text = pageCount;
+                }
+                break;
+            case ReportControl::Kind::Field:
+                item.kind = DisplayItem::Kind::Text;
+                item.source = c.field;
+                item.text = rows ? fieldText(rows->value(row, c.field)) : QString();
+                item.wraps = true;
+                item.rect.setHeight(std::max(c.height, wrappedHeight(item.text, c.font, c.width)));
+                if (!item.alignment && item.rect.height() > c.height)
+                    item.alignment = int(Qt::AlignLeft | Qt::AlignTop);
+                break;
+            case ReportControl::Kind::Sum:
+                item.kind = DisplayItem::Kind::Text;
+                item.source = c.field;
+                item.text = rows ? fieldText(sumOver(rows->child(row, c.chapter), c.field)) : QString();
+                break;
+            case ReportControl::Kind::Rule:
+                item.kind = DisplayItem::Kind::Rule;
+                break;
+            case ReportControl::Kind::Band:
+                item.kind = DisplayItem::Kind::Band;
+                break;
+            case ReportControl::Kind::Picture:
+                item.kind = DisplayItem::Kind::Picture;
+                item.text = c.text;
+                break;
+            }
+            out.push_back(std::move(item));
+        }
+    }
+    return out;
+}
+
+// ---- layout -------------------------------------------------------------------------------
+
+ReportLayouter::ReportLayouter(ReportLayout layout, store::ShapeChapter data, const QDate &printDate)
+    : m_composer(std::make_shared<PageComposer>(std::move(layout), std::move(data), printDate)),
+      m_layout(m_composer->layout())
+{
     m_doc.title = m_layout.title;
-    m_rowsTotal = countRows(*m_data, m_layout.levels, 0);
+    m_doc.composer = m_composer;
+    m_rowsTotal = countRows(m_composer->data(), m_layout.levels, 0);
 }
 
 int ReportLayouter::bodyBottom() const
@@ -198,7 +295,7 @@ void ReportLayouter::openPage()
     if (m_doc.pages.size() == 1)
         place(m_layout.reportHeader, -1, nullptr, 0);
     if (m_layout.pageHeader.height > 0) {
-        emitSection(m_layout.pageHeader, -1, m_cursor, nullptr, 0, m_layout.pageHeader.height);
+        record(m_layout.pageHeader, -1, m_cursor, nullptr, 0, m_layout.pageHeader.height);
         m_cursor += m_layout.pageHeader.height;
     }
     m_bodyTop = m_cursor;
@@ -207,7 +304,7 @@ void ReportLayouter::openPage()
 void ReportLayouter::closePage()
 {
     if (m_layout.pageFooter.height > 0)
-        emitSection(m_layout.pageFooter, -1, bodyBottom(), nullptr, 0, m_layout.pageFooter.height);
+        record(m_layout.pageFooter, -1, bodyBottom(), nullptr, 0, m_layout.pageFooter.height);
     m_pageOpen = false;
 }
 
@@ -225,7 +322,7 @@ void ReportLayouter::place(const ReportSection &section, int level, const store:
         closePage();
         openPage();
     }
-    emitSection(section, level, m_cursor, rows, row, height);
+    record(section, level, m_cursor, rows, row, height);
     m_cursor += height;
 }
 
@@ -244,82 +341,24 @@ int ReportLayouter::growth(const ReportSection &section, const store::ShapeRecor
     return std::max(0, extra);
 }
 
-void ReportLayouter::emitSection(const ReportSection &section, int level, int top,
-                                 const store::ShapeRecordset *rows, std::size_t row, int height)
+void ReportLayouter::record(const ReportSection &section, int level, int top, const store::ShapeRecordset *rows,
+                            std::size_t row, int height)
 {
-    DisplayPage &page = m_doc.pages.back();
-    page.sections.push_back(PlacedSection{section.name, top, height, level});
-    const int left = m_layout.leftMargin(m_doc.pageSize.width());
-    const int pageNumber = int(m_doc.pages.size());
-    for (const ReportControl &c : section.controls) {
-        DisplayItem item;
-        item.rect = QRect(left + c.left, top + c.top, c.width, c.height);
-        item.section = section.name;
-        item.font = c.font;
-        item.alignment = c.alignment;
-        item.shade = c.shade;
-        switch (c.kind) {
-        case ReportControl::Kind::Label:
-            item.kind = DisplayItem::Kind::Text;
-            item.text = c.text;
-            if (c.text == QLatin1String("%D")) {
-                item.source = c.text;
-                item.text = longDate(m_printDate);
-            } else if (c.text == QLatin1String("%p")) {
-                item.source = c.text;
-                item.text = QString::number(pageNumber);
-            } else if (c.text == QLatin1String("%P")) {
-                item.source = c.text;
-                item.text.clear();  // written when the number of pages is known
-            }
-            break;
-        case ReportControl::Kind::Field:
-            item.kind = DisplayItem::Kind::Text;
-            item.source = c.field;
-            item.text = rows ? fieldText(rows->value(row, c.field)) : QString();
-            item.wraps = true;
-            item.rect.setHeight(std::max(c.height, wrappedHeight(item.text, c.font, c.width)));
-            if (!item.alignment && item.rect.height() > c.height)
-                item.alignment = int(Qt::AlignLeft | Qt::AlignTop);
-            break;
-        case ReportControl::Kind::Sum:
-            item.kind = DisplayItem::Kind::Text;
-            item.source = c.field;
-            item.text = rows ? fieldText(sumOver(rows->child(row, c.chapter), c.field)) : QString();
-            break;
-        case ReportControl::Kind::Rule:
-            item.kind = DisplayItem::Kind::Rule;
-            break;
-        case ReportControl::Kind::Band:
-            item.kind = DisplayItem::Kind::Band;
-            break;
-        case ReportControl::Kind::Picture:
-            item.kind = DisplayItem::Kind::Picture;
-            item.text = c.text;
-            break;
-        }
-        page.items.push_back(std::move(item));
-    }
+    m_doc.pages.back().sections.push_back(PlacedSection{section.name, top, height, level, &section, rows, row});
 }
 
 void ReportLayouter::start()
 {
     m_started = true;
     openPage();
-    m_stack.push_back(Frame{m_data.get(), 0, 0});
+    m_stack.push_back(Frame{&m_composer->data(), 0, 0});
 }
 
 void ReportLayouter::finish()
 {
     place(m_layout.reportFooter, -1, nullptr, 0);
     closePage();
-    const QString pages = QString::number(m_doc.pageCount());
-    for (DisplayPage &page : m_doc.pages) {
-        for (DisplayItem &item : page.items) {
-            if (item.source == QLatin1String("%P"))
-                item.text = pages;
-        }
-    }
+    m_doc.complete = true;
     m_done = true;
 }
 

@@ -1,6 +1,6 @@
-#include "output/WorkbookXlsx.h"
+#include "workbook/WorkbookXlsx.h"
 
-#include "output/XlsxPie3D.h"
+#include "workbook/XlsxPie3D.h"
 
 #include <xlsxwriter.h>
 
@@ -415,13 +415,18 @@ void readWorksheet(Sheet &sheet, const QByteArray &data, const QStringList &stri
             } catch (const WorkbookError &) {
             }
         } else if (xml.name() == u"row") {
-            nextRow = attr(xml, u"r").isEmpty() ? nextRow + 1 : attr(xml, u"r").toInt();
+            bool ok = true;
+            nextRow = attr(xml, u"r").isEmpty() ? nextRow + 1 : attr(xml, u"r").toInt(&ok);
+            if (!ok || nextRow < 1 || nextRow > kMaxRows)
+                throw WorkbookError(QStringLiteral("una fila está fuera de la hoja."));
             nextColumn = 0;
         } else if (xml.name() == u"c") {
             const QString ref = attr(xml, u"r");
             int row = nextRow, column = nextColumn + 1;
             if (!ref.isEmpty())
                 std::tie(row, column) = cellPosition(ref);
+            if (row < 1 || column > kMaxColumns)
+                throw WorkbookError(QStringLiteral("una celda está fuera de la hoja."));
             nextColumn = column;
             const QString type = attr(xml, u"t");
             const int style = attr(xml, u"s").toInt();
@@ -503,6 +508,9 @@ void readWorksheet(Sheet &sheet, const QByteArray &data, const QStringList &stri
                 sheet.cells[{row, column}] = c;
         }
     }
+    // A sheet cut short or not well formed is refused, not read in part.
+    if (xml.hasError())
+        throw WorkbookError(xml.errorString());
 }
 
 // What a chart sheet holds: its type, whether it has a title, the range of its first series.

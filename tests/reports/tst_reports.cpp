@@ -4,10 +4,11 @@
 // batches for a long report.
 
 #include "ScriptedDialogs.h"
+#include "Session.h"
 #include "TempStore.h"
-#include "output/ReportDesigns.h"
-#include "output/ReportEngine.h"
-#include "output/ReportPainter.h"
+#include "reports/ReportDesigns.h"
+#include "reports/ReportEngine.h"
+#include "reports/ReportPainter.h"
 #include "output/ReportPreview.h"
 #include "output/dtrPresupuestoJefeArea.h"
 #include "output/dtrPresupuestoSuperUsuario.h"
@@ -26,6 +27,8 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QFontMetrics>
+#include <QImage>
+#include <QPainter>
 #include <QTest>
 #include <QToolButton>
 
@@ -58,8 +61,8 @@ QList<Person> readMonthReport(const ReportDocument &doc, QStringList *problems =
     QList<Person> people;
     QString openArea;
     QDate lastDate;
-    for (const output::DisplayPage &page : doc.pages) {
-        for (const DisplayItem &item : page.items) {
+    for (int i = 0; i < doc.pageCount(); ++i) {
+        for (const DisplayItem &item : doc.items(i)) {
             const QString key = item.section + QLatin1Char('/') + item.source;
             if (key == QLatin1String("Funcionarios_Header/FunCedula")) {
                 if (!people.isEmpty() && !people.last().footerSeen)
@@ -164,18 +167,28 @@ void checkPages(const ReportDocument &doc, const QString &pageHeaderText)
     QVERIFY(n >= 1);
     for (int i = 0; i < n; ++i) {
         const output::DisplayPage &page = doc.pages[std::size_t(i)];
-        QVERIFY2(page.texts(QStringLiteral("PageHeader")).contains(pageHeaderText), qPrintable(QString::number(i)));
-        QCOMPARE(page.texts(QStringLiteral("PageFooter"), QStringLiteral("%p")), QStringList{QString::number(i + 1)});
-        QCOMPARE(page.texts(QStringLiteral("PageFooter"), QStringLiteral("%P")), QStringList{QString::number(n)});
-        QVERIFY(page.texts(QStringLiteral("PageFooter")).contains(QStringLiteral("de")));
-        QVERIFY(page.texts(QStringLiteral("PageFooter")).contains(QStringLiteral("Número de página:")));
-        QCOMPARE(page.texts(QStringLiteral("PageFooter"), QStringLiteral("%D")),
+        QVERIFY2(doc.texts(i, QStringLiteral("PageHeader")).contains(pageHeaderText), qPrintable(QString::number(i)));
+        QCOMPARE(doc.texts(i, QStringLiteral("PageFooter"), QStringLiteral("%p")), QStringList{QString::number(i + 1)});
+        QCOMPARE(doc.texts(i, QStringLiteral("PageFooter"), QStringLiteral("%P")), QStringList{QString::number(n)});
+        QVERIFY(doc.texts(i, QStringLiteral("PageFooter")).contains(QStringLiteral("de")));
+        QVERIFY(doc.texts(i, QStringLiteral("PageFooter")).contains(QStringLiteral("Número de página:")));
+        QCOMPARE(doc.texts(i, QStringLiteral("PageFooter"), QStringLiteral("%D")),
                  QStringList{output::longDate(QDate::currentDate())});
         int bottom = 0;
         for (const output::PlacedSection &s : page.sections) {
             QVERIFY2(s.top >= bottom, qPrintable(QStringLiteral("%1 overlaps on page %2").arg(s.name).arg(i + 1)));
             bottom = s.top + s.height;
             QVERIFY(bottom <= doc.pageSize.height() - output::ReportLayout::kBottomMargin);
+        }
+        // No rule is drawn across a text of its section (a field that broke into lines).
+        const std::vector<DisplayItem> items = doc.items(i);
+        for (const DisplayItem &rule : items) {
+            if (rule.kind != DisplayItem::Kind::Rule)
+                continue;
+            for (const DisplayItem &text : items)
+                QVERIFY2(text.kind != DisplayItem::Kind::Text || text.section != rule.section || text.text.isEmpty()
+                             || rule.rect.top() <= text.rect.top() || rule.rect.top() >= text.rect.bottom(),
+                         qPrintable(QStringLiteral("a rule crosses «%1» on page %2").arg(text.text).arg(i + 1)));
         }
         const QString first = page.sections.front().name;
         QVERIFY(first == QLatin1String("PageHeader") || (i == 0 && first == QLatin1String("ReportHeader")));
@@ -219,6 +232,8 @@ private slots:
     void reopeningBringsForwardWithFixedData();
     void previewPagesAndPdf();
     void longReportIsLaidOutInBatches();
+    void textIsDrawnAndMeasuredAsLaidOut_data();
+    void textIsDrawnAndMeasuredAsLaidOut();
 };
 
 void TestReports::cleanup()
@@ -251,8 +266,10 @@ void TestReports::monthReport()
     tests::TempStore db;
     addPerson(db, QStringLiteral("12121212"));
     db.execNative(QStringLiteral("INSERT INTO AREAS (AreId, AreDescripcion) VALUES ('XXX', 'Sin horas')"));
-    modPrincipal::gFunCedula = QStringLiteral("11111111");  // the parameter wins over the session
-    modPrincipal::gAreId = key;
+    tests::amendSession([&](core::Session &s) {
+        s.person = QStringLiteral("11111111");  // the parameter wins over the session
+        s.area = key;
+    });
     const bool person = kind == QLatin1String("person");
     output::ReportPreview *report = nullptr;
     if (person)
@@ -287,7 +304,7 @@ void TestReports::monthReport()
     if (!person)
         return;
     QCOMPARE(report->windowTitle(), QStringLiteral("Reporte de horas realizadas durante el mes en curso"));
-    const QStringList header = doc.pages.front().texts(QStringLiteral("Funcionarios_Header"));
+    const QStringList header = doc.texts(0, QStringLiteral("Funcionarios_Header"));
     QCOMPARE(header.size(), 3);
     QCOMPARE(header.at(0), key);
     // Sections in order, pages aside: header, areas, the person's total, the report footer.
@@ -342,15 +359,16 @@ void TestReports::budgetReport()
 
     // The title once, on the first page; the headings on every page; each line's values
     // under their headings, in the statement's order; nothing else (no totals).
-    QCOMPARE(doc.pages.front().texts(QStringLiteral("ReportHeader")), QStringList{"PRESUPUESTO DE HORAS"});
+    QCOMPARE(doc.texts(0, QStringLiteral("ReportHeader")), QStringList{"PRESUPUESTO DE HORAS"});
     QCOMPARE(doc.sectionSequence().count(QStringLiteral("ReportHeader")), 1);
     const QStringList headings{"HORAS", "IMPORTE", "MONEDA", "TIPO DE HORAS", "DESTINO", "ACTIVIDAD"};
     QList<QStringList> lines;
-    for (const output::DisplayPage &page : doc.pages) {
-        QCOMPARE(page.texts(QStringLiteral("PageHeader")), headings);
+    for (int i = 0; i < doc.pageCount(); ++i) {
+        QCOMPARE(doc.texts(i, QStringLiteral("PageHeader")), headings);
+        const std::vector<DisplayItem> items = doc.items(i);
         std::vector<int> headingLeft;
         int headerBottom = 0;
-        for (const DisplayItem &item : page.items) {
+        for (const DisplayItem &item : items) {
             if (item.section == QLatin1String("PageHeader") && item.kind == DisplayItem::Kind::Text) {
                 headingLeft.push_back(item.rect.left());
                 headerBottom = std::max(headerBottom, item.rect.bottom());
@@ -358,7 +376,7 @@ void TestReports::budgetReport()
         }
         QStringList line;
         int lastLineBottom = 0, nextLineTop = 0;
-        for (const DisplayItem &item : page.items) {
+        for (const DisplayItem &item : items) {
             if (item.kind != DisplayItem::Kind::Text)
                 continue;
             if (item.section == QLatin1String("Presupuesto_Detail")) {
@@ -388,7 +406,7 @@ void TestReports::budgetReport()
             }
         }
         QVERIFY(line.isEmpty());
-        QCOMPARE(page.texts(QStringLiteral("PageFooter")), QStringList{output::longDate(QDate::currentDate())});
+        QCOMPARE(doc.texts(i, QStringLiteral("PageFooter")), QStringList{output::longDate(QDate::currentDate())});
     }
     QCOMPARE(lines, expected);
 }
@@ -397,14 +415,14 @@ void TestReports::reopeningBringsForwardWithFixedData()
 {
     tests::TempStore db;
     addPerson(db, QStringLiteral("12121212"));
-    modPrincipal::gFunCedula = QStringLiteral("11111111");
+    tests::amendSession([&](core::Session &s) { s.person = QStringLiteral("11111111"); });
     dtrReporteMesActualUsuario *first = dtrReporteMesActualUsuario::open();
     first->finishLayout();
     QCOMPARE(readMonthReport(first->document()).first().cedula, QStringLiteral("11111111"));
 
     // A "cambio" to another person while the preview is open: opening again only brings the
     // open one forward, with the data it was made with.
-    modPrincipal::gFunCedula = QStringLiteral("12121212");
+    tests::amendSession([&](core::Session &s) { s.person = QStringLiteral("12121212"); });
     dtrReporteMesActualUsuario *again = dtrReporteMesActualUsuario::open();
     QCOMPARE(again, first);
     QCOMPARE(readMonthReport(again->document()).first().cedula, QStringLiteral("11111111"));
@@ -419,10 +437,10 @@ void TestReports::reopeningBringsForwardWithFixedData()
     fresh->finishLayout();
     QCOMPARE(readMonthReport(fresh->document()).first().cedula, QStringLiteral("12121212"));
 
-    // Trailing blanks in gFunCedula reach the statement as they are; the store's comparison
+    // Trailing blanks in the session's person reach the statement as they are; the store's comparison
     // decides whether the person is found.
     closeReport<dtrReporteMesActualUsuario>();
-    modPrincipal::gFunCedula = QStringLiteral("11111111  ");
+    tests::amendSession([&](core::Session &s) { s.person = QStringLiteral("11111111  "); });
     const int matches =
         int(db.select(QStringLiteral("SELECT * FROM FUNCIONARIOS WHERE FUNCEDULA='11111111  '")).rows.size());
     dtrReporteMesActualUsuario *blanks = dtrReporteMesActualUsuario::open();
@@ -512,7 +530,10 @@ void TestReports::longReportIsLaidOutInBatches()
     const int rows = 6000;
     for (int i = 0; i < rows; ++i)
         hours->append({store::Row{QDate(2024, 1, 1).addDays(i / 20), qlonglong(1 + i / 140), 300.0, 1.0,
-                                  QStringLiteral("Horas comunes"), QStringLiteral("Gestión"), QStringLiteral("Clases")},
+                                  QStringLiteral("Horas comunes"),
+                                  i % 50 ? QStringLiteral("Gestión")
+                                         : QStringLiteral("Destino con un nombre que no cabe en su columna"),
+                                  QStringLiteral("Clases")},
                        {}});
     auto groups = std::make_shared<store::ShapeRecordset>(
         QStringLiteral("MesActual_Grouping"), QStringList{"AREDESCRIPCION", "FUNCEDULA", "SumaHoras", "MesActual"},
@@ -539,6 +560,90 @@ void TestReports::longReportIsLaidOutInBatches()
     QCOMPARE(people.size(), 1);
     QCOMPARE(people.first().groups.at(QStringLiteral("Docencia")).details, rows);
     QCOMPARE(people.first().total, QStringLiteral("6000"));
+}
+
+// Where the dark pixels of an image are.
+QRect inkBox(const QImage &image)
+{
+    QRect box;
+    for (int y = 0; y < image.height(); ++y) {
+        const QRgb *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
+        for (int x = 0; x < image.width(); ++x)
+            if (qGray(line[x]) < 128)
+                box |= QRect(x, y, 1, 1);
+    }
+    return box;
+}
+
+void TestReports::textIsDrawnAndMeasuredAsLaidOut_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("alignment");
+    QTest::addColumn<int>("width");
+    QTest::addColumn<bool>("bold");
+    const int vcenter = Qt::AlignVCenter;
+    QTest::newRow("left") << "Fernández, Ana" << int(Qt::AlignLeft) + vcenter << 3000 << false;
+    QTest::newRow("design default") << "Fernández, Ana" << 0 << 3000 << true;
+    QTest::newRow("right") << "1234,5" << int(Qt::AlignRight) + vcenter << 1500 << false;
+    QTest::newRow("centre") << "Horas comunes" << int(Qt::AlignHCenter) + vcenter << 4000 << true;
+    QTest::newRow("top right") << "de" << int(Qt::AlignRight | Qt::AlignTop) << 1000 << false;
+    QTest::newRow("bottom centre") << "Número de página:" << int(Qt::AlignHCenter | Qt::AlignBottom) << 3000 << false;
+    QTest::newRow("overflowing") << "Pesos Uruguayos por hora docente" << int(Qt::AlignLeft) + vcenter << 900 << false;
+    QTest::newRow("just too wide") << "MMMMMMMM" << int(Qt::AlignLeft) + vcenter << 1300 << true;
+    QTest::newRow("other scripts") << "Ωμέγα 東京" << int(Qt::AlignLeft) + vcenter << 3000 << false;
+    QTest::newRow("line break") << "dos\nlíneas" << int(Qt::AlignLeft) + vcenter << 3000 << false;
+    QTest::newRow("empty") << "" << int(Qt::AlignLeft) + vcenter << 3000 << false;
+}
+
+// A text drawn on a report page lands where a text layout in its rectangle puts it, clipped
+// to the rectangle; and the height a field needs is what a text layout needs.
+void TestReports::textIsDrawnAndMeasuredAsLaidOut()
+{
+    QFETCH(QString, text);
+    QFETCH(int, alignment);
+    QFETCH(int, width);
+    QFETCH(bool, bold);
+    output::ReportFont font;
+    font.bold = bold;
+    const QFont qfont = output::reportFont(font);
+    QCOMPARE(output::wrappedHeight(text, font, width),
+             QFontMetrics(qfont).boundingRect(QRect(0, 0, width, 1 << 24), Qt::TextWordWrap, text).height());
+
+    output::ReportControl label = output::ReportControl::label(500, 100, width, text, font);
+    label.alignment = alignment;
+    label.height = 500;
+    output::ReportLayout layout;
+    layout.reportHeader = output::ReportSection{QStringLiteral("ReportHeader"), 800, {label}};
+    const ReportDocument doc = output::layoutReport(layout, {});
+    QCOMPARE(doc.texts(0, QStringLiteral("ReportHeader")), QStringList{text});
+    const QRect rect = doc.items(0).front().rect;
+
+    const double scale = 0.1;  // pixels per twip
+    const QSize size(int(doc.pageSize.width() * scale), int(doc.pageSize.height() * scale));
+    QImage painted(size, QImage::Format_RGB32);
+    painted.fill(Qt::white);
+    {
+        QPainter p(&painted);
+        output::paintPage(p, doc, 0, scale);
+    }
+    QImage expected(size, QImage::Format_RGB32);
+    expected.fill(Qt::white);
+    {
+        QPainter p(&expected);
+        p.scale(scale, scale);
+        p.setRenderHint(QPainter::TextAntialiasing, true);
+        p.setFont(qfont);
+        p.setClipRect(rect);
+        p.drawText(rect, (alignment ? alignment : int(Qt::AlignLeft | Qt::AlignVCenter)) | Qt::TextSingleLine, text);
+    }
+    const QRect got = inkBox(painted), want = inkBox(expected);
+    QCOMPARE(got.isEmpty(), want.isEmpty());
+    const auto near = [](int a, int b) { return std::abs(a - b) <= 2; };
+    QVERIFY2(near(got.left(), want.left()) && near(got.right(), want.right()) && near(got.top(), want.top())
+                 && near(got.bottom(), want.bottom()),
+             qPrintable(QStringLiteral("drawn at %1,%2 %3x%4, a text layout puts it at %5,%6 %7x%8")
+                            .arg(got.x()).arg(got.y()).arg(got.width()).arg(got.height())
+                            .arg(want.x()).arg(want.y()).arg(want.width()).arg(want.height())));
 }
 
 TEMPALIA_TEST_MAIN(TestReports)

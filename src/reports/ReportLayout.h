@@ -8,7 +8,7 @@
 // Labels may hold the tokens "%D" (the date of printing in long form), "%p" (the page
 // number) and "%P" (the number of pages).
 
-#include "output/ReportDocument.h"
+#include "reports/ReportDocument.h"
 
 #include <QString>
 

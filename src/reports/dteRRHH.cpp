@@ -1,4 +1,4 @@
-#include "output/dteRRHH.h"
+#include "reports/dteRRHH.h"
 
 #include "store/Connection.h"
 #include "store/StoreError.h"

@@ -11,7 +11,7 @@ namespace store {
 class ShapeRecordset;
 }
 
-namespace analysis {
+namespace core {
 
 // The data grid of the chart: rows, columns (the series), one label per row and per column,
 // and a number in each cell. Rows and columns are numbered from 1, as 16-bit numbers, so a
@@ -89,4 +89,4 @@ QVariant ValorSinNulo(const QVariant &value, bool esNumero);
 void loadChartGrid(ChartGrid &grid, const store::ShapeRecordset &records, const QString &campoFila,
                    const QString &campoDato, const QString &campoColumna);
 
-}  // namespace analysis
+}  // namespace core

@@ -1,4 +1,4 @@
-#include "output/ReportDesigns.h"
+#include "reports/ReportDesigns.h"
 
 #include "store/SqlValue.h"
 

@@ -12,7 +12,7 @@
 // their number format), formulas as text, the active sheet and cell, the autofilter, and of
 // a chart sheet its type and source range.
 
-#include "output/Workbook.h"
+#include "workbook/Workbook.h"
 
 namespace output {
 

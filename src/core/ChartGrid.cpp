@@ -1,11 +1,11 @@
-#include "analysis/ChartGrid.h"
+#include "core/ChartGrid.h"
 
 #include "store/Shape.h"
 #include "store/StoreError.h"
 
 #include <stdexcept>
 
-namespace analysis {
+namespace core {
 
 void ChartGrid::clear()
 {
@@ -164,4 +164,4 @@ void loadChartGrid(ChartGrid &grid, const store::ShapeRecordset &records, const 
     }
 }
 
-}  // namespace analysis
+}  // namespace core

@@ -2,7 +2,7 @@
 
 // Draws the pages of a laid-out report: on screen (the preview), on a printer, into a PDF.
 
-#include "output/ReportDocument.h"
+#include "reports/ReportDocument.h"
 
 #include <QString>
 

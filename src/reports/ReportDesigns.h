@@ -2,7 +2,7 @@
 
 // The two report designs (month hours, budget) and the statements of the month reports.
 
-#include "output/ReportLayout.h"
+#include "reports/ReportLayout.h"
 
 #include <QString>
 

@@ -1,4 +1,4 @@
-#include "output/WorkbookPrint.h"
+#include "workbook/WorkbookPrint.h"
 
 #include <QFontMetricsF>
 #include <QPainter>

@@ -1,7 +1,9 @@
 #pragma once
 
-// The laid-out pages of a report: a display list of plain items in twips (1/1440 inch),
-// page coordinates counted from the sheet's top-left corner, margins included. The preview,
+// The laid-out pages of a report. A page keeps only where its sections were placed and for
+// which row; its display list (plain items in twips, 1/1440 inch, page coordinates counted
+// from the sheet's top-left corner, margins included) is made when the page is drawn or
+// read, so a report of thousands of pages holds one page's items at a time. The preview,
 // the printer, the PDF writer and the tests all read this and nothing else.
 
 #include <QRect>
@@ -9,9 +11,17 @@
 #include <QString>
 #include <QStringList>
 
+#include <memory>
 #include <vector>
 
+namespace store {
+class ShapeRecordset;
+}
+
 namespace output {
+
+struct ReportSection;
+class PageComposer;
 
 inline constexpr int kTwipsPerPoint = 20;
 inline constexpr int kTwipsPerInch = 1440;
@@ -49,29 +59,35 @@ struct DisplayItem {
     bool wraps = false;         // a field's text breaks into lines within its width
 };
 
-// Where one section was placed on a page, in the order of placement.
+// Where one section was placed on a page, in the order of placement, and what it shows.
 struct PlacedSection {
     QString name;
     int top = 0;     // twips on the page
-    int height = 0;
+    int height = 0;  // as placed: the design's, or more for fields broken into lines
     int level = -1;  // data level of a group header/footer or detail; -1 for the others
+    const ReportSection *design = nullptr;
+    const store::ShapeRecordset *rows = nullptr;  // the row's level; null for page and report sections
+    std::size_t row = 0;
 };
 
 struct DisplayPage {
     std::vector<PlacedSection> sections;
-    std::vector<DisplayItem> items;
-
-    // Texts of the items that came from `section` (and from `source`, if given: the field or
-    // token exactly as the design names it), in order.
-    QStringList texts(const QString &section, const QString &source = {}) const;
 };
 
 struct ReportDocument {
     QString title;                          // the preview caption
     QSize pageSize{kA4Width, kA4Height};    // twips
     std::vector<DisplayPage> pages;
+    bool complete = false;                  // every page laid out: "%P" is known
+    // Holds the design and the data the placed sections point into, and makes the items.
+    std::shared_ptr<const PageComposer> composer;
 
     int pageCount() const { return int(pages.size()); }
+    // The display list of a page, made now.
+    std::vector<DisplayItem> items(int page) const;
+    // Texts of the page's items that came from `section` (and from `source`, if given: the
+    // field or token exactly as the design names it), in order.
+    QStringList texts(int page, const QString &section, const QString &source = {}) const;
     // Every placed section of every page, in order: the report as one sequence.
     QStringList sectionSequence() const;
     // All texts of a page, top to bottom and left to right, one line per section row.

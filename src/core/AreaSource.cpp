@@ -1,8 +1,8 @@
-#include "analysis/AreaSource.h"
+#include "core/AreaSource.h"
 
 #include "store/DataControl.h"
 
-namespace analysis {
+namespace core {
 
 store::DataControl *areaSource(store::DataControl *given, QObject *owner)
 {
@@ -15,4 +15,4 @@ store::DataControl *areaSource(store::DataControl *given, QObject *owner)
     return areas;
 }
 
-}  // namespace analysis
+}  // namespace core

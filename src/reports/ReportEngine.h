@@ -10,11 +10,12 @@
 // Sections of height 0 are not printed.
 //
 // Layout can run in steps so that a window stays responsive over thousands of rows: step()
-// handles a batch of rows and returns; the document grows page by page. "%P" (the number of
-// pages) is only known, and written, once the layout is complete.
+// handles a batch of rows and returns; the document grows page by page. Layout only places
+// sections; a page's items are made when the page is drawn or read (PageComposer). "%P"
+// (the number of pages) is only known, and shown, once the layout is complete.
 
-#include "output/ReportDocument.h"
-#include "output/ReportLayout.h"
+#include "reports/ReportDocument.h"
+#include "reports/ReportLayout.h"
 #include "store/Shape.h"
 
 #include <QDate>
@@ -29,6 +30,22 @@ QString longDate(const QDate &date);
 
 // The text a field shows for a value with no mask (as a grid column without a mask).
 QString fieldText(const QVariant &value);
+
+// Makes the items of one laid-out page from the design and the data it was laid out over,
+// both of which it keeps alive for the document.
+class PageComposer {
+public:
+    PageComposer(ReportLayout layout, store::ShapeChapter data, const QDate &printDate);
+
+    const ReportLayout &layout() const { return m_layout; }
+    const store::ShapeRecordset &data() const { return *m_data; }
+    std::vector<DisplayItem> compose(const ReportDocument &document, int page) const;
+
+private:
+    ReportLayout m_layout;
+    store::ShapeChapter m_data;
+    QDate m_printDate;
+};
 
 class ReportLayouter {
 public:
@@ -58,13 +75,12 @@ private:
     void place(const ReportSection &section, int level, const store::ShapeRecordset *rows, std::size_t row);
     int growth(const ReportSection &section, const store::ShapeRecordset *rows, std::size_t row) const;
     // `height`: the section's height as placed (its design's, or more for wrapped fields).
-    void emitSection(const ReportSection &section, int level, int top, const store::ShapeRecordset *rows,
-                     std::size_t row, int height);
+    void record(const ReportSection &section, int level, int top, const store::ShapeRecordset *rows,
+                std::size_t row, int height);
     int bodyBottom() const;
 
-    ReportLayout m_layout;
-    store::ShapeChapter m_data;
-    QDate m_printDate;
+    std::shared_ptr<const PageComposer> m_composer;
+    const ReportLayout &m_layout;
     ReportDocument m_doc;
     std::vector<Frame> m_stack;
     bool m_started = false;

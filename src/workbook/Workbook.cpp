@@ -1,4 +1,4 @@
-#include "output/Workbook.h"
+#include "workbook/Workbook.h"
 
 #include "ui/Masks.h"
 
@@ -66,20 +66,38 @@ struct RangeEnd {
     int column = 0;  // 0: a whole row
 };
 
-std::optional<RangeEnd> parseEnd(const QString &text)
+// `$A$1`, `A1`, `A`, `1` and their mixed forms: up to three letters, up to seven digits,
+// each optionally after a dollar sign. Read by hand: it runs for every cell an export writes.
+std::optional<RangeEnd> parseEnd(QStringView text)
 {
-    static const QRegularExpression re(QStringLiteral("^\\$?([A-Za-z]{0,3})\\$?(\\d{0,7})$"));
-    const auto m = re.match(text.trimmed());
-    if (!m.hasMatch() || (m.captured(1).isEmpty() && m.captured(2).isEmpty()))
+    const auto isLetter = [](QChar c) {
+        return (c >= QLatin1Char('A') && c <= QLatin1Char('Z')) || (c >= QLatin1Char('a') && c <= QLatin1Char('z'));
+    };
+    const auto isDigit = [](QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); };
+    const QStringView s = text.trimmed();
+    qsizetype i = 0;
+    if (i < s.size() && s[i] == QLatin1Char('$'))
+        ++i;
+    const qsizetype lettersAt = i;
+    while (i < s.size() && isLetter(s[i]))
+        ++i;
+    const QStringView letters = s.sliced(lettersAt, i - lettersAt);
+    if (i < s.size() && s[i] == QLatin1Char('$'))
+        ++i;
+    const qsizetype digitsAt = i;
+    while (i < s.size() && isDigit(s[i]))
+        ++i;
+    const QStringView digits = s.sliced(digitsAt, i - digitsAt);
+    if (i != s.size() || letters.size() > 3 || digits.size() > 7 || (letters.isEmpty() && digits.isEmpty()))
         return std::nullopt;
     RangeEnd end;
-    if (!m.captured(1).isEmpty()) {
-        end.column = columnNumber(m.captured(1));
+    if (!letters.isEmpty()) {
+        end.column = columnNumber(letters.toString());
         if (end.column == 0)
             return std::nullopt;
     }
-    if (!m.captured(2).isEmpty()) {
-        end.row = m.captured(2).toInt();
+    if (!digits.isEmpty()) {
+        end.row = digits.toInt();
         if (end.row < 1 || end.row > kMaxRows)
             return std::nullopt;
     }
@@ -90,7 +108,7 @@ std::optional<RangeEnd> parseEnd(const QString &text)
 
 CellRange parseRange(const QString &text)
 {
-    const QStringList parts = text.trimmed().split(QLatin1Char(':'));
+    const QList<QStringView> parts = QStringView(text).trimmed().split(QLatin1Char(':'));
     if (parts.size() > 2)
         throw WorkbookError(badCell(text));
     const auto a = parseEnd(parts.first());
@@ -212,6 +230,9 @@ namespace {
 std::optional<double> readNumber(const QString &raw)
 {
     const QString text = raw.trimmed();
+    // Names and descriptions, most of what is typed, hold no digit: no need to match them.
+    if (std::none_of(text.cbegin(), text.cend(), [](QChar c) { return c.isDigit(); }))
+        return std::nullopt;
     // Spanish form first: dots group thousands, a comma is the decimal sign.
     static const QRegularExpression spanish(
         QStringLiteral("^[+-]?(\\d{1,3}(\\.\\d{3})+|\\d+)(,\\d*)?([eE][+-]?\\d+)?$|^[+-]?,\\d+$"));
@@ -234,6 +255,8 @@ std::optional<double> readNumber(const QString &raw)
 std::optional<QDate> readDate(const QString &raw)
 {
     const QString text = raw.trimmed();
+    if (text.isEmpty() || !text.front().isDigit())
+        return std::nullopt;
     static const QRegularExpression re(
         QStringLiteral("^\\d{1,2}([/-])(\\d{1,2}|[A-Za-zñÑéÉ]{3,10})\\1(\\d{2}|\\d{4})$"));
     if (!re.match(text).hasMatch())

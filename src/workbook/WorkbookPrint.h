@@ -3,7 +3,7 @@
 // Paper and screen output of the workbook: sheets printed as a grid of their cells' texts,
 // chart sheets as their pie.
 
-#include "output/Workbook.h"
+#include "workbook/Workbook.h"
 
 #include <vector>
 
