@@ -3,6 +3,7 @@
 #include "store/Connection.h"
 #include "store/SchemaInfo.h"
 #include "store/SqlValue.h"
+#include "store/StoreSetup.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -27,6 +28,57 @@ void stampLogin(Connection &conn, const QString &login)
     } catch (const std::exception &) {
         // A store without the history (not upgraded yet): nothing to stamp.
     }
+}
+
+// The fifteen columns of HORAS and HHORAS, in their order.
+const QString kColumns = QStringLiteral("HORID,FUNCEDULA,AREID,ACTID,DESID,FUNINSID,HORFECHA,HORSEMANA,HORVALORHORA,"
+                                        "HORHORAS,HORCATEGORIA,TIPID,HORMONEDA,HORHORARIOINICIAL,HORHORARIOFINAL");
+const QString kDue = QStringLiteral(" FROM HORAS WHERE HORFECHA <= ? AND AREID = ?");
+
+QString updateFromExcluded()
+{
+    QStringList sets;
+    const QStringList columns = kColumns.split(QLatin1Char(','));
+    for (const QString &c : columns)
+        if (c != QLatin1String("HORID"))
+            sets << QStringLiteral("%1 = EXCLUDED.%1").arg(c);
+    return sets.join(QStringLiteral(", "));
+}
+
+// The copy and the delete as plain statements; the store's triggers see to the history.
+ArchiveMove moveRows(Connection &conn, const QString &area, const QDate &cutOff)
+{
+    const QVariantList due{cutOff, area};
+    const QString copy = conn.backend() == Backend::PostgreSQL
+                             ? QStringLiteral("INSERT INTO HHORAS (%1) SELECT %1%2 ON CONFLICT (HORID) DO UPDATE SET %3")
+                                   .arg(kColumns, kDue, updateFromExcluded())
+                             : QStringLiteral("INSERT OR REPLACE INTO HHORAS (%1) SELECT %1%2").arg(kColumns, kDue);
+    ArchiveMove moved;
+    moved.copied = conn.executeNative(copy, due);
+    moved.deleted = conn.executeNative(QStringLiteral("DELETE") + kDue, due);
+    return moved;
+}
+
+ArchiveMove moveThroughStoreFunction(Connection &conn, const QString &area, const QDate &cutOff)
+{
+    const ResultSet rs =
+        conn.selectNative(QStringLiteral("SELECT copiadas, borradas FROM tempalia_cierre_mover(?, ?)"), {area, cutOff});
+    return {rs.rows.front().value(0).toInt(), rs.rows.front().value(1).toInt()};
+}
+
+// SQLite: the move with the per-row archive triggers dropped for this transaction, and the
+// area's one line written here (rows moved, the last date moved), as they would write it.
+ArchiveMove moveWithOwnLine(Connection &conn, const QString &area, const QDate &cutOff)
+{
+    const QVariant until =
+        conn.selectNative(QStringLiteral("SELECT MAX(HORFECHA)") + kDue, {cutOff, area}).rows.front().value(0);
+    const ArchiveMove moved = moveRows(conn, area, cutOff);
+    if (moved.deleted > 0)
+        conn.executeNative(QStringLiteral("INSERT INTO HORAS_HISTORIAL (HisInstante, HisTipo, HisTabla, AreId, HisFilas, "
+                                          "HisHasta) VALUES (julianday('now'), 'Archivo', 'HORAS', ?, ?, ?)"),
+                           {area, moved.deleted, until});
+    setup::createArchiveTriggers(conn);
+    return moved;
 }
 
 QString utcText(const QDate &localDay)
@@ -91,6 +143,15 @@ void announceLogin(const QString &login)
         if (!conn.spec().readOnly)
             stampLogin(conn, login);
     });
+}
+
+ArchiveMove moveToArchive(Connection &conn, const QString &area, const QDate &cutOff)
+{
+    if (conn.backend() == Backend::PostgreSQL) {
+        return setup::hasArchiveFunction(conn) ? moveThroughStoreFunction(conn, area, cutOff)
+                                               : moveRows(conn, area, cutOff);
+    }
+    return setup::dropArchiveTriggers(conn) ? moveWithOwnLine(conn, area, cutOff) : moveRows(conn, area, cutOff);
 }
 
 std::vector<Line> read(Connection &conn, const Filter &filter)

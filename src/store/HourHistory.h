@@ -23,6 +23,22 @@ namespace history {
 // (not upgraded yet) is left alone.
 void announceLogin(const QString &login);
 
+// What a close's move did: rows copied into HHORAS, rows taken from HORAS.
+struct ArchiveMove {
+    int copied = 0;
+    int deleted = 0;
+};
+
+// The close's move of one area, inside the caller's transaction: every row of HORAS of
+// `area` dated up to `cutOff` is copied into HHORAS (a row already there takes the values
+// of the one in HORAS: the newer of the two) and deleted from HORAS. The history records
+// the move as one 'Archivo' line for the area, without looking up each moved row:
+// PostgreSQL moves through the store's function tempalia_cierre_mover, which announces
+// the close to the triggers for its own transaction; SQLite drops the row triggers that
+// recognise an archive for the transaction, writes the line itself and creates them again
+// before the commit. A store without the history just moves. Throws StoreError.
+ArchiveMove moveToArchive(Connection &conn, const QString &area, const QDate &cutOff);
+
 struct Filter {
     QString cedula;               // FunCedula; empty: everybody (an archive line has none)
     QDate from, to;               // days of the change, in local time; null: open

@@ -216,7 +216,7 @@ std::optional<int> textLimit(const QString &table, const QString &column)
 
 QStringList storeOwnedTables()
 {
-    return {QStringLiteral("HORAS_HISTORIAL")};
+    return {QStringLiteral("HORAS_HISTORIAL"), QStringLiteral("HORAS_CIERRE")};
 }
 
 QStringList allTables()

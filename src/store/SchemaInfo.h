@@ -48,8 +48,8 @@ QVariant convertForWrite(ColumnKind kind, const QVariant &value, const QString &
 
 QStringList allTables();
 // Tables the store keeps for itself through its own triggers (the history of the hour
-// records): their columns differ per backend and no window's statement names them, so they
-// stand in the schema files alone.
+// records, the close's marker on PostgreSQL): their columns differ per backend and no
+// window's statement names them, so they stand in the schema files alone.
 QStringList storeOwnedTables();
 
 }  // namespace store

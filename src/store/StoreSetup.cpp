@@ -6,7 +6,9 @@
 #include "store/StoreError.h"
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QSqlDatabase>
+#include <algorithm>
 
 namespace store::setup {
 namespace {
@@ -54,6 +56,10 @@ QString historyFile(Backend backend)
     return backend == Backend::SQLite ? QStringLiteral(":/schema/sqlite-history.sql")
                                       : QStringLiteral(":/schema/postgresql-history.sql");
 }
+
+// The SQLite triggers that recognise a close's rows, as the history's schema names them.
+const QStringList kArchiveTriggers{QStringLiteral("TR_HORAS_HIST_BAJA"), QStringLiteral("TR_HORAS_HIST_ARCHIVO"),
+                                   QStringLiteral("TR_HHORAS_HIST_ALTA")};
 
 void runStatements(Connection &conn, const QStringList &statements)
 {
@@ -146,10 +152,58 @@ void removeHistory(Connection &conn)
         }
     conn.executeNative(QStringLiteral("DROP VIEW IF EXISTS HORAS_HISTORIAL_LECTURA"));
     conn.executeNative(QStringLiteral("DROP TABLE IF EXISTS HORAS_HISTORIAL"));
-    if (!sqlite)
-        for (const char *f : {"tempalia_hist_fila()", "tempalia_hist_horas_bajas()", "tempalia_hist_hhoras_altas()",
-                              "tempalia_hist_json(jsonb)"})
-            conn.executeNative(QStringLiteral("DROP FUNCTION IF EXISTS %1").arg(QLatin1String(f)));
+    if (sqlite)
+        return;
+    conn.executeNative(QStringLiteral("DROP TABLE IF EXISTS HORAS_CIERRE"));
+    for (const char *f : {"tempalia_hist_fila()", "tempalia_hist_horas_bajas()", "tempalia_hist_hhoras_altas()",
+                          "tempalia_hist_json(jsonb)", "tempalia_cierre_mover(VARCHAR, DATE)"})
+        conn.executeNative(QStringLiteral("DROP FUNCTION IF EXISTS %1").arg(QLatin1String(f)));
+}
+
+bool hasArchiveFunction(Connection &conn)
+{
+    return !conn.selectNative(QStringLiteral("SELECT to_regprocedure('tempalia_cierre_mover(varchar,date)')"))
+                .rows.front()
+                .value(0)
+                .isNull();
+}
+
+bool dropArchiveTriggers(Connection &conn)
+{
+    // The drops come first: they take the file's write lock before anything is read.
+    for (const QString &trigger : kArchiveTriggers)
+        conn.executeNative(QStringLiteral("DROP TRIGGER IF EXISTS %1").arg(trigger));
+    return !conn.selectNative(QStringLiteral("SELECT 1 FROM sqlite_master WHERE type = 'table' AND name = ?"),
+                              {QString::fromLatin1(kHistoryTable)})
+                .rows.empty();
+}
+
+void createArchiveTriggers(Connection &conn)
+{
+    static const QStringList statements = [] {
+        QStringList creates = schemaStatements(historyFile(Backend::SQLite));
+        creates.removeIf([](const QString &s) {
+            return std::none_of(kArchiveTriggers.begin(), kArchiveTriggers.end(), [&](const QString &trigger) {
+                return s.startsWith(QStringLiteral("CREATE TRIGGER %1 ").arg(trigger));
+            });
+        });
+        return creates;
+    }();
+    runStatements(conn, statements);
+}
+
+// An older history (PostgreSQL) lacks the close's function: the schema's statements that
+// can run again replace the trigger functions and add the function and its marker.
+static bool updateHistory(Connection &conn)
+{
+    if (conn.backend() != Backend::PostgreSQL || hasArchiveFunction(conn))
+        return false;
+    static const QRegularExpression rerunnable(
+        QStringLiteral("^(CREATE OR REPLACE |CREATE TABLE IF NOT EXISTS |GRANT |DO )"));
+    QStringList statements = schemaStatements(historyFile(Backend::PostgreSQL));
+    statements.removeIf([](const QString &s) { return !rerunnable.match(s).hasMatch(); });
+    runStatements(conn, statements);
+    return true;
 }
 
 static bool widenPasswordColumn(Connection &conn)
@@ -196,6 +250,8 @@ QStringList upgrade(Connection &conn)
         if (!hasHistory(conn)) {
             installHistory(conn);
             done << QStringLiteral("historial de horas creado");
+        } else if (updateHistory(conn)) {
+            done << QStringLiteral("historial de horas actualizado");
         }
         conn.commit();
     } catch (...) {

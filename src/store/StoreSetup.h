@@ -31,5 +31,17 @@ bool hasHistory(Connection &conn);
 void installHistory(Connection &conn);
 void removeHistory(Connection &conn);
 
+// PostgreSQL: the store's function that moves a close's rows (tempalia_cierre_mover), which
+// a history made by an earlier version lacks until it is upgraded.
+bool hasArchiveFunction(Connection &conn);
+
+// SQLite: the history's row triggers that recognise a close's rows one by one (a delete
+// from HORAS of a row that stands in HHORAS, an insert into HHORAS of a row that stands in
+// HORAS). The close drops them inside its own write transaction, which no other connection
+// sees, records its move itself and creates them again before it commits (see
+// history::moveToArchive). Dropping returns false on a store without the history.
+bool dropArchiveTriggers(Connection &conn);
+void createArchiveTriggers(Connection &conn);
+
 }  // namespace setup
 }  // namespace store

@@ -256,7 +256,8 @@ void TestConcurrency::changesDuringClose()
         if (postgres)
             underWay = m_store
                            ->scalar(QStringLiteral("SELECT count(*) FROM pg_stat_activity WHERE wait_event_type = "
-                                                   "'Lock' AND query LIKE 'DELETE%HORAS%'"))
+                                                   "'Lock' AND (query LIKE 'DELETE%HORAS%' OR query LIKE "
+                                                   "'%tempalia_cierre_mover%')"))
                            .toInt() > 0;
         else
             underWay = sqliteWriteLocked();

@@ -7,6 +7,7 @@
 
 #include "core/MonthClose.h"
 #include "store/HourHistory.h"
+#include "store/SqlValue.h"
 #include "store/StoreError.h"
 #include "store/StoreSetup.h"
 #include "ui/Application.h"
@@ -47,6 +48,23 @@ const QString kInsert = QStringLiteral(
 qlonglong lastHorId(tests::TempStore &store)
 {
     return store.scalar(QStringLiteral("SELECT MAX(HorId) FROM HORAS")).toLongLong();
+}
+
+// Makes the store refuse every delete of an hour row of `area`, as a fault halfway through
+// a close would.
+void refuseDeletes(tests::TempStore &store, const QString &area)
+{
+    if (store.backend() == store::Backend::PostgreSQL) {
+        store.execNative(QStringLiteral("CREATE FUNCTION tst_no_delete() RETURNS trigger AS $$ BEGIN RAISE EXCEPTION "
+                                        "'borrado impedido'; END $$ LANGUAGE plpgsql"));
+        store.execNative(QStringLiteral("CREATE TRIGGER tst_no_delete BEFORE DELETE ON HORAS FOR EACH ROW WHEN "
+                                        "(OLD.AreId = %1) EXECUTE FUNCTION tst_no_delete()")
+                             .arg(store::sql::text(area)));
+    } else {
+        store.execNative(QStringLiteral("CREATE TRIGGER tst_no_delete BEFORE DELETE ON HORAS WHEN OLD.AreId = %1 BEGIN "
+                                        "SELECT RAISE(ABORT, 'borrado impedido'); END")
+                             .arg(store::sql::text(area)));
+    }
 }
 
 // Fields of one CSV record (RFC 4180) starting at `pos`; moves `pos` past it.
@@ -92,6 +110,8 @@ private slots:
     void hostileText_data();
     void hostileText();
     void reportFilters();
+    void closeRecordsOneLine_data();
+    void closeRecordsOneLine();
     void upgradeOlderStore();
     void programRoleIsLimited();
 };
@@ -233,8 +253,80 @@ void TestHistory::reportFilters()
     QVERIFY(table.contains(QStringLiteral("ana")));
 }
 
+// The close's move, as the program makes it: one line for the area (its rows, its last date,
+// the login), none per row, and the history recognises every other change in the same
+// transaction as before. A close the store refuses halfway leaves no line. Either way the
+// store goes on recording what others write afterwards: a delete by hand is a 'Baja', an
+// archive by hand (the copy and the delete typed at a prompt) is one line of its own.
+void TestHistory::closeRecordsOneLine_data()
+{
+    QTest::addColumn<bool>("refused");
+    QTest::newRow("close") << false;
+    QTest::newRow("close refused halfway") << true;
+}
+
+void TestHistory::closeRecordsOneLine()
+{
+    QFETCH(bool, refused);
+    tests::TempStore fixture;
+    fixture.execNative(QStringLiteral("DELETE FROM HORAS_HISTORIAL"));
+    store::history::announceLogin(QStringLiteral("jefe"));
+    const QDate cutOff = QDate::currentDate().addYears(1);
+    const int due = fixture.count(QStringLiteral("HORAS"), QStringLiteral("AreId = 'DOC'"));
+    const QDate last = fixture.scalar(QStringLiteral("SELECT MAX(HorFecha) FROM HORAS WHERE AreId = 'DOC'")).toDate();
+    const qlonglong other = fixture.scalar(QStringLiteral("SELECT MIN(HorId) FROM HORAS WHERE AreId = 'ADM'")).toLongLong();
+    const int archived = fixture.count(QStringLiteral("HHORAS"));
+    QVERIFY(due > 1);
+    if (refused)
+        refuseDeletes(fixture, QStringLiteral("DOC"));
+
+    auto program = store::Connection::open();
+    program->beginTransaction();
+    try {
+        const store::history::ArchiveMove moved = store::history::moveToArchive(*program, QStringLiteral("DOC"), cutOff);
+        QCOMPARE(moved.copied, due);
+        QCOMPARE(moved.deleted, due);
+        program->executeNative(QStringLiteral("DELETE FROM HORAS WHERE HorId = ?"), {other});
+        program->commit();
+        QVERIFY(!refused);
+    } catch (const store::StoreError &e) {
+        program->rollback();
+        QVERIFY2(refused, qPrintable(e.description()));
+        QVERIFY(e.description().contains(QStringLiteral("borrado impedido")));
+        QCOMPARE(fixture.count(QStringLiteral("HORAS"), QStringLiteral("AreId = 'DOC'")), due);
+        QCOMPARE(fixture.count(QStringLiteral("HHORAS")), archived);
+        fixture.execNative(QStringLiteral("DROP TRIGGER tst_no_delete") +
+                           (fixture.backend() == store::Backend::PostgreSQL ? QStringLiteral(" ON HORAS") : QString()));
+    }
+
+    QList<Seen> expected;
+    if (!refused) {
+        expected = {{QStringLiteral("Archivo"), QStringLiteral("HORAS"), QStringLiteral("jefe"), 0},
+                    {QStringLiteral("Baja"), QStringLiteral("HORAS"), QStringLiteral("jefe"), other}};
+        const auto lines = store::history::read(fixture.conn(), {});
+        QCOMPARE(lines.front().area, QStringLiteral("DOC"));
+        QCOMPARE(lines.front().rows.toInt(), due);
+        QCOMPARE(lines.front().until, last);
+    }
+    QCOMPARE(seen(fixture.conn()), expected);
+
+    // By hand, on a connection that announced nobody.
+    store::history::announceLogin(QString());
+    auto prompt = store::Connection::open();
+    const qlonglong deleted = fixture.scalar(QStringLiteral("SELECT MAX(HorId) FROM HORAS WHERE AreId = 'ADM'")).toLongLong();
+    prompt->executeNative(QStringLiteral("DELETE FROM HORAS WHERE HorId = ?"), {deleted});
+    prompt->beginTransaction();
+    prompt->executeNative(QStringLiteral("INSERT INTO HHORAS SELECT * FROM HORAS WHERE AreId = 'ADM'"));
+    prompt->executeNative(QStringLiteral("DELETE FROM HORAS WHERE AreId = 'ADM'"));
+    prompt->commit();
+    expected << Seen{QStringLiteral("Baja"), QStringLiteral("HORAS"), QString(), deleted}
+             << Seen{QStringLiteral("Archivo"), QStringLiteral("HORAS"), QString(), 0};
+    QCOMPARE(seen(fixture.conn()), expected);
+}
+
 // A store made before hashes and history: upgrade widens UsuPassword (keeping the rows),
-// adds the history, and changes nothing when run again.
+// adds the history, and changes nothing when run again; on PostgreSQL it also brings an
+// older history up to date.
 void TestHistory::upgradeOlderStore()
 {
     tests::TempStore fixture;
@@ -262,6 +354,30 @@ void TestHistory::upgradeOlderStore()
     conn.executeNative(QStringLiteral("UPDATE USUARIOS SET UsuPassword = ?"), {hash});
     fixture.execNative(kInsert, {QDate(2030, 3, 4), QStringLiteral("Dolares")});
     QCOMPARE(fixture.count(QStringLiteral("HORAS_HISTORIAL"), QStringLiteral("HisTipo = 'Alta'")), 1);
+    if (fixture.backend() != store::Backend::PostgreSQL)
+        return;
+
+    // A PostgreSQL history made before the close had a function of its own (its trigger
+    // functions here reduced to doing nothing): a close still moves its rows; upgrade adds
+    // the function and replaces the trigger functions, once, keeping the lines.
+    conn.executeNative(QStringLiteral("DROP FUNCTION tempalia_cierre_mover(VARCHAR, DATE)"));
+    conn.executeNative(QStringLiteral("DROP TABLE HORAS_CIERRE"));
+    for (const char *f : {"tempalia_hist_horas_bajas", "tempalia_hist_hhoras_altas"})
+        conn.executeNative(QStringLiteral("CREATE OR REPLACE FUNCTION %1() RETURNS trigger LANGUAGE plpgsql AS $$ "
+                                          "BEGIN RETURN NULL; END $$")
+                               .arg(QLatin1String(f)));
+    const QDate cutOff = QDate::currentDate().addYears(1);
+    QVERIFY(core::MonthClose(QStringLiteral("ADM"), cutOff).run(conn) > 0);
+    QCOMPARE(fixture.count(QStringLiteral("HORAS_HISTORIAL"), QStringLiteral("HisTipo = 'Archivo'")), 0);
+    QCOMPARE(storetool::upgrade(conn), QStringList{QStringLiteral("historial de horas actualizado")});
+    QVERIFY(storetool::upgrade(conn).isEmpty());
+    QCOMPARE(fixture.count(QStringLiteral("HORAS_HISTORIAL"), QStringLiteral("HisTipo = 'Alta'")), 1);
+    const int due = fixture.count(QStringLiteral("HORAS"), QStringLiteral("AreId = 'DOC' AND HorFecha <= ?"), {cutOff});
+    QCOMPARE(core::MonthClose(QStringLiteral("DOC"), cutOff).run(conn), due);
+    QCOMPARE(fixture.count(QStringLiteral("HORAS_HISTORIAL"), QStringLiteral("HisTipo = 'Archivo' AND AreId = 'DOC' AND "
+                                                                             "HisFilas = ?"),
+                           {due}),
+             1);
 }
 
 // PostgreSQL: create with an owner and a program role. The program role does what the
@@ -299,9 +415,27 @@ void TestHistory::programRoleIsLimited()
                                   QStringLiteral("UPDATE HORAS_HISTORIAL SET HisLogin = 'otro'"),
                                   QStringLiteral("SELECT * FROM HORAS_HISTORIAL"), QStringLiteral("DELETE FROM HHORAS"),
                                   QStringLiteral("DELETE FROM USUARIOS"), QStringLiteral("TRUNCATE HORAS"),
-                                  QStringLiteral("DROP TRIGGER TR_HORAS_HIST_ALTA ON HORAS")};
+                                  QStringLiteral("DROP TRIGGER TR_HORAS_HIST_ALTA ON HORAS"),
+                                  QStringLiteral("ALTER TABLE HORAS DISABLE TRIGGER TR_HORAS_HIST_BAJA"),
+                                  QStringLiteral("INSERT INTO HORAS_CIERRE SELECT txid_current()")};
         for (const QString &sql : refused)
             QVERIFY_THROWS_EXCEPTION(store::StoreError, app->executeNative(sql));
+
+        // A close announced through a temporary table of the marker's name announces
+        // nothing: the delete is recorded row by row.
+        app->executeNative(kInsert, {QDate(2030, 3, 5), QStringLiteral("Dolares")});
+        const qlonglong forged = lastHorId(fixture);
+        app->executeNative(QStringLiteral("CREATE TEMP TABLE HORAS_CIERRE (CieTransaccion BIGINT)"));
+        app->beginTransaction();
+        app->executeNative(QStringLiteral("INSERT INTO HORAS_CIERRE SELECT txid_current()"));
+        app->executeNative(QStringLiteral("DELETE FROM HORAS WHERE HorId = ?"), {forged});
+        QCOMPARE(app->selectNative(QStringLiteral("SELECT COUNT(*) FROM HORAS_CIERRE WHERE CieTransaccion = "
+                                                  "txid_current()"))
+                     .rows.front()
+                     .value(0)
+                     .toInt(),
+                 1);
+        app->commit();
 
         // The month close, as the windows run it, is within the program role's rights.
         const int due = fixture.count(QStringLiteral("HORAS"), QStringLiteral("AreId = 'DOC'"));
@@ -311,7 +445,8 @@ void TestHistory::programRoleIsLimited()
     }
     const auto lines = fixture.selectNative(
         QStringLiteral("SELECT HisLogin, HisCuenta, HisTipo FROM HORAS_HISTORIAL WHERE HisLogin = 'jefe' ORDER BY HisId"));
-    QCOMPARE(int(lines.rows.size()), 4);  // the entry's three lines, then the close's one
+    QCOMPARE(int(lines.rows.size()), 6);  // the entry's three lines, the forged close's two, the close's one
+    QCOMPARE(lines.rows.at(4).value(2).toString(), QStringLiteral("Baja"));
     QCOMPARE(lines.rows.back().value(2).toString(), QStringLiteral("Archivo"));
     QCOMPARE(lines.rows.front().value(1).toString(), roles.program);
     QVERIFY(fixture.count(QStringLiteral("HORAS")) > 0);
