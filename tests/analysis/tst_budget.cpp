@@ -5,6 +5,7 @@
 
 #include "AnalysisFixture.h"
 #include "Session.h"
+#include "Controls.h"
 #include "ScriptedDialogs.h"
 #include "TempStore.h"
 #include "analysis/BudgetTab.h"
@@ -47,14 +48,7 @@ QString dateLiteral(const QDate &d)
         .arg(d.year() % 100, 2, 10, QLatin1Char('0'));
 }
 
-template <typename T>
-T *child(QWidget *w, const char *name)
-{
-    T *c = w->findChild<T *>(QLatin1String(name));
-    if (!c)
-        qFatal("control %s not found", name);
-    return c;
-}
+using tests::child;
 
 // What the grid shows, one line per row, sorted (the store gives groups in its own order).
 QStringList gridLines(QWidget *tab)
