@@ -224,8 +224,7 @@ private slots:
 
         tests::TempStore db(tests::TempStore::Content::Schema);
         fillBudgetStore(db);
-        ScriptedDialogs dialogs;
-        ScriptedDialogs::Install installed(dialogs);
+        InstalledDialogs dialogs;
         BudgetTab tab(super ? MainWindow::SuperUsuario : MainWindow::JefeArea);
         tab.show();
         setOptions(&tab, options);
@@ -282,8 +281,7 @@ private slots:
     {
         tests::TempStore db(tests::TempStore::Content::Schema);
         fillBudgetStore(db);
-        ScriptedDialogs dialogs;
-        ScriptedDialogs::Install installed(dialogs);
+        InstalledDialogs dialogs;
         QStringList printed;
         BudgetTab::setReportOpener([&](const QString &name, BudgetTab &t) { printed << name << t.statement(); });
         BudgetTab tab(MainWindow::SuperUsuario);
@@ -322,8 +320,7 @@ private slots:
     {
         tests::TempStore db(tests::TempStore::Content::Schema);
         fillBudgetStore(db);
-        ScriptedDialogs dialogs;
-        ScriptedDialogs::Install installed(dialogs);
+        InstalledDialogs dialogs;
         BudgetTab tab(MainWindow::JefeArea);
         child<QRadioButton>(&tab, "optConsulta_1")->click();
         QTest::mouseClick(child<QPushButton>(&tab, "cmdImprimir"), Qt::LeftButton);

@@ -159,8 +159,7 @@ private slots:
         QFETCH(QString, agrupar);
 
         tests::TempStore db;
-        ScriptedDialogs dialogs;
-        ScriptedDialogs::Install installed(dialogs);
+        InstalledDialogs dialogs;
         Tab t(super);
         t.option(option)->click();
         if (option == 2 && !choose.isEmpty()) {

@@ -111,15 +111,13 @@ private:
     store::ResultSet horas(qlonglong horId);
 
     std::unique_ptr<tests::TempStore> m_store;
-    std::unique_ptr<ScriptedDialogs> m_dialogs;
-    std::unique_ptr<ScriptedDialogs::Install> m_installed;
+    std::unique_ptr<InstalledDialogs> m_dialogs;
 };
 
 void TestHours::init()
 {
     m_store = std::make_unique<tests::TempStore>();
-    m_dialogs = std::make_unique<ScriptedDialogs>();
-    m_installed = std::make_unique<ScriptedDialogs::Install>(*m_dialogs);
+    m_dialogs = std::make_unique<InstalledDialogs>();
     login(QStringLiteral("11111111"));
 }
 
@@ -130,7 +128,6 @@ void TestHours::cleanup()
     if (auto *w = frmModificoHoras::instance())
         w->close();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    m_installed.reset();
     m_dialogs.reset();
     m_store.reset();
 }

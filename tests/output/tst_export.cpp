@@ -69,8 +69,7 @@ private slots:
     void init()
     {
         m_store = std::make_unique<tests::TempStore>();
-        m_dialogs = std::make_unique<ScriptedDialogs>();
-        m_installed = std::make_unique<ScriptedDialogs::Install>(*m_dialogs);
+        m_dialogs = std::make_unique<InstalledDialogs>();
         tests::amendSession([&](core::Session &s) {
             s.area = QStringLiteral("DOC");
             s.person = QStringLiteral("22222222 ");
@@ -86,7 +85,6 @@ private slots:
     {
         store::Connection::setStatementObserver({});
         m_adc.reset();
-        m_installed.reset();
         m_dialogs.reset();
         m_store.reset();
     }
@@ -325,8 +323,7 @@ private:
     }
 
     std::unique_ptr<tests::TempStore> m_store;
-    std::unique_ptr<ScriptedDialogs> m_dialogs;
-    std::unique_ptr<ScriptedDialogs::Install> m_installed;
+    std::unique_ptr<InstalledDialogs> m_dialogs;
     std::unique_ptr<store::DataControl> m_adc;
     int m_gridRefreshed = 0;
     QStringList m_statements;

@@ -190,8 +190,7 @@ void TestLogin::login()
     tests::TempStore store;
     for (const QString &sql : setup)
         store.execNative(sql);
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
 
     LoginWindow w;
     w.attempt(login, password);
@@ -239,8 +238,7 @@ void TestLogin::secondContract()
     QCOMPARE(int(rows.rows.size()), 2);
     const QString firstArea = rows.rows.front().value(rows.columnIndex(QStringLiteral("AreId"))).toString();
 
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     LoginWindow w;
     w.attempt(QStringLiteral("lucia"), QStringLiteral("lucia"));
 
@@ -271,8 +269,7 @@ void TestLogin::roleNotANumber()
     store.execNative(QStringLiteral("INSERT INTO USUARIOS (UsuLogin, UsuPassword, FunCedula, PerId) "
                                     "VALUES ('raro', 'sbsp', '11111111', %1)")
                          .arg(perId));
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     LoginWindow w;
     w.attempt(QStringLiteral("raro"), QStringLiteral("raro"));
 
@@ -291,8 +288,7 @@ void TestLogin::roleNotANumber()
 void TestLogin::retryAfterFailure()
 {
     tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     LoginWindow w;
 
     w.attempt(QStringLiteral("jefx"), QStringLiteral("mala"));
@@ -321,8 +317,7 @@ void TestLogin::cancel()
 {
     QFETCH(QString, how);
     tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     LoginWindow w;
     w.attempt(QStringLiteral("usuario"), QStringLiteral("mal"));
     w.type(QStringLiteral("usuario"), QStringLiteral("usuario"));
@@ -359,8 +354,7 @@ void TestLogin::storeRefuses()
     tests::TempStore store(tests::TempStore::Content::Empty);
     QStringList atLoad;
     store::setErrorReporter([&atLoad](const std::exception &e) { atLoad << QString::fromUtf8(e.what()); });
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     {
         LoginWindow w;
         QCOMPARE(atLoad.size(), 1);
@@ -405,8 +399,7 @@ void TestLogin::oldEncodingRewrittenAtLogin()
     const auto storedNow = [&] {
         return store.scalar(QStringLiteral("SELECT UsuPassword FROM USUARIOS WHERE UsuLogin = 'viejo'")).toString();
     };
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     {
         LoginWindow w;
         w.attempt(QStringLiteral("viejo"), typed);
@@ -476,8 +469,7 @@ void TestLogin::encoder()
     QFETCH(QString, input);
     QFETCH(QString, expected);
     QFETCH(bool, reported);
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     QString argument = input;
     QCOMPARE(Usuario::CodificarPassword(argument), expected);
     QVERIFY(argument.isEmpty());
@@ -505,8 +497,7 @@ void TestLogin::reportarError()
     QFETCH(QString, description);
     QFETCH(QString, text);
     QFETCH(int, icon);
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     ui::setBusy(true);
     if (number == -1)
         modPrincipal::ReportarError(std::runtime_error(description.toStdString()));
