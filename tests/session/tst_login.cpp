@@ -125,6 +125,11 @@ void TestLogin::login_data()
                                  << 0 << "txtLogin";
     QTest::newRow("login with an apostrophe") << none << "o'brien" << "x" << QStringList{kWrongLogin} << false
                                               << "" << "" << 0 << "txtLogin";
+    // Statement text typed as the login stays a login that matches nobody.
+    for (const char *sql : {"' OR '1'='1", "x'; DROP TABLE USUARIOS; --", "jefe\" OR \"\"=\"",
+                            "' UNION SELECT * FROM USUARIOS --"})
+        QTest::newRow(sql) << none << sql << "usuario" << QStringList{kWrongLogin} << false << "" << "" << 0
+                           << "txtLogin";
     QTest::newRow("user without a contract")
         << QStringList{QStringLiteral("INSERT INTO FUNCIONARIOS (FunCedula, FunNombres, FunApellidos) "
                                       "VALUES ('12121212', 'Sin', 'Contrato')"),
@@ -192,10 +197,12 @@ void TestLogin::login()
         store.execNative(sql);
     InstalledDialogs dialogs;
 
+    const int users = store.count(QStringLiteral("USUARIOS"));
     LoginWindow w;
     w.attempt(login, password);
 
     QCOMPARE(dialogs.texts(), boxes);
+    QCOMPARE(store.count(QStringLiteral("USUARIOS")), users);
     for (const ScriptedDialogs::Box &box : dialogs.shown()) {
         QCOMPARE(box.buttons, ui::Buttons::Ok);
         if (box.text == kWrongLogin || box.text == kWrongPassword) {
