@@ -120,8 +120,7 @@ private slots:
         QFETCH(QStringList, grid);
         tests::TempStore db(tests::TempStore::Content::Schema);
         fillStore(db);
-        ScriptedDialogs dialogs;
-        ScriptedDialogs::Install installed(dialogs);
+        InstalledDialogs dialogs;
         QPointer<ChartWindow> w = openChart(StatisticsTab::statement(), agrupar);
         QCOMPARE(dialogs.texts(), QStringList());
         QCOMPARE(describe(w->chart()->grid()), grid);
@@ -151,8 +150,7 @@ private slots:
     {
         tests::TempStore db(tests::TempStore::Content::Schema);
         fillStore(db);
-        ScriptedDialogs dialogs;
-        ScriptedDialogs::Install installed(dialogs);
+        InstalledDialogs dialogs;
         QPointer<ChartWindow> w = openChart(StatisticsTab::statement(), QStringLiteral("ActDescripcion"));
         QCOMPARE(w->objectName(), QStringLiteral("frmEstadisticasJefeArea"));
         QCOMPARE(w->windowTitle(), QStringLiteral("Estadísticas de empleo del tiempo de trabajo"));
@@ -200,8 +198,7 @@ private slots:
         QFETCH(QString, message);
         tests::TempStore db(tests::TempStore::Content::Schema);
         fillStore(db);
-        ScriptedDialogs dialogs;
-        ScriptedDialogs::Install installed(dialogs);
+        InstalledDialogs dialogs;
         QPointer<ChartWindow> w = openChart(consulta, QStringLiteral("ActDescripcion"));
         QCOMPARE(dialogs.count(), 1);
         QCOMPARE(dialogs.last().icon, ui::Icon::Exclamation);
@@ -236,8 +233,7 @@ private slots:
         fillStore(db);
         db.execNative(QStringLiteral("UPDATE ACTIVIDADES SET ActDescripcion = 'Cursos regulares de formación' "
                                      "WHERE ActId = 'CLA'"));
-        ScriptedDialogs dialogs;
-        ScriptedDialogs::Install installed(dialogs);
+        InstalledDialogs dialogs;
         QPointer<ChartWindow> w = openChart(StatisticsTab::statement(), agrupar);
         QVERIFY(QTest::qWaitForWindowExposed(w));
         w->findChild<QRadioButton *>(QStringLiteral("optTipo_%1").arg(option))->click();
@@ -307,8 +303,7 @@ private slots:
     {
         tests::TempStore db(tests::TempStore::Content::Schema);
         fillStore(db);
-        ScriptedDialogs dialogs;
-        ScriptedDialogs::Install installed(dialogs);
+        InstalledDialogs dialogs;
         QPointer<ChartWindow> w = openChart(StatisticsTab::statement(), QStringLiteral("AreDescripcion"));
         const double px = w->logicalDpiX() / 1440.0;  // pixels per twip
         auto *close = w->findChild<QPushButton *>(QStringLiteral("cmdClose"));

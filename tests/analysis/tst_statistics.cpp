@@ -2,6 +2,7 @@
 // options, the statement and grouping each option gives, the super user's menu entries,
 // and the chart window that a new query only brings forward.
 
+#include "Controls.h"
 #include "ScriptedDialogs.h"
 #include "Session.h"
 #include "TempStore.h"
@@ -33,14 +34,7 @@ const QString kTail = QStringLiteral(
 const int Y = QDate::currentDate().year();
 const QString YY = QStringLiteral("%1").arg(Y % 100, 2, 10, QLatin1Char('0'));
 
-template <typename T>
-T *child(QWidget *w, const QString &name)
-{
-    T *c = w->findChild<T *>(name);
-    if (!c)
-        qFatal("control %s not found", qPrintable(name));
-    return c;
-}
+using tests::child;
 
 // The window's staff list, as the chief's and the super user's windows fill it.
 store::DataControl *staffList(QObject *owner)
@@ -165,8 +159,7 @@ private slots:
         QFETCH(QString, agrupar);
 
         tests::TempStore db;
-        ScriptedDialogs dialogs;
-        ScriptedDialogs::Install installed(dialogs);
+        InstalledDialogs dialogs;
         Tab t(super);
         t.option(option)->click();
         if (option == 2 && !choose.isEmpty()) {

@@ -77,12 +77,10 @@ class TestExcel : public QObject {
 private slots:
     void init()
     {
-        m_dialogs = std::make_unique<ScriptedDialogs>();
-        m_installed = std::make_unique<ScriptedDialogs::Install>(*m_dialogs);
+        m_dialogs = std::make_unique<InstalledDialogs>();
     }
     void cleanup()
     {
-        m_installed.reset();
         m_dialogs.reset();
     }
 
@@ -469,8 +467,7 @@ private slots:
     }
 
 private:
-    std::unique_ptr<ScriptedDialogs> m_dialogs;
-    std::unique_ptr<ScriptedDialogs::Install> m_installed;
+    std::unique_ptr<InstalledDialogs> m_dialogs;
 };
 
 TEMPALIA_TEST_MAIN(TestExcel)

@@ -69,8 +69,7 @@ private slots:
     void init()
     {
         m_store = std::make_unique<tests::TempStore>();
-        m_dialogs = std::make_unique<ScriptedDialogs>();
-        m_installed = std::make_unique<ScriptedDialogs::Install>(*m_dialogs);
+        m_dialogs = std::make_unique<InstalledDialogs>();
         tests::amendSession([&](core::Session &s) {
             s.area = QStringLiteral("DOC");
             s.person = QStringLiteral("22222222 ");
@@ -86,7 +85,6 @@ private slots:
     {
         store::Connection::setStatementObserver({});
         m_adc.reset();
-        m_installed.reset();
         m_dialogs.reset();
         m_store.reset();
     }
@@ -181,25 +179,37 @@ private slots:
         QCOMPARE(int(output::loadXlsx(dir.filePath(saved)).sheets.size()), 2);
     }
 
-    void cancelSavesNothing_data()
+    // No file comes out of a cancelled or empty answer, nor of a folder that is not there;
+    // each says why.
+    void nothingSaved_data()
     {
-        QTest::addColumn<bool>("cancel");
-        QTest::newRow("cancelled") << true;
-        QTest::newRow("left empty") << false;
+        QTest::addColumn<QString>("typed");  // null: cancelled
+        QTest::addColumn<QString>("message");
+        const QString cancelled = QStringLiteral("Se ha cancelado la exportación de los datos a Excel.");
+        QTest::newRow("cancelled") << QString() << cancelled;
+        QTest::newRow("left empty") << QStringLiteral("") << cancelled;
+        QTest::newRow("unwritable") << QStringLiteral("no/existe/resumen.xlsx")
+                                    << QStringLiteral("No se pudo guardar el archivo: ");
     }
-    void cancelSavesNothing()
+    void nothingSaved()
     {
-        QFETCH(bool, cancel);
+        QFETCH(QString, typed);
+        QFETCH(QString, message);
         const QDir documents(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
         const bool existedBefore = documents.exists(QStringLiteral("resumen.xlsx"));
-        if (cancel)
+        QTemporaryDir dir;
+        const QString path = typed.isEmpty() ? typed : dir.filePath(typed);
+        if (typed.isNull())
             m_dialogs->cancelNextInput();
         else
-            m_dialogs->typeNext(QString());
+            m_dialogs->typeNext(path);
         run();
-        QCOMPARE(m_dialogs->texts(),
-                 (QStringList{kPrompt, QStringLiteral("Se ha cancelado la exportación de los datos a Excel.")}));
+        QCOMPARE(m_dialogs->count(), 2);
+        QCOMPARE(m_dialogs->texts().first(), kPrompt);
+        QVERIFY2(m_dialogs->last().text.startsWith(message), qPrintable(m_dialogs->last().text));
         QCOMPARE(documents.exists(QStringLiteral("resumen.xlsx")), existedBefore);
+        if (!path.isEmpty())
+            QVERIFY(!QFileInfo::exists(path));
         checkGivenBack();
     }
 
@@ -232,19 +242,6 @@ private slots:
         const output::Workbook book = output::loadXlsx(path);
         QCOMPARE(book.sheets[0].chart->source, output::parseRange(QStringLiteral("A4:D4")));
         QCOMPARE(book.sheets[1].lastRow(), 4);
-    }
-
-    void unwritablePath()
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(QStringLiteral("no/existe/resumen.xlsx"));
-        m_dialogs->typeNext(path);
-        run();
-        QCOMPARE(m_dialogs->count(), 2);
-        QVERIFY2(m_dialogs->last().text.startsWith(QStringLiteral("No se pudo guardar el archivo: ")),
-                 qPrintable(m_dialogs->last().text));
-        QVERIFY(!QFileInfo::exists(path));
-        checkGivenBack();
     }
 
 private:
@@ -326,8 +323,7 @@ private:
     }
 
     std::unique_ptr<tests::TempStore> m_store;
-    std::unique_ptr<ScriptedDialogs> m_dialogs;
-    std::unique_ptr<ScriptedDialogs::Install> m_installed;
+    std::unique_ptr<InstalledDialogs> m_dialogs;
     std::unique_ptr<store::DataControl> m_adc;
     int m_gridRefreshed = 0;
     QStringList m_statements;

@@ -119,8 +119,7 @@ int entries(const QStringList &args)
     int failed = 0;
     int done = 0;
     for (int i = 0; i < count && (stopFile.isEmpty() || !QFile::exists(stopFile)); ++i, ++done) {
-        ScriptedDialogs dialogs;
-        ScriptedDialogs::Install installed(dialogs);
+        InstalledDialogs dialogs;
         const bool teaching = i % 2 == 0;
         const QDate date = first.addDays(i / 4);
         const double hours = 1 + (i % 4) * 0.25;
@@ -183,8 +182,7 @@ int closeMonth(const QStringList &args)
 {
     const qlonglong id = args.value(0).toLongLong();
     login(args.value(2), args.value(1), 6);
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     CierreMesJefeArea tab;
     tab.show();
     store::DataControl *adc = tab.adcCierreMeses();
@@ -227,8 +225,7 @@ int closeMonth(const QStringList &args)
 int editEntry(const QStringList &args)
 {
     login(QStringLiteral("11111111"), QStringLiteral("DOC"), 5);
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     QPointer<frmModificoHoras> w = frmModificoHoras::open(args.value(0).toInt());
     if (!w) {
         say(QStringLiteral("ERROR ") + boxes(dialogs));
@@ -274,8 +271,7 @@ int deleteEntry(const QStringList &args)
 int newArea(const QStringList &args)
 {
     login(QStringLiteral("33333333"), QStringLiteral("ADM"), 7);
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     auto *w = new frmMantAreas;
     QPointer<frmMantAreas> guard(w);
     w->show();
@@ -298,8 +294,7 @@ int newArea(const QStringList &args)
 
 int logIn(const QStringList &args)
 {
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     std::unique_ptr<frmLogin> w;
     try {
         w = std::make_unique<frmLogin>();

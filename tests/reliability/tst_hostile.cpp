@@ -34,8 +34,6 @@ private slots:
     void init();
     void cleanup();
 
-    void loginTextKeepsStatementShape_data();
-    void loginTextKeepsStatementShape();
     void catalogueTextStoredAsTyped_data();
     void catalogueTextStoredAsTyped();
     void closeTextsStoredAsTyped_data();
@@ -59,28 +57,6 @@ void TestHostile::init()
 void TestHostile::cleanup()
 {
     m_fixture.end();
-}
-
-void TestHostile::loginTextKeepsStatementShape_data()
-{
-    QTest::addColumn<QString>("login");
-    QTest::newRow("or true") << QStringLiteral("' OR '1'='1");
-    QTest::newRow("drop") << QStringLiteral("x'; DROP TABLE USUARIOS; --");
-    QTest::newRow("double quotes") << QStringLiteral("jefe\" OR \"\"=\"");
-    QTest::newRow("union") << QStringLiteral("' UNION SELECT * FROM USUARIOS --");
-}
-
-void TestHostile::loginTextKeepsStatementShape()
-{
-    QFETCH(QString, login);
-    frmLogin w;
-    w.show();
-    child<QLineEdit>(&w, "txtLogin")->setText(login);
-    child<QLineEdit>(&w, "txtPassword")->setText(QStringLiteral("usuario"));
-    child<QPushButton>(&w, "cmdOK")->click();
-    QVERIFY(!w.LoginSucceeded);
-    QCOMPARE(m_fixture.dialogs().texts(), QStringList{QStringLiteral("Código de empleado incorrecto!")});
-    QCOMPARE(m_fixture.store().count(QStringLiteral("USUARIOS")), 4);
 }
 
 void TestHostile::catalogueTextStoredAsTyped_data()

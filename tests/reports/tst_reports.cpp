@@ -456,8 +456,7 @@ void TestReports::reopeningBringsForwardWithFixedData()
 void TestReports::previewPagesAndPdf()
 {
     tests::TempStore db;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     dtrReporteMesActualGeneral *report = dtrReporteMesActualGeneral::open();
     QVERIFY(QTest::qWaitForWindowExposed(report) || report->isVisible());
     QTRY_VERIFY(report->isLaidOut());

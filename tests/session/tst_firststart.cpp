@@ -150,8 +150,7 @@ void TestFirstStart::personalStore()
     NewUser user;
     if (!before.isEmpty())
         user.writeIni(before);
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
 
     FirstStartWindow w(storetool::createWithAdministrator);
     w.show();
@@ -201,8 +200,7 @@ void TestFirstStart::refusedInput()
     QFETCH(QString, focus);
     NewUser user;
     user.writeIni(kOtherSources);
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
 
     FirstStartWindow w(storetool::createWithAdministrator);
     w.show();
@@ -226,8 +224,7 @@ void TestFirstStart::existingStoreKept()
     user.writeIni(kOtherSources);
     const QByteArray old = "SQLite format 3\0 someone's earlier store";
     NewUser::write(user.storeFile(), old);
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
 
     FirstStartWindow w(storetool::createWithAdministrator);
     w.show();
@@ -251,8 +248,7 @@ void TestFirstStart::failedFillTakenBack()
 {
     NewUser user;
     user.writeIni(kOtherSources);
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     bool fail = true;
     bool tablesWereIn = false;
 
@@ -287,8 +283,7 @@ void TestFirstStart::sharedServer()
 {
     NewUser user;
     user.writeIni(kOtherSources);
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
 
     FirstStartWindow w(storetool::createWithAdministrator);
     w.show();
@@ -352,8 +347,7 @@ void TestFirstStart::mainStartUp()
         user.writeIni("\n[RRHHODBC]\nDriver=SQLite3\nDatabase=" +
                       QFile::encodeName(tests::testOdbcDir() + QStringLiteral("/rrhh.sqlite")) + "\n");
     const QByteArray iniBefore = user.ini();
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     modPrincipal::setStoreFiller(storetool::createWithAdministrator);
     int factoryRole = 0;
     QPointer<QWidget> mainWindow;

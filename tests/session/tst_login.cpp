@@ -125,6 +125,11 @@ void TestLogin::login_data()
                                  << 0 << "txtLogin";
     QTest::newRow("login with an apostrophe") << none << "o'brien" << "x" << QStringList{kWrongLogin} << false
                                               << "" << "" << 0 << "txtLogin";
+    // Statement text typed as the login stays a login that matches nobody.
+    for (const char *sql : {"' OR '1'='1", "x'; DROP TABLE USUARIOS; --", "jefe\" OR \"\"=\"",
+                            "' UNION SELECT * FROM USUARIOS --"})
+        QTest::newRow(sql) << none << sql << "usuario" << QStringList{kWrongLogin} << false << "" << "" << 0
+                           << "txtLogin";
     QTest::newRow("user without a contract")
         << QStringList{QStringLiteral("INSERT INTO FUNCIONARIOS (FunCedula, FunNombres, FunApellidos) "
                                       "VALUES ('12121212', 'Sin', 'Contrato')"),
@@ -190,13 +195,14 @@ void TestLogin::login()
     tests::TempStore store;
     for (const QString &sql : setup)
         store.execNative(sql);
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
 
+    const int users = store.count(QStringLiteral("USUARIOS"));
     LoginWindow w;
     w.attempt(login, password);
 
     QCOMPARE(dialogs.texts(), boxes);
+    QCOMPARE(store.count(QStringLiteral("USUARIOS")), users);
     for (const ScriptedDialogs::Box &box : dialogs.shown()) {
         QCOMPARE(box.buttons, ui::Buttons::Ok);
         if (box.text == kWrongLogin || box.text == kWrongPassword) {
@@ -239,8 +245,7 @@ void TestLogin::secondContract()
     QCOMPARE(int(rows.rows.size()), 2);
     const QString firstArea = rows.rows.front().value(rows.columnIndex(QStringLiteral("AreId"))).toString();
 
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     LoginWindow w;
     w.attempt(QStringLiteral("lucia"), QStringLiteral("lucia"));
 
@@ -271,8 +276,7 @@ void TestLogin::roleNotANumber()
     store.execNative(QStringLiteral("INSERT INTO USUARIOS (UsuLogin, UsuPassword, FunCedula, PerId) "
                                     "VALUES ('raro', 'sbsp', '11111111', %1)")
                          .arg(perId));
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     LoginWindow w;
     w.attempt(QStringLiteral("raro"), QStringLiteral("raro"));
 
@@ -291,8 +295,7 @@ void TestLogin::roleNotANumber()
 void TestLogin::retryAfterFailure()
 {
     tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     LoginWindow w;
 
     w.attempt(QStringLiteral("jefx"), QStringLiteral("mala"));
@@ -321,8 +324,7 @@ void TestLogin::cancel()
 {
     QFETCH(QString, how);
     tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     LoginWindow w;
     w.attempt(QStringLiteral("usuario"), QStringLiteral("mal"));
     w.type(QStringLiteral("usuario"), QStringLiteral("usuario"));
@@ -359,8 +361,7 @@ void TestLogin::storeRefuses()
     tests::TempStore store(tests::TempStore::Content::Empty);
     QStringList atLoad;
     store::setErrorReporter([&atLoad](const std::exception &e) { atLoad << QString::fromUtf8(e.what()); });
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     {
         LoginWindow w;
         QCOMPARE(atLoad.size(), 1);
@@ -405,8 +406,7 @@ void TestLogin::oldEncodingRewrittenAtLogin()
     const auto storedNow = [&] {
         return store.scalar(QStringLiteral("SELECT UsuPassword FROM USUARIOS WHERE UsuLogin = 'viejo'")).toString();
     };
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     {
         LoginWindow w;
         w.attempt(QStringLiteral("viejo"), typed);
@@ -476,8 +476,7 @@ void TestLogin::encoder()
     QFETCH(QString, input);
     QFETCH(QString, expected);
     QFETCH(bool, reported);
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     QString argument = input;
     QCOMPARE(Usuario::CodificarPassword(argument), expected);
     QVERIFY(argument.isEmpty());
@@ -505,8 +504,7 @@ void TestLogin::reportarError()
     QFETCH(QString, description);
     QFETCH(QString, text);
     QFETCH(int, icon);
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     ui::setBusy(true);
     if (number == -1)
         modPrincipal::ReportarError(std::runtime_error(description.toStdString()));

@@ -101,8 +101,7 @@ void TestStartup::mainWindowOfEachRole()
     QFETCH(QString, login);
     QFETCH(int, perId);
     tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
 
     std::unique_ptr<frmLogin> w = loggedIn(login, login);
     QPointer<frmLogin> loginWindow = w.get();
@@ -138,8 +137,7 @@ void TestStartup::roleWithoutWindow()
     tests::TempStore store;
     store.execNative(QStringLiteral("INSERT INTO USUARIOS (UsuLogin, UsuPassword, FunCedula, PerId) "
                                     "VALUES ('otro', 'pusp', '11111111', 4)"));
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     int factoryCalls = 0;
     modPrincipal::setMainWindowFactory([&](qint16) -> QWidget * {
         ++factoryCalls;
@@ -161,8 +159,7 @@ void TestStartup::roleWithoutWindow()
 void TestStartup::loginCancelled()
 {
     tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     bool factoryCalled = false;
     modPrincipal::setMainWindowFactory([&](qint16) -> QWidget * {
         factoryCalled = true;
@@ -195,8 +192,7 @@ void TestStartup::keyTakesPresentationAway()
 {
     QFETCH(QString, target);
     tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     bool goneAfterKey = false;
     QPointer<QWidget> mainWindow;
     modPrincipal::setMainWindowFactory([&](qint16) -> QWidget * {

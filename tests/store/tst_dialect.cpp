@@ -200,6 +200,11 @@ private slots:
 
         both("delete with table star", QStringLiteral("delete HORAS.* from HORAS where HORID=3"),
              QStringLiteral("delete from HORAS where HORID=3"));
+        both("delete with a bare star and a correlated subquery",
+             QStringLiteral("DELETE * FROM HORAS WHERE AREID='A1' AND EXISTS( SELECT * FROM HHORAS WHERE "
+                            "HHORAS.HORID=HORAS.HORID)"),
+             QStringLiteral("DELETE FROM HORAS WHERE AREID='A1' AND EXISTS( SELECT * FROM HHORAS WHERE "
+                            "HHORAS.HORID=HORAS.HORID)"));
 
         both("minus signs never make a comment", QStringLiteral("SELECT HORID FROM HORAS WHERE HORID=5--1"),
              QStringLiteral("SELECT HORID FROM HORAS WHERE HORID=5- -1"));
@@ -360,47 +365,6 @@ private slots:
             expected.sort();
         }
         QCOMPARE(rows, expected);
-    }
-
-    void archiveClose_data()
-    {
-        QTest::addColumn<Backend>("backend");
-        for (Backend backend : {Backend::SQLite, Backend::PostgreSQL})
-            QTest::newRow(qPrintable(store::backendName(backend))) << backend;
-    }
-
-    // The two statements of the month close: the copy by position into the archive and the
-    // delete of exactly the copied rows.
-    void archiveClose()
-    {
-        QFETCH(Backend, backend);
-        if (backend == Backend::PostgreSQL && !m_postgres)
-            QSKIP("PostgreSQL not configured (TEMPALIA_PG_HOST, TEMPALIA_PG_PORT, TEMPALIA_PG_USER, TEMPALIA_PG_DB)");
-        resetTables(backend);
-
-        const QString date = QStringLiteral("#11-5-01#");
-        run(backend,
-            QStringLiteral("INSERT INTO HHORAS (HORID,FUNCEDULA,AREID,ACTID,DESID,FUNINSID,HORFECHA,HORSEMANA,HORVALORHORA,"
-                           "HORHORAS,HORCATEGORIA,TIPID,HORMONEDA,HORHORARIOINICIAL,HORHORARIOFINAL) SELECT * FROM HORAS "
-                           "WHERE HORFECHA <= %1 AND AREID='A1'")
-                .arg(date),
-            {});
-        QVERIFY(!QTest::currentTestFailed());
-        run(backend,
-            QStringLiteral("DELETE * FROM HORAS WHERE HORFECHA <= %1 AND AREID='A1' AND EXISTS( SELECT * FROM HHORAS "
-                           "WHERE HHORAS.HORID=HORAS.HORID)")
-                .arg(date),
-            {});
-        QVERIFY(!QTest::currentTestFailed());
-
-        QStringList current = run(backend, QStringLiteral("SELECT HORID FROM HORAS"), {QStringLiteral("HORID")});
-        current.sort();
-        QCOMPARE(current, QStringList({"3", "4", "5"}));
-        QStringList archived = run(backend, QStringLiteral("SELECT HORID, HORFECHA, HORHORAS, HORHORARIOINICIAL, HORMONEDA "
-                                                           "FROM HHORAS WHERE HORID < 10 ORDER BY HORID"),
-                                   {QStringLiteral("HORID"), QStringLiteral("HORFECHA"), QStringLiteral("HORHORAS"),
-                                    QStringLiteral("HORHORARIOINICIAL"), QStringLiteral("HORMONEDA")});
-        QCOMPARE(archived, QStringList({"1|2001-11-04|2|08:00|Pesos Uruguayos", "2|2001-11-05|1.5|NULL|Pesos Uruguayos"}));
     }
 
 private:

@@ -7,7 +7,6 @@
 #include "store/StoreError.h"
 #include "ui/Application.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -60,7 +59,6 @@ class TestStoreFaults : public QObject {
 private slots:
     void faultIsSaidInSpanish_data();
     void faultIsSaidInSpanish();
-    void busyWaitsOneTimeoutOnly();
     void walIsSetByCreate();
 };
 
@@ -202,37 +200,6 @@ void TestStoreFaults::faultIsSaidInSpanish()
     QVERIFY2(first.contains(QStringLiteral("(código ")) || fault == QLatin1String("nodsn"), qPrintable(text));
     QVERIFY2(!first.contains(QStringLiteral("constraint")) && !first.contains(QStringLiteral("ERROR")), qPrintable(text));
     QVERIFY2(text.section(QLatin1Char('\n'), 1).contains(serverWords), qPrintable(text));
-}
-
-// Another process holds the SQLite file: a write waits one busy timeout (5 s), not two,
-// then says the store is busy.
-void TestStoreFaults::busyWaitsOneTimeoutOnly()
-{
-    if (tests::testBackend() != store::Backend::SQLite)
-        QSKIP("a fault of the SQLite file");
-    tests::TempStore db;
-    QProcess holder;
-    holder.start(QStringLiteral("sqlite3"), {tests::testOdbcDir() + QStringLiteral("/rrhh.sqlite")});
-    holder.write("BEGIN EXCLUSIVE;\nINSERT INTO DESTINOS (DesId, DesDescripcion) VALUES ('LCK', 'x');\n.print locked\n");
-    QVERIFY(holder.waitForReadyRead(10000));
-    QCOMPARE(holder.readLine().trimmed(), QByteArray("locked"));
-    QElapsedTimer waited;
-    waited.start();
-    std::optional<StoreError> caught;
-    try {
-        db.execNative(QStringLiteral("INSERT INTO AREAS (AreId, AreDescripcion) VALUES ('BSY', 'Ocupada')"));
-    } catch (const StoreError &e) {
-        caught = e;
-    }
-    const qint64 ms = waited.elapsed();
-    holder.closeWriteChannel();
-    holder.waitForFinished(10000);
-    QVERIFY(caught.has_value());
-    QCOMPARE(caught->fault(), Fault::Busy);
-    QVERIFY2(caught->description().startsWith(QStringLiteral("La base de datos está ocupada por otro usuario.")),
-             qPrintable(caught->description()));
-    QVERIFY2(ms >= store::Connection::kBusyTimeoutMs - 500, qPrintable(QString::number(ms)));
-    QVERIFY2(ms < store::Connection::kBusyTimeoutMs + 2500, qPrintable(QString::number(ms)));
 }
 
 // "create" leaves the SQLite file in WAL mode even through a data source that does not ask

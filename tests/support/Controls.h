@@ -13,12 +13,18 @@ namespace tests {
 
 // The control `name` of `w`; a missing control ends the test program with its name.
 template <typename T>
+T *child(const QObject *w, const QString &name)
+{
+    T *c = w->findChild<T *>(name);
+    if (!c)
+        qFatal("control %s not found", qPrintable(name));
+    return c;
+}
+
+template <typename T>
 T *child(const QObject *w, const char *name)
 {
-    T *c = w->findChild<T *>(QString::fromUtf8(name));
-    if (!c)
-        qFatal("control %s not found", name);
-    return c;
+    return child<T>(w, QString::fromUtf8(name));
 }
 
 inline void click(QWidget *w, const char *button)

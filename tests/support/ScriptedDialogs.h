@@ -14,8 +14,7 @@
 // Answers the program's boxes from a script and records every box shown, the mouse
 // pointer's history and the end of the program. Installed for one test:
 //
-//     ScriptedDialogs dialogs;
-//     ScriptedDialogs::Install installed(dialogs);
+//     InstalledDialogs dialogs;                     // a ScriptedDialogs, installed
 //     dialogs.answerNext(ui::Answer::Yes);        // the next question gets Yes
 //     dialogs.typeNext("C:\\horas.xls");          // the next input box gets this text
 //
@@ -107,6 +106,15 @@ private:
     bool m_busy = false;
     int m_endProgram = 0;
     QStringList m_problems;
+};
+
+// A ScriptedDialogs installed for as long as it lives: the boxes of one test function.
+class InstalledDialogs : public ScriptedDialogs {
+public:
+    InstalledDialogs() : m_install(*this) {}
+
+private:
+    Install m_install;
 };
 
 // For QCOMPARE and failure messages.

@@ -188,8 +188,7 @@ void TestBoundControls::gridAndControlShareCurrentRow()
 void TestBoundControls::gridEditInPlaceWritesOnRowChange()
 {
     tests::TempStore store;
-    ScriptedDialogs dialogs;
-    ScriptedDialogs::Install installed(dialogs);
+    InstalledDialogs dialogs;
     DataControl adc(QStringLiteral("adcDestinos"));
     adc.setRecordSource(QStringLiteral("SELECT * FROM DESTINOS ORDER BY DESID"));
     adc.refresh();

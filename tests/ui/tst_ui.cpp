@@ -309,8 +309,7 @@ private slots:
         QFETCH(QString, shown);
         QFETCH(int, boxes);
 
-        ScriptedDialogs dialogs;
-        ScriptedDialogs::Install installed(dialogs);
+        InstalledDialogs dialogs;
         ui::DatePicker picker(QStringLiteral("d-MMM-yy"));
         picker.setBlankAllowed(blankAllowed);
         const QDate start(2001, 11, 4);
@@ -551,8 +550,7 @@ private slots:
     // ---------------------------------------------------------------- the dialogs seam
     void scriptedAnswersAndLog()
     {
-        ScriptedDialogs dialogs;
-        ScriptedDialogs::Install installed(dialogs);
+        InstalledDialogs dialogs;
 
         // Unanswered: Ok for an OK box, No for a question, Cancel where there is one.
         ui::msgBox("Solo es posible eliminar horas del mes en curso");
@@ -597,8 +595,7 @@ private slots:
 
     void scriptedBusyAndEndProgram()
     {
-        ScriptedDialogs dialogs;
-        ScriptedDialogs::Install installed(dialogs);
+        InstalledDialogs dialogs;
         QList<bool> busyWhenShown;
         dialogs.setOnShown([&](const ScriptedDialogs::Box &box) { busyWhenShown.append(box.busy); });
 

@@ -197,8 +197,6 @@ private slots:
     void superUserReadsOnly();
     void superUserOpensHistory();
 
-    void roleTabsComposed_data();
-    void roleTabsComposed();
     void chiefExportsFromTheCloseTab();
     void budgetPrintOpensItsReport();
 
@@ -258,21 +256,24 @@ void TestWorkspaces::skeleton_data()
     QTest::addColumn<QStringList>("tabs");
     QTest::addColumn<QStringList>("printMenu");
     QTest::addColumn<QString>("hoursText");  // the hours column of the current grid, 2 hours
+    QTest::addColumn<QStringList>("roleTabs");  // a control of each tab past the third
     const QStringList three = {QStringLiteral("Mes en curso"), QStringLiteral("Mi archivo"), QStringLiteral("Búsqueda")};
     const QStringList seven = three + QStringList{QStringLiteral("Funcionarios"), QStringLiteral("Cierre de mes"),
                                                   QStringLiteral("Presupuesto"), QStringLiteral("Estadísticas")};
     QTest::newRow("usuario") << 5
                              << QStringList{"nuevo", "modificar", "eliminar", "imprimir", "ordenar_asc", "ordenar_des",
                                             "ayuda", "salir"}
-                             << three << QStringList{} << QStringLiteral("2");
+                             << three << QStringList{} << QStringLiteral("2") << QStringList{};
     QTest::newRow("jefe") << 6
                           << QStringList{"nuevo", "modificar", "eliminar", "imprimir", "ordenar_asc", "ordenar_des",
                                          "cambio", "ayuda", "salir"}
-                          << seven << QStringList{"funcionario", "area"} << QStringLiteral("2,00");
+                          << seven << QStringList{"funcionario", "area"} << QStringLiteral("2,00")
+                          << QStringList{"dtgFuncionarios", "cmdSolicitarCierre", "cmdComenzar", "cmdGraficar"};
     QTest::newRow("super") << 8
                            << QStringList{"imprimir", "estadisticas", "ordenar_asc", "ordenar_des", "cambio",
                                           "historial", "ayuda", "salir"}
-                           << seven << QStringList{"funcionario", "area", "todo"} << QStringLiteral("2,00");
+                           << seven << QStringList{"funcionario", "area", "todo"} << QStringLiteral("2,00")
+                           << QStringList{"dtgFuncionarios", "chkCierreAutorizado", "cmdComenzar", "cmdGraficar"};
 }
 
 void TestWorkspaces::skeleton()
@@ -282,6 +283,7 @@ void TestWorkspaces::skeleton()
     QFETCH(QStringList, tabs);
     QFETCH(QStringList, printMenu);
     QFETCH(QString, hoursText);
+    QFETCH(QStringList, roleTabs);
     tests::TempStore store;
     Screen s(perId);
     QCOMPARE(s.w->windowTitle(), QStringLiteral("Menú Principal"));
@@ -297,6 +299,8 @@ void TestWorkspaces::skeleton()
     for (int i = 0; i < s.tabs->count(); ++i)
         captions << s.tabs->tabText(i);
     QCOMPARE(captions, tabs);
+    for (int i = 0; i < roleTabs.size(); ++i)
+        QVERIFY2(s.tabs->widget(3 + i)->findChild<QWidget *>(roleTabs[i]), qPrintable(roleTabs[i]));
 
     // Activated when shown: the status panels and the current list of the person.
     auto *stb = s.w->findChild<ui::StatusPanels *>(QStringLiteral("stbPrincipal"));
@@ -772,14 +776,6 @@ static QWidget *findTopLevel(const QString &name)
     return nullptr;
 }
 
-static bool openWindow(const QString &name)
-{
-    for (QWidget *w : QApplication::topLevelWidgets())
-        if (w->objectName() == name && w->isVisible())
-            return true;
-    return false;
-}
-
 void TestWorkspaces::chiefPrintMenuRerunsLists()
 {
     tests::TempStore store;
@@ -792,7 +788,7 @@ void TestWorkspaces::chiefPrintMenuRerunsLists()
     QVERIFY(s.bar->trigger(QStringLiteral("imprimir")));
     QCOMPARE(m_dialogs.count(), 0);
     QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("imprimir"), QStringLiteral("area")));
-    QVERIFY(openWindow(QStringLiteral("dtrReporteMesActualArea")));
+    QVERIFY(findTopLevel(QStringLiteral("dtrReporteMesActualArea")));
     QCOMPARE(s.adcMes->recordSource(), sorted);
     QCOMPARE(Screen::ids(s.mes), idsOf(store, sorted));
     QVERIFY(s.archiveRuns > runs);
@@ -812,12 +808,12 @@ void TestWorkspaces::superUserReadsOnly()
              (QStringList{"actividades", "areas", "destinos", "tipos"}));
     auto *su = static_cast<frmSuperUsuario *>(s.w.get());
     QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("estadisticas"), QStringLiteral("destinos")));
-    QVERIFY(openWindow(QStringLiteral("frmEstadisticasSuperUsuario")));
+    QVERIFY(findTopLevel(QStringLiteral("frmEstadisticasSuperUsuario")));
     QCOMPARE(su->agrupar, QStringLiteral("DesDescripcion"));
     QVERIFY(su->consulta.startsWith(QLatin1String("SHAPE {select HorId,AreDescripcion")));
     QVERIFY(su->consulta.contains(QLatin1String("H.TIPID=T.TIPID } AS ChildCommand")));
     QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("imprimir"), QStringLiteral("todo")));
-    QVERIFY(openWindow(QStringLiteral("dtrReporteMesActualGeneral")));
+    QVERIFY(findTopLevel(QStringLiteral("dtrReporteMesActualGeneral")));
 }
 
 // `historial` opens the history of the current row of the list on screen: who changed it
@@ -865,29 +861,6 @@ void TestWorkspaces::superUserOpensHistory()
             delete w;
 }
 
-// The chief's and the super user's own tabs are in place, each with its first control.
-void TestWorkspaces::roleTabsComposed_data()
-{
-    QTest::addColumn<int>("perId");
-    QTest::addColumn<int>("tab");
-    QTest::addColumn<QString>("control");
-    for (int perId : {6, 8}) {
-        QTest::addRow("%d close", perId) << perId << 4 << (perId == 6 ? "cmdSolicitarCierre" : "chkCierreAutorizado");
-        QTest::addRow("%d budget", perId) << perId << 5 << "cmdComenzar";
-        QTest::addRow("%d statistics", perId) << perId << 6 << "cmdGraficar";
-    }
-}
-
-void TestWorkspaces::roleTabsComposed()
-{
-    QFETCH(int, perId);
-    QFETCH(int, tab);
-    QFETCH(QString, control);
-    tests::TempStore store;
-    Screen s(perId);
-    QVERIFY(s.tabs->widget(tab)->findChild<QWidget *>(control));
-}
-
 // cmdExportar of the chief's close tab writes the area's hours to a workbook and gives
 // the current list back to the person the window works on.
 void TestWorkspaces::chiefExportsFromTheCloseTab()
@@ -919,7 +892,7 @@ void TestWorkspaces::budgetPrintOpensItsReport()
     auto *cmdImprimir = s.tabs->widget(5)->findChild<QPushButton *>(QStringLiteral("cmdImprimir"));
     QVERIFY(cmdImprimir);
     cmdImprimir->click();
-    QVERIFY(openWindow(QStringLiteral("dtrPresupuestoJefeArea")));
+    QVERIFY(findTopLevel(QStringLiteral("dtrPresupuestoJefeArea")));
 }
 
 TEMPALIA_TEST_MAIN(TestWorkspaces)
