@@ -141,7 +141,7 @@ void TestFailover::primaryLostDuringWork()
     QElapsedTimer waiting;
     waiting.start();
     const QString closeWaits = QStringLiteral("SELECT COUNT(*) FROM pg_stat_activity WHERE wait_event_type = 'Lock' "
-                                              "AND query ILIKE '%INSERT INTO HHORAS%'");
+                                              "AND (query ILIKE '%INSERT INTO HHORAS%' OR query ILIKE '%tempalia_cierre_mover%')");
     while (scalarOn(db.conn(), closeWaits).toInt() != 1 && waiting.elapsed() < 60000)
         QTest::qWait(100);
     QVERIFY2(scalarOn(db.conn(), closeWaits).toInt() == 1, qPrintable(chief.report()));

@@ -58,9 +58,11 @@
 #include <QTest>
 
 #include <cstdio>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <string>
+#include <vector>
 
 using tests::child;
 using tests::choose;
@@ -132,22 +134,41 @@ int entries(const QStringList &args)
         // a failure in a handler, and ends the action.
         try {
             w = frmRegistroHoras::open();
-            if (w) {
-                child<ui::DatePicker>(w, "dtpFechas_0")->chooseDate(date);
-                choose(w, "dtcAreas", QStringLiteral("Docencia"));
-                choose(w, "dtcActividades", teaching ? QStringLiteral("Clases") : QStringLiteral("Reuniones"));
-                choose(w, "dtcDestinos", QStringLiteral("Cursos regulares"));
-                choose(w, "dtcTipoHoras", QStringLiteral("Horas comunes"));
-                type(child<QLineEdit>(w, "txtHoras"), QLocale(QLocale::Spanish, QLocale::Uruguay).toString(hours, 'f', 2));
-                chooseFixed(w, "cboMoneda", QStringLiteral("Pesos Uruguayos"));
-                if (teaching) {
-                    choose(w, "dtcRubros", QStringLiteral("Ciencias"));
-                    choose(w, "dtcMaterias", mat == QLatin1String("FIS") ? QStringLiteral("Física")
-                                                                         : QStringLiteral("Matemática"));
-                    chooseFixed(w, "cboTurno", turno);
-                }
-                saving.start();
-                QTest::mouseClick(child<QPushButton>(w, "cmdGuardar"), Qt::LeftButton);
+            // A user who meets a box (the store lost while a list was read) stops there: the
+            // rest of the entry is not typed and Guardar is not pressed.
+            const std::vector<std::function<void()>> steps{
+                [&] { child<ui::DatePicker>(w, "dtpFechas_0")->chooseDate(date); },
+                [&] { choose(w, "dtcAreas", QStringLiteral("Docencia")); },
+                [&] { choose(w, "dtcActividades", teaching ? QStringLiteral("Clases") : QStringLiteral("Reuniones")); },
+                [&] { choose(w, "dtcDestinos", QStringLiteral("Cursos regulares")); },
+                [&] { choose(w, "dtcTipoHoras", QStringLiteral("Horas comunes")); },
+                [&] {
+                    type(child<QLineEdit>(w, "txtHoras"),
+                         QLocale(QLocale::Spanish, QLocale::Uruguay).toString(hours, 'f', 2));
+                },
+                [&] { chooseFixed(w, "cboMoneda", QStringLiteral("Pesos Uruguayos")); },
+                [&] {
+                    if (teaching)
+                        choose(w, "dtcRubros", QStringLiteral("Ciencias"));
+                },
+                [&] {
+                    if (teaching)
+                        choose(w, "dtcMaterias", mat == QLatin1String("FIS") ? QStringLiteral("Física")
+                                                                             : QStringLiteral("Matemática"));
+                },
+                [&] {
+                    if (teaching)
+                        chooseFixed(w, "cboTurno", turno);
+                },
+                [&] {
+                    saving.start();
+                    QTest::mouseClick(child<QPushButton>(w, "cmdGuardar"), Qt::LeftButton);
+                },
+            };
+            for (const auto &step : steps) {
+                if (!w || dialogs.count() > 0)
+                    break;
+                step();
             }
         } catch (const store::StoreError &e) {
             ui::showError(e);
