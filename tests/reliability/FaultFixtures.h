@@ -201,14 +201,17 @@ public:
                         .arg(m_dir.path()),
                     QStringLiteral("start")})) == 0;
     }
-    QStringList stopCommand() const
+    // "fast" lets the server end its sessions in order; "immediate" is a server that dies:
+    // no session commits anything after the command, not even one that was waiting for a
+    // lock that a session ended first gave up.
+    QStringList stopCommand(const QString &mode = QStringLiteral("fast")) const
     {
-        return wrap({m_bin + QStringLiteral("pg_ctl"), QStringLiteral("-D"), data(), QStringLiteral("-m"),
-                     QStringLiteral("fast"), QStringLiteral("stop")});
+        return wrap({m_bin + QStringLiteral("pg_ctl"), QStringLiteral("-D"), data(), QStringLiteral("-m"), mode,
+                     QStringLiteral("stop")});
     }
     void stop() { run(stopCommand()); }
     // A command that waits until a session of the cluster waits for a lock, prints "overlap"
-    // and stops the server; after a minute with no such session it prints "no wait" and
+    // and stops the server at once; after a minute with no such session it prints "no wait" and
     // leaves the server running.
     QStringList stopOnceALockIsAwaited() const
     {
@@ -219,7 +222,7 @@ public:
                                           "echo overlap; exec \"$@\" >/dev/null; fi; sleep 0.1; done; echo 'no wait'")
                                .arg(poll),
                            QStringLiteral("stopper")} +
-               stopCommand();
+               stopCommand(QStringLiteral("immediate"));
     }
     QString dsn() const
     {
