@@ -3,6 +3,7 @@
 #include "store/Shape.h"
 #include "store/StoreError.h"
 
+#include <functional>
 #include <stdexcept>
 
 namespace core {
@@ -122,8 +123,16 @@ void loadChartGrid(ChartGrid &grid, const store::ShapeRecordset &records, const 
     const bool singleColumn = campoColumna.isEmpty();
     KeyedCollection rows;
     KeyedCollection columns;
-    int rowCounter = 0;
-    int columnCounter = 0;
+    // The number of a row or column key: the next one, made and labelled by `make`, the
+    // first time the key comes.
+    const auto numberOf = [](KeyedCollection &keys, const QString &key, const std::function<void(int)> &make) {
+        if (ExisteClave(keys, key))
+            return keys.item(key);
+        const int number = keys.count() + 1;
+        make(number);
+        keys.add(number, key);
+        return number;
+    };
 
     grid.clear();
     grid.insertColumnLabelLevel();
@@ -137,28 +146,17 @@ void loadChartGrid(ChartGrid &grid, const store::ShapeRecordset &records, const 
                                                "que cumplan las condiciones elegidas."));
     for (std::size_t r = 0; r < records.size(); ++r) {
         const QString rowKey = ValorSinNulo(records.value(r, campoFila), false).toString();
-        int row;
-        if (ExisteClave(rows, rowKey)) {
-            row = rows.item(rowKey);
-        } else {
-            grid.insertRow(rowCounter + 1);
-            ++rowCounter;
-            rows.add(rowCounter, rowKey);
-            row = rowCounter;
-            grid.setRowLabel(row, rowKey);
-        }
+        const int row = numberOf(rows, rowKey, [&](int n) {
+            grid.insertRow(n);
+            grid.setRowLabel(n, rowKey);
+        });
         int column = 1;
         if (!singleColumn) {
             const QString columnKey = ValorSinNulo(records.value(r, campoColumna), false).toString();
-            if (ExisteClave(columns, columnKey)) {
-                column = columns.item(columnKey);
-            } else {
-                grid.insertColumn(columnCounter + 1);
-                ++columnCounter;
-                columns.add(columnCounter, columnKey);
-                column = columnCounter;
-                grid.setColumnLabel(column, columnKey);
-            }
+            column = numberOf(columns, columnKey, [&](int n) {
+                grid.insertColumn(n);
+                grid.setColumnLabel(n, columnKey);
+            });
         }
         grid.addData(row, column, ValorSinNulo(records.value(r, campoDato), true).toDouble());
     }

@@ -45,13 +45,8 @@ ReportControl ReportControl::sumOf(int left, int top, int width, const QString &
 
 ReportControl ReportControl::rule(int top, int left, int width, int shade)
 {
-    ReportControl c;
+    ReportControl c = band(left, top, width, 15, shade);
     c.kind = Kind::Rule;
-    c.left = left;
-    c.top = top;
-    c.width = width;
-    c.height = 15;
-    c.shade = shade;
     return c;
 }
 
