@@ -18,6 +18,9 @@ tempalia_pg_start() {
   local bindir
   bindir="$(ls -d /usr/lib/postgresql/*/bin | sort -V | tail -n 1)"
   TEMPALIA_PG_DIR="$(mktemp -d /tmp/tempalia-pg.XXXXXX)"
+  # TEMPALIA_PG_DATA names a data folder kept between runs (the benchmark's large stores);
+  # without it the cluster lives and dies in the temporary folder.
+  local data="${TEMPALIA_PG_DATA:-$TEMPALIA_PG_DIR/data}"
   # A port the system hands out as free, not one guessed: other clusters may share the machine.
   TEMPALIA_PG_PORT="${TEMPALIA_PG_PORT:-$(tempalia_free_port)}"
   local run=()
@@ -28,10 +31,15 @@ tempalia_pg_start() {
   else
     TEMPALIA_PG_USER="$(id -un)"
   fi
-  "${run[@]}" "$bindir/initdb" -D "$TEMPALIA_PG_DIR/data" -A trust -U "$TEMPALIA_PG_USER" -E UTF8 >/dev/null
-  "${run[@]}" "$bindir/pg_ctl" -D "$TEMPALIA_PG_DIR/data" -l "$TEMPALIA_PG_DIR/log" -w \
+  if [ -n "${TEMPALIA_PG_DATA:-}" ]; then
+    mkdir -p "$data"
+    [ "$(id -u)" -eq 0 ] && chown postgres "$data"
+    chmod 700 "$data"
+  fi
+  [ -f "$data/PG_VERSION" ] || "${run[@]}" "$bindir/initdb" -D "$data" -A trust -U "$TEMPALIA_PG_USER" -E UTF8 >/dev/null
+  "${run[@]}" "$bindir/pg_ctl" -D "$data" -l "$TEMPALIA_PG_DIR/log" -w \
      -o "-p $TEMPALIA_PG_PORT -k $TEMPALIA_PG_DIR -c listen_addresses=127.0.0.1 -c fsync=${TEMPALIA_PG_FSYNC:-off} $(tempalia_pg_spanish)" start >/dev/null
-  TEMPALIA_PG_STOP=("${run[@]}" "$bindir/pg_ctl" -D "$TEMPALIA_PG_DIR/data" -m fast stop)
+  TEMPALIA_PG_STOP=("${run[@]}" "$bindir/pg_ctl" -D "$data" -m fast stop)
   trap tempalia_pg_stop EXIT
   TEMPALIA_PG_DB=postgres
   export TEMPALIA_PG_HOST=127.0.0.1 TEMPALIA_PG_PORT TEMPALIA_PG_USER TEMPALIA_PG_DB
