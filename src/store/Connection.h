@@ -2,6 +2,7 @@
 
 #include "store/Backend.h"
 #include "store/ResultSet.h"
+#include "store/SchemaInfo.h"
 
 #include <QElapsedTimer>
 #include <QSqlDatabase>
@@ -11,6 +12,7 @@
 #include <QVariantList>
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace store {
 
@@ -33,6 +35,7 @@ inline constexpr const char *kDefaultConnectString = "DSN=RRHHODBC";
 // dialect and translated for the backend here; the "Native" calls take backend SQL and
 // bound values (used by the data control for its own writes).
 class StoreError;
+class SqliteChangeWatch;
 
 class Connection {
 public:
@@ -82,12 +85,19 @@ public:
                            bool *more = nullptr);
     int executeNative(const QString &sql, const QVariantList &values = {});
 
+    // A number that changes whenever a change to the store is committed, by this program or
+    // by any other, so that a reader that finds it as it was knows its rows are still the
+    // store's. Empty when that can't be told: on a server (PostgreSQL keeps no such number),
+    // inside a transaction of this connection, or while another writer holds the file.
+    std::optional<qint64> changeMarker();
+
     void beginTransaction();
     void commit();
     void rollback();
     bool inTransaction() const { return m_inTransaction; }
 
 private:
+    friend class OpenQuery;
     explicit Connection(const ConnectSpec &spec);
     template <typename Use>
     auto run(const QString &sql, const QVariantList &values, Use use) -> decltype(use(std::declval<QSqlQuery &>()));
@@ -104,10 +114,38 @@ private:
     bool m_inTransaction = false;
     bool m_dead = false;     // a statement found the connection lost
     QElapsedTimer m_idle;    // since the last statement that went through
+    std::unique_ptr<SqliteChangeWatch> m_changes;  // opened at the first changeMarker()
+    bool m_changesOpened = false;
 };
 
 // Reads the rows of an executed query into a result set (at most maxRows, -1 for all),
 // normalising schema columns; *more tells whether rows were left unread.
 ResultSet readAll(QSqlQuery &query, int maxRows = -1, bool *more = nullptr);
+
+// A query left open on its connection, its rows handed over a few at a time as they are
+// asked for: a long result read in stretches costs one statement, not one per stretch.
+// While it is open its connection holds the read (a snapshot of the SQLite file, a cursor
+// in a transaction on a server), so it belongs on a connection of its own and should be
+// closed as soon as its reader can do without it. Nothing is mended here: a read that fails
+// throws, and the reader runs the stretch it wanted on a connection that mends itself.
+class OpenQuery {
+public:
+    OpenQuery(std::shared_ptr<Connection> connection, const QString &sql);  // runs it
+    ~OpenQuery();
+    OpenQuery(const OpenQuery &) = delete;
+    OpenQuery &operator=(const OpenQuery &) = delete;
+
+    // The next `count` rows; fewer at the end of the result.
+    std::vector<Row> next(int count);
+    int position() const { return m_position; }  // rows handed over so far
+    bool atEnd() const { return m_atEnd; }
+
+private:
+    std::shared_ptr<Connection> m_connection;
+    std::unique_ptr<QSqlQuery> m_query;
+    std::vector<std::optional<ColumnKind>> m_kinds;
+    int m_position = 0;
+    bool m_atEnd = false;
+};
 
 }  // namespace store

@@ -3,6 +3,7 @@
 #include "store/Connection.h"
 #include "store/ErrorReporter.h"
 #include "store/StatementTables.h"
+#include "store/SqlTokenizer.h"
 #include "store/StoreError.h"
 
 namespace store {
@@ -19,6 +20,39 @@ QString stretchOf(const QString &sql, int offset, int count)
         s.chop(1);
     return s + QStringLiteral(" LIMIT %1 OFFSET %2").arg(count).arg(offset);
 }
+
+// Whether a statement's result changes with the clock alone (today's date, the time).
+bool readsTheClock(const QString &sql)
+{
+    try {
+        for (const SqlToken &t : SqlTokenizer::significant(sql)) {
+            if (t.kind == SqlToken::Kind::String && t.value.compare(QLatin1String("now"), Qt::CaseInsensitive) == 0)
+                return true;
+            for (QStringView word : {u"CURRENT_DATE", u"CURRENT_TIME", u"CURRENT_TIMESTAMP", u"LOCALTIME",
+                                     u"LOCALTIMESTAMP", u"NOW"})
+                if (t.isWord(word))
+                    return true;
+        }
+    } catch (const StoreError &) {
+        return true;  // not read through: taken as changing
+    }
+    return false;
+}
+
+// The statement's result from row `offset` on, to its end.
+QString restOf(const QString &sql, int offset, Backend backend)
+{
+    QString s = sql.trimmed();
+    while (s.endsWith(QLatin1Char(';')))
+        s.chop(1);
+    if (offset <= 0)
+        return s;
+    return s + (backend == Backend::SQLite ? QStringLiteral(" LIMIT -1 OFFSET %1") : QStringLiteral(" OFFSET %1"))
+                   .arg(offset);
+}
+
+// How long a read left open waits for its reader before it is closed.
+constexpr int kOpenReadIdleMs = 10000;
 
 bool isUnset(const QVariant &v)
 {
@@ -54,6 +88,10 @@ DataControl::DataControl(const QString &name, QObject *parent, const QString &co
     : QObject(parent), m_name(name), m_connectString(connectString)
 {
     setObjectName(name);
+    m_openReadIdle = new QTimer(this);
+    m_openReadIdle->setSingleShot(true);
+    m_openReadIdle->setInterval(kOpenReadIdleMs);
+    connect(m_openReadIdle, &QTimer::timeout, this, &DataControl::closeOpenRead);
 }
 
 DataControl::~DataControl() = default;
@@ -64,6 +102,7 @@ void DataControl::setRecordSource(const QString &statement)
         return;  // the windows set the same statement again on every activation
     m_source = statement;
     m_translated.clear();
+    closeOpenRead();
     m_sourceTables = StatementTables::of(statement);
     m_writeTable = m_sourceTables.writeTable();
 }
@@ -72,6 +111,10 @@ void DataControl::setConnectString(const QString &connectString)
 {
     m_connectString = connectString;
     m_conn.reset();
+    closeOpenRead();
+    m_readerConn.reset();
+    m_readerFailed = false;
+    m_readMarker.reset();
     m_translated.clear();  // the new connection may be another backend
 }
 
@@ -79,6 +122,10 @@ void DataControl::setReading(Connection::Reading reading)
 {
     m_reading = reading;
     m_conn.reset();
+    closeOpenRead();
+    m_readerConn.reset();
+    m_readerFailed = false;
+    m_readMarker.reset();
 }
 
 Connection &DataControl::connection()
@@ -114,9 +161,43 @@ bool DataControl::shows(const ResultSet &result, bool complete)
     return true;
 }
 
+const QString &DataControl::translated()
+{
+    ensureConnection();
+    if (m_translated.isEmpty())
+        m_translated = m_conn->translate(m_source);
+    return m_translated;
+}
+
 void DataControl::refresh()
 {
-    open(kFirstRows);
+    if (rowsStillCurrent())
+        reopenHeldRows();
+    else
+        open(kFirstRows);
+}
+
+bool DataControl::rowsStillCurrent()
+{
+    if (!m_open || m_editing || m_state == State::New || m_newRowShown || !m_readMarker)
+        return false;
+    try {
+        return translated() == m_readStatement && m_conn->changeMarker() == m_readMarker;
+    } catch (const StoreError &) {
+        return false;  // the statement is read again, and says what is wrong
+    }
+}
+
+// What a refresh does with the rows it already holds: the first row current, the rest as
+// read (the grids keep what they show, and where they were scrolled to).
+void DataControl::reopenHeldRows()
+{
+    m_changed.clear();
+    if (m_rows.empty())
+        setCurrent(State::Eof, -1);
+    else
+        setCurrent(State::Row, 0);
+    emit refreshed();
 }
 
 void DataControl::refreshAll()
@@ -133,13 +214,18 @@ void DataControl::open(int firstRows)
     m_countCache = -1;
     ResultSet rs;
     bool more = false;
+    m_readMarker.reset();
+    closeOpenRead();
     try {
-        if (m_translated.isEmpty())
-            m_translated = m_conn->translate(m_source);
+        translated();
+        // Taken before the read: a change committed meanwhile is seen at the next refresh.
+        const std::optional<qint64> marker = readsTheClock(m_translated) ? std::nullopt : m_conn->changeMarker();
         // A grouped statement is worked out whole by the store before its first row comes,
         // and its rows are few: it is read in one go, so that counting it or looking at its
         // last rows does not run it again.
         rs = m_conn->selectNative(m_translated, {}, m_sourceTables.grouped ? -1 : firstRows, &more);
+        m_readMarker = marker;
+        m_readStatement = m_translated;
     } catch (...) {
         if (m_model)
             m_model->beginResetModel();
@@ -200,7 +286,45 @@ int DataControl::recordCount()
 
 std::vector<Row> DataControl::readStretch(int offset, int count)
 {
+    // Reading on past the rows known: from the read left open for the rest of the result.
+    // Rows read again (a chunk the cache dropped) are a stretch of the statement run again.
+    if (offset >= m_rows.storeEnd() && !m_readerFailed) {
+        try {
+            if (!m_openRead || m_openReadFrom + m_openRead->position() != offset)
+                openRestFrom(offset);
+            std::vector<Row> rows = m_openRead->next(count);
+            if (m_openRead->atEnd())
+                closeOpenRead();
+            else
+                m_openReadIdle->start();
+            return rows;
+        } catch (const StoreError &) {
+            closeOpenRead();  // the stretch is read as below, on a connection that mends itself
+        }
+    }
     return m_conn->selectNative(stretchOf(m_translated, offset, count)).rows;
+}
+
+void DataControl::openRestFrom(int offset)
+{
+    closeOpenRead();
+    if (!m_readerConn) {
+        try {
+            m_readerConn = Connection::open(m_connectString + QStringLiteral(";Mode=Read"), m_reading);
+        } catch (const StoreError &) {
+            m_readerFailed = true;
+            throw;
+        }
+    }
+    m_openRead = std::make_unique<OpenQuery>(m_readerConn, restOf(m_translated, offset, m_readerConn->backend()));
+    m_openReadFrom = offset;
+}
+
+void DataControl::closeOpenRead()
+{
+    m_openRead.reset();
+    if (m_openReadIdle)
+        m_openReadIdle->stop();
 }
 
 void DataControl::showFetchedRows()

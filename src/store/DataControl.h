@@ -8,6 +8,7 @@
 #include <QAbstractTableModel>
 #include <QObject>
 #include <QSet>
+#include <QTimer>
 #include <memory>
 
 namespace store {
@@ -16,12 +17,19 @@ class DataControlModel;
 
 // The stand-in for a data control (`adc...`): one statement, its rows, one current row.
 //
+// A refresh on a store that nobody changed since the rows were read keeps them: the
+// connection's change marker tells (see Connection::changeMarker), and a statement that
+// reads the clock is always run again.
+//
 // Rows are read lazily: a refresh reads only the first rows of the result; further rows
 // are read a chunk at a time when something looks past them (a move, a grid scrolling),
-// and recordCount counts with COUNT(*) instead. Each chunk is the statement run again for
-// that stretch of its result (RowCache), so no cursor stays open between calls and a data
-// control never holds a transaction open on a shared connection; the rows held are bounded
-// by the cache, whatever the size of the result.
+// and recordCount counts with COUNT(*) instead. Reading on past the rows held, the control
+// runs the statement once more for the whole rest of its result and leaves it open, on a
+// connection of its own that only reads, taking a chunk from it at a time; it is closed at
+// the end of the result, at the next refresh, or when nobody read from it for a few seconds
+// (an open read holds a snapshot, or on a server a transaction), and a chunk is then read as
+// a stretch of the statement run again. The shared connection never holds a read open. The
+// rows held are bounded by the cache (RowCache), whatever the size of the result.
 //
 // Writes go to the "write table" of the statement: the table whose star is selected
 // (`CM.*`), else the first table after FROM. Only columns of that table are written,
@@ -107,12 +115,17 @@ private:
     friend class DataControlModel;
 
     void ensureConnection();
+    const QString &translated();
     void open(int firstRows);  // -1: every row
+    bool rowsStillCurrent();   // the store holds what was read, as it was read
+    void reopenHeldRows();
     bool shows(const ResultSet &result, bool complete);  // the model shows exactly this result
     bool fetchUpTo(int index);  // true if the row exists afterwards
     bool fetchNextChunk();
     void showFetchedRows();     // tells the model of rows read since it last heard
     std::vector<Row> readStretch(int offset, int count);
+    void openRestFrom(int offset);
+    void closeOpenRead();
     void commitPending();
     void setCurrent(State state, int index);
     void insertRow();
@@ -124,8 +137,15 @@ private:
     QString m_connectString;
     Connection::Reading m_reading = Connection::Reading::Cursor;
     std::shared_ptr<Connection> m_conn;
+    std::shared_ptr<Connection> m_readerConn;  // the connection of m_openRead
+    bool m_readerFailed = false;               // it could not be opened: stretches only
+    std::unique_ptr<OpenQuery> m_openRead;     // the rest of the result, from m_openReadFrom on
+    int m_openReadFrom = 0;
+    QTimer *m_openReadIdle = nullptr;
     QString m_source;
     QString m_translated;
+    QString m_readStatement;              // what the rows held were read with
+    std::optional<qint64> m_readMarker;   // the store's change marker just before that read
     bool m_open = false;
     QStringList m_columns;
     RowCache m_rows;

@@ -50,6 +50,8 @@ public:
     bool empty() const { return m_size == 0; }
     bool complete() const { return m_complete; }
     int heldRows() const { return m_held; }
+    // Where the rows not read yet begin in the store's result.
+    int storeEnd() const { return m_chunks.empty() ? 0 : m_chunks.back().storeOffset + m_chunks.back().count; }
 
     // Reads the next chunk; false when the result had no more rows.
     bool readMore();

@@ -1,6 +1,10 @@
 #include "ui/DataGrid.h"
 
+#include <QApplication>
+#include <QCache>
 #include <QLineEdit>
+#include <QPainter>
+#include <QStaticText>
 #include <QStyledItemDelegate>
 
 #include "store/DataControl.h"
@@ -191,13 +195,55 @@ public:
 
 namespace {
 
-// The in-place editor of a cell, limited to the length its column allows.
-class LimitedEditDelegate : public QStyledItemDelegate {
+// How the grid draws and edits its cells. A cell's text is drawn from a cache of laid-out
+// texts: down a list the same dates, amounts and descriptions recur, and a page scrolled
+// back to is drawn again, so a text is shaped once instead of at every paint (laying out
+// every cell's text anew made up most of the time of a page step). What surrounds the text
+// (selection, focus) is still drawn by the style. An in-place editor takes no more
+// characters than its column allows.
+class GridDelegate : public QStyledItemDelegate {
 public:
-    LimitedEditDelegate(const QList<GridColumn> *columns, QObject *parent)
-        : QStyledItemDelegate(parent), m_columns(columns)
+    GridDelegate(const QList<GridColumn> *columns, QObject *parent)
+        : QStyledItemDelegate(parent), m_columns(columns), m_texts(kCachedTexts)
     {
     }
+
+    void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        const QWidget *widget = option.widget;
+        QStyle *style = widget ? widget->style() : QApplication::style();
+        if (option.state & (QStyle::State_Selected | QStyle::State_HasFocus)) {
+            QStyleOptionViewItem panel = option;
+            initStyleOption(&panel, index);
+            panel.text.clear();
+            panel.features &= ~QStyleOptionViewItem::HasDisplay;
+            style->drawControl(QStyle::CE_ItemViewItem, &panel, painter, widget);
+        }
+        const QString text = index.data(Qt::DisplayRole).toString();
+        if (text.isEmpty())
+            return;
+
+        // Where the style puts a single line of text: inside the focus margins, aligned.
+        const int margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, widget) + 1;
+        const QRect area = option.rect.adjusted(margin, 0, -margin, 0);
+        if (area.width() <= 0)
+            return;
+        if (option.font != m_font) {
+            m_texts.clear();
+            m_font = option.font;
+        }
+        const QStaticText *laidOut = laidOutText(text, area.width(), option);
+        const Qt::Alignment align = Qt::Alignment(index.data(Qt::TextAlignmentRole).toInt()) | Qt::AlignVCenter;
+        const QRect placed = QStyle::alignedRect(option.direction, align, laidOut->size().toSize(), area);
+        const QPalette::ColorGroup group = !(option.state & QStyle::State_Enabled) ? QPalette::Disabled
+                                           : (option.state & QStyle::State_Active) ? QPalette::Normal
+                                                                                   : QPalette::Inactive;
+        painter->setFont(option.font);
+        painter->setPen(option.palette.color(
+            group, (option.state & QStyle::State_Selected) ? QPalette::HighlightedText : QPalette::Text));
+        painter->drawStaticText(placed.topLeft(), *laidOut);
+    }
+
     QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
         QWidget *editor = QStyledItemDelegate::createEditor(parent, option, index);
@@ -209,7 +255,34 @@ public:
     }
 
 private:
+    static constexpr int kCachedTexts = 4000;
+
+    // The text as it fits `width`, elided as the style elides it, laid out once. A text
+    // that fits is cached by itself; one that must be shortened, with the width it had.
+    const QStaticText *laidOutText(const QString &text, int width, const QStyleOptionViewItem &option) const
+    {
+        const QStaticText *whole = cached(text, text, option.font);
+        if (whole->size().width() <= width)
+            return whole;
+        const QString elided = QFontMetrics(option.font).elidedText(text, option.textElideMode, width);
+        return cached(QString::number(width) + QLatin1Char('|') + text, elided, option.font);
+    }
+
+    const QStaticText *cached(const QString &key, const QString &text, const QFont &font) const
+    {
+        if (const QStaticText *hit = m_texts.object(key))
+            return hit;
+        auto *laidOut = new QStaticText(text);
+        laidOut->setTextFormat(Qt::PlainText);
+        laidOut->setPerformanceHint(QStaticText::AggressiveCaching);
+        laidOut->prepare(QTransform(), font);
+        m_texts.insert(key, laidOut);
+        return m_texts.object(key);
+    }
+
     const QList<GridColumn> *m_columns;
+    mutable QCache<QString, QStaticText> m_texts;
+    mutable QFont m_font;
 };
 
 }  // namespace
@@ -226,7 +299,7 @@ DataGrid::DataGrid(QWidget *parent) : QFrame(parent)
     m_view = new QTableView(this);
     m_model = new DataGridModel(this);
     m_view->setModel(m_model);
-    m_view->setItemDelegate(new LimitedEditDelegate(&m_model->m_columns, m_view));
+    m_view->setItemDelegate(new GridDelegate(&m_model->m_columns, m_view));
     m_view->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_view->setSelectionMode(QAbstractItemView::SingleSelection);
     m_view->setEditTriggers(QAbstractItemView::NoEditTriggers);
