@@ -1,6 +1,7 @@
 // The data control on a real store: reading, moving, writing, the key the store assigns,
 // refused writes and the optimistic lock between two controls.
 #include "TempStore.h"
+#include "store/Connection.h"
 #include "store/DataControl.h"
 #include "store/StoreError.h"
 #include "ui/Application.h"
@@ -291,19 +292,26 @@ void TestDataControl::lazyReadOfLargeTable()
 
 // A grid over a long list, scrolled as a user does: the first scroll past the opening rows
 // reads one chunk, not the rest; scrolled page by page to the end every row shows once, in
-// the statement's order, also when a row was deleted on the way; and back at the top.
+// the statement's order, also when a row was deleted on the way; and back at the top. The
+// rest of the list comes from one statement left open, which another user's write neither
+// waits for nor changes.
 void TestDataControl::gridScrollReadsChunks_data()
 {
     QTest::addColumn<QString>("statement");
     QTest::addColumn<QString>("keys");  // the same rows' keys in the same order
     QTest::addColumn<bool>("deleteOnTheWay");
+    QTest::addColumn<bool>("otherUserWrites");  // while the rest of the list is open
     QTest::newRow("table") << QStringLiteral("SELECT * FROM HORAS ORDER BY HORID")
-                           << QStringLiteral("SELECT HorId FROM HORAS ORDER BY HorId") << false;
+                           << QStringLiteral("SELECT HorId FROM HORAS ORDER BY HorId") << false << false;
     QTest::newRow("join, descending") << QStringLiteral(
         "SELECT H.HORID, H.HORSEMANA, T.TIPDESCRIPCION FROM TIPOHORAS T, HORAS H WHERE H.TIPID=T.TIPID "
-        "ORDER BY H.HORID DESC") << QStringLiteral("SELECT HorId FROM HORAS ORDER BY HorId DESC") << false;
+        "ORDER BY H.HORID DESC") << QStringLiteral("SELECT HorId FROM HORAS ORDER BY HorId DESC") << false << false;
     QTest::newRow("row deleted after a scroll") << QStringLiteral("SELECT * FROM HORAS ORDER BY HORID")
-                                                << QStringLiteral("SELECT HorId FROM HORAS ORDER BY HorId") << true;
+                                                << QStringLiteral("SELECT HorId FROM HORAS ORDER BY HorId") << true
+                                                << false;
+    QTest::newRow("another user writes while the rest is open")
+        << QStringLiteral("SELECT * FROM HORAS ORDER BY HORID") << QStringLiteral("SELECT HorId FROM HORAS ORDER BY HorId")
+        << false << true;
 }
 
 void TestDataControl::gridScrollReadsChunks()
@@ -311,6 +319,7 @@ void TestDataControl::gridScrollReadsChunks()
     QFETCH(QString, statement);
     QFETCH(QString, keys);
     QFETCH(bool, deleteOnTheWay);
+    QFETCH(bool, otherUserWrites);
     tests::TempStore store;
     const int before = store.count(QStringLiteral("HORAS"));
     addHourRows(store, 2500);
@@ -339,9 +348,15 @@ void TestDataControl::gridScrollReadsChunks()
 
     QScrollBar *bar = grid.view()->verticalScrollBar();
     QVERIFY(bar->maximum() > 0);
+    QStringList statements;
+    store::Connection::setStatementObserver([&](const QString &sql) { statements << sql; });
+    struct ObserverOff {
+        ~ObserverOff() { store::Connection::setStatementObserver({}); }
+    } observerOff;
     bar->triggerAction(QAbstractSlider::SliderToMaximum);  // the bottom of what was read
     QCoreApplication::processEvents();
     QCOMPARE(adc.fetchedCount(), 50 + store::RowCache::kFirstChunk);  // one chunk, not the other 2,400
+    QCOMPARE(statements.size(), 1);  // the rest of the list, left open
 
     if (deleteOnTheWay) {
         // Two chunks further on, so that the deleted row stands in a chunk before the last;
@@ -360,7 +375,17 @@ void TestDataControl::gridScrollReadsChunks()
     }
     const QList<qlonglong> expected = storedKeys(store, keys);
     QCOMPARE(expected.size(), total - (deleteOnTheWay ? 1 : 0));
+    if (otherUserWrites) {
+        // The rest stands open (its first chunk came from it); another user adds rows and
+        // commits at once, and the list goes on as it was when its rest was opened.
+        const int written = store.execNative(QStringLiteral(
+            "INSERT INTO HORAS (FunCedula, AreId, ActId, DesId, FunInsId, HorFecha, TipId) "
+            "SELECT FunCedula, AreId, ActId, DesId, FunInsId, HorFecha, TipId FROM HORAS ORDER BY HorId LIMIT 3"));
+        QCOMPARE(written, 3);
+        QCOMPARE(store.count(QStringLiteral("HORAS")), total + 3);
+    }
 
+    statements.clear();
     int steps = 0;
     while (bar->value() < bar->maximum() || adc.model()->canFetchMore({})) {
         bar->triggerAction(QAbstractSlider::SliderPageStepAdd);
@@ -368,6 +393,9 @@ void TestDataControl::gridScrollReadsChunks()
         QVERIFY2(++steps < 2 * total, "the scroll never reached the end");
     }
     QVERIFY(adc.allFetched());
+    // One statement at most for all the chunks: none while the rest stays open, one to open
+    // it again behind a deleted row.
+    QVERIFY2(statements.size() <= (deleteOnTheWay ? 1 : 0), qPrintable(statements.join(QLatin1Char('\n'))));
     QCOMPARE(grid.rowCount(), expected.size());
     QList<qlonglong> shown;
     for (int r = 0; r < grid.rowCount(); ++r)

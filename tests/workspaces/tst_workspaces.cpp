@@ -32,6 +32,7 @@
 #include <QRadioButton>
 #include <QTabWidget>
 #include <QTableView>
+#include <QSignalSpy>
 #include <QTest>
 
 #include <memory>
@@ -199,6 +200,8 @@ private slots:
 
     void chiefExportsFromTheCloseTab();
     void budgetPrintOpensItsReport();
+    void activationShowsOtherUsersChanges_data();
+    void activationShowsOtherUsersChanges();
 
 private:
     ScriptedDialogs m_dialogs;
@@ -893,6 +896,59 @@ void TestWorkspaces::budgetPrintOpensItsReport()
     QVERIFY(cmdImprimir);
     cmdImprimir->click();
     QVERIFY(findTopLevel(QStringLiteral("dtrPresupuestoJefeArea")));
+}
+
+// An activation reads the current list again only when the store changed since it was read,
+// whoever changed it: another user's new, changed or deleted row shows at once; with nothing
+// changed the grid is left as it is, and where the store tells (SQLite) nothing is read.
+void TestWorkspaces::activationShowsOtherUsersChanges_data()
+{
+    QTest::addColumn<QString>("change");
+    QTest::newRow("nothing changed") << QString();
+    QTest::newRow("another user adds a row") << QStringLiteral("insert");
+    QTest::newRow("another user changes a row") << QStringLiteral("update");
+    QTest::newRow("another user deletes a row") << QStringLiteral("delete");
+}
+
+void TestWorkspaces::activationShowsOtherUsersChanges()
+{
+    QFETCH(QString, change);
+    tests::TempStore store;  // its connection is the other user's
+    Screen s(5);
+    const QString statement = s.adcMes->recordSource();
+    const QStringList before = Screen::ids(s.mes);
+    QCOMPARE(before, idsOf(store, statement));
+    const qlonglong first = before.first().toLongLong();
+    QString touched = before.first();
+    if (change == QLatin1String("insert")) {
+        touched = QString::number(tests::copyOfHourRow(store, first, QDate(2026, 1, 5)));
+    } else if (change == QLatin1String("update")) {
+        QVERIFY(s.mes->cellText(0, 1) != QLatin1String("77"));
+        store.execNative(QStringLiteral("UPDATE HORAS SET HorSemana = 77 WHERE HorId = ?"), {first});
+    } else if (change == QLatin1String("delete")) {
+        store.execNative(QStringLiteral("DELETE FROM HORAS_RUBROS_MATERIAS WHERE HorId = ?"), {first});
+        QCOMPARE(store.execNative(QStringLiteral("DELETE FROM HORAS WHERE HorId = ?"), {first}), 1);
+    }
+
+    QStringList statements;
+    store::Connection::setStatementObserver([&](const QString &sql) { statements << sql; });
+    QSignalSpy resets(s.mes->view()->model(), &QAbstractItemModel::modelReset);
+    s.w->windowActivated();
+    store::Connection::setStatementObserver({});
+    const QStringList after = Screen::ids(s.mes);
+    QCOMPARE(after, idsOf(store, statement));
+    if (change.isEmpty()) {
+        QCOMPARE(after, before);
+        QCOMPARE(resets.count(), 0);
+        if (store.backend() == store::Backend::SQLite)
+            QVERIFY2(statements.isEmpty(), qPrintable(statements.join(QLatin1Char('\n'))));
+        return;
+    }
+    QVERIFY(!statements.isEmpty());
+    QCOMPARE(before.contains(touched), change != QLatin1String("insert"));
+    QCOMPARE(after.contains(touched), change != QLatin1String("delete"));
+    if (change == QLatin1String("update"))
+        QCOMPARE(s.mes->cellText(int(after.indexOf(touched)), 1), QStringLiteral("77"));
 }
 
 TEMPALIA_TEST_MAIN(TestWorkspaces)
