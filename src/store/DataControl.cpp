@@ -219,7 +219,9 @@ void DataControl::open(int firstRows)
     try {
         translated();
         // Taken before the read: a change committed meanwhile is seen at the next refresh.
-        const std::optional<qint64> marker = readsTheClock(m_translated) ? std::nullopt : m_conn->changeMarker();
+        std::optional<qint64> marker = m_conn->changeMarker();
+        if (marker && readsTheClock(m_translated))
+            marker.reset();
         // A grouped statement is worked out whole by the store before its first row comes,
         // and its rows are few: it is read in one go, so that counting it or looking at its
         // last rows does not run it again.
