@@ -126,8 +126,9 @@ void TestAnalysisCore::chartGroupsKeepTheOrderOfTheirFirstRecord_data()
     QTest::addColumn<QStringList>("groups");
     using F = StatisticsQuery::Filter;
     // The records as stored: Tareas/ADM, Clases/DOC, Clases/ADM, Tareas/ADM again, Clases/DOC
-    // on the other destination. Groups: area|activity|destination|type|hours.
-    const QStringList all = {"Administración|Tareas|Cursos|Comunes|5", "Docencia|Clases|Cursos|Extra|2",
+    // on the other destination, Tareas/ADM on a third destination that shares the first one's
+    // text (one group: the chart groups by texts). Groups: area|activity|destination|type|hours.
+    const QStringList all = {"Administración|Tareas|Cursos|Comunes|6", "Docencia|Clases|Cursos|Extra|2",
                              "Administración|Clases|Cursos|Comunes|3", "Docencia|Clases|Extensión|Comunes|4"};
     QTest::newRow("todo") << F::None << QString() << false << all;
     // A changed record keeps its place: on PostgreSQL its new version stands last in the table.
@@ -147,11 +148,12 @@ void TestAnalysisCore::chartGroupsKeepTheOrderOfTheirFirstRecord()
     tests::TempStore db(tests::TempStore::Content::Schema);
     insertCatalogues(db);
     db.execNative(QStringLiteral("INSERT INTO DESTINOS (DesId, DesDescripcion) VALUES ('EXT', 'Extensión')"));
+    db.execNative(QStringLiteral("INSERT INTO DESTINOS (DesId, DesDescripcion) VALUES ('CU2', 'Cursos')"));
     const QDate d(Y, 1, 10);
     const Hour hours[] = {
         {d, "ADM", "TAR", "COM", 2, 1, "Dolares"},      {d, "DOC", "CLA", "EXT", 2, 1, "Dolares"},
         {d, "ADM", "CLA", "COM", 3, 1, "Dolares"},      {d, "ADM", "TAR", "COM", 3, 1, "Dolares"},
-        {d, "DOC", "CLA", "COM", 4, 1, "Dolares", "EXT"},
+        {d, "DOC", "CLA", "COM", 4, 1, "Dolares", "EXT"}, {d, "ADM", "TAR", "COM", 1, 1, "Dolares", "CU2"},
     };
     for (const Hour &h : hours)
         insertHour(db, h, "HHORAS");
