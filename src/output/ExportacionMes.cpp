@@ -140,20 +140,28 @@ void ExportacionMes::exportar(store::DataControl *adcMesActual, QWidget *parent,
         for (int c = 0; c < 7; ++c)
             xl.SetCell(QString::fromLatin1(headings[c]), QChar('A' + c) + QStringLiteral("3"));
 
-        const QString nameField = adcMesActual->fields().value(0);
         adcMesActual->moveFirst();
+        // The columns are found once, on the first row (a missing one fails there as any
+        // read by name does). The records are then read by position, without moving the
+        // current row: a grid bound to the list would follow each move, selecting and
+        // scrolling to every record.
+        const auto field = [adcMesActual](const char *name) {
+            adcMesActual->value(QLatin1String(name));
+            return adcMesActual->fieldIndex(QLatin1String(name));
+        };
+        const int cedula = field("FUNCEDULA"), fecha = field("HORFECHA"), horas = field("HORHORAS"),
+                  tipo = field("TIPDESCRIPCION"), actividad = field("ACTDESCRIPCION"), valor = field("HORVALORHORA");
         int row = 4;  // wide enough for any number of rows
-        while (!adcMesActual->eof()) {
+        for (int record = 0; record < count; ++record, ++row) {
+            const auto value = [adcMesActual, record](int column) { return adcMesActual->valueAt(record, column); };
             const QString r = QString::number(row);
-            xl.SetCell(adcMesActual->value(QStringLiteral("FUNCEDULA")), QStringLiteral("A") + r);
-            xl.SetCell(adcMesActual->value(nameField), QStringLiteral("B") + r);
-            xl.SetCell(dateAsText(adcMesActual->value(QStringLiteral("HORFECHA"))), QStringLiteral("C") + r);
-            xl.SetCell(asNumber(adcMesActual->value(QStringLiteral("HORHORAS"))), QStringLiteral("D") + r);
-            xl.SetCell(adcMesActual->value(QStringLiteral("TIPDESCRIPCION")), QStringLiteral("E") + r);
-            xl.SetCell(adcMesActual->value(QStringLiteral("ACTDESCRIPCION")), QStringLiteral("F") + r);
-            xl.SetCell(asNumber(adcMesActual->value(QStringLiteral("HORVALORHORA"))), QStringLiteral("G") + r);
-            adcMesActual->moveNext();
-            ++row;
+            xl.SetCell(value(cedula), QLatin1Char('A') + r);
+            xl.SetCell(value(0), QLatin1Char('B') + r);
+            xl.SetCell(dateAsText(value(fecha)), QLatin1Char('C') + r);
+            xl.SetCell(asNumber(value(horas)), QLatin1Char('D') + r);
+            xl.SetCell(value(tipo), QLatin1Char('E') + r);
+            xl.SetCell(value(actividad), QLatin1Char('F') + r);
+            xl.SetCell(asNumber(value(valor)), QLatin1Char('G') + r);
         }
         xl.CrearGrafico(QStringLiteral("A4"), QStringLiteral("D") + QString::number(row - 1));
         ui::setBusy(false);

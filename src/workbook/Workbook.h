@@ -40,7 +40,7 @@ constexpr int kMaxColumns = 16384;
 // "A" for 1, "Z" for 26, "AA" for 27...
 QString columnName(int column);
 // 1 for "A" (case-insensitive); 0 when the text is not a column name within the limits.
-int columnNumber(const QString &name);
+int columnNumber(QStringView name);
 
 // A rectangle of cells.
 struct CellRange {
