@@ -154,14 +154,19 @@ void ExportacionMes::exportar(store::DataControl *adcMesActual, QWidget *parent,
         int row = 4;  // wide enough for any number of rows
         for (int record = 0; record < count; ++record, ++row) {
             const auto value = [adcMesActual, record](int column) { return adcMesActual->valueAt(record, column); };
-            const QString r = QString::number(row);
-            xl.SetCell(value(cedula), QLatin1Char('A') + r);
-            xl.SetCell(value(0), QLatin1Char('B') + r);
-            xl.SetCell(dateAsText(value(fecha)), QLatin1Char('C') + r);
-            xl.SetCell(asNumber(value(horas)), QLatin1Char('D') + r);
-            xl.SetCell(value(tipo), QLatin1Char('E') + r);
-            xl.SetCell(value(actividad), QLatin1Char('F') + r);
-            xl.SetCell(asNumber(value(valor)), QLatin1Char('G') + r);
+            // One cell name per row, its column letter changed in place.
+            QString cell = QLatin1Char('A') + QString::number(row);
+            const auto in = [&cell](char column) -> const QString & {
+                cell[0] = QLatin1Char(column);
+                return cell;
+            };
+            xl.SetCell(value(cedula), in('A'));
+            xl.SetCell(value(0), in('B'));
+            xl.SetCell(dateAsText(value(fecha)), in('C'));
+            xl.SetCell(asNumber(value(horas)), in('D'));
+            xl.SetCell(value(tipo), in('E'));
+            xl.SetCell(value(actividad), in('F'));
+            xl.SetCell(asNumber(value(valor)), in('G'));
         }
         xl.CrearGrafico(QStringLiteral("A4"), QStringLiteral("D") + QString::number(row - 1));
         ui::setBusy(false);

@@ -89,6 +89,13 @@ void appendNumber(QByteArray &out, double value)
     out.append(text, end - text);
 }
 
+void appendIndex(QByteArray &out, int index)
+{
+    char text[12];
+    const auto end = std::to_chars(text, text + sizeof text, index).ptr;
+    out.append(text, end - text);
+}
+
 // A text as XML element content.
 void appendEscaped(QByteArray &out, const QString &text)
 {
@@ -116,30 +123,32 @@ ChartCache chartCache(const Sheet &sheet, const CellRange &range)
 {
     ChartCache cache;
     const int count = range.rows() * range.columns();
-    cache.points.reserve(qsizetype(count) * 40);
-    cache.points.append("<c:ptCount val=\"").append(QByteArray::number(count)).append("\"/>");
-    int index = 0;
-    for (int r = range.top; r <= range.bottom; ++r) {
-        for (int col = range.left; col <= range.right; ++col, ++index) {
-            const auto it = sheet.cells.find({r, col});
-            if (it == sheet.cells.end() || it->second.isEmpty())
-                continue;
-            const Cell &c = it->second;
-            cache.points.append("<c:pt idx=\"").append(QByteArray::number(index)).append("\"><c:v>");
-            const bool text = c.kind == Cell::Kind::Text ||
-                              (c.kind == Cell::Kind::Formula && c.value.typeId() == QMetaType::QString);
-            if (text) {
-                appendEscaped(cache.points, c.value.toString());
-                cache.text = true;
-            } else if (c.kind == Cell::Kind::Date) {
-                appendNumber(cache.points, dateSerial(c.value.toDate()));
-            } else if (c.kind == Cell::Kind::Boolean) {
-                cache.points.append(c.value.toBool() ? '1' : '0');
-            } else {
-                appendNumber(cache.points, c.value.toDouble());
-            }
-            cache.points.append("</c:v></c:pt>");
+    cache.points.reserve(qsizetype(std::min<std::size_t>(std::size_t(count), sheet.cells.size())) * 40);
+    cache.points.append("<c:ptCount val=\"");
+    appendIndex(cache.points, count);
+    cache.points.append("\"/>");
+    // The cells of the range, in the map's order (row, then column), which is the points' order.
+    for (auto it = sheet.cells.lower_bound({range.top, range.left});
+         it != sheet.cells.end() && it->first.first <= range.bottom; ++it) {
+        const auto &[pos, c] = *it;
+        if (c.isEmpty() || !range.contains(pos.first, pos.second))
+            continue;
+        cache.points.append("<c:pt idx=\"");
+        appendIndex(cache.points, (pos.first - range.top) * range.columns() + (pos.second - range.left));
+        cache.points.append("\"><c:v>");
+        const bool text =
+            c.kind == Cell::Kind::Text || (c.kind == Cell::Kind::Formula && c.value.typeId() == QMetaType::QString);
+        if (text) {
+            appendEscaped(cache.points, c.value.toString());
+            cache.text = true;
+        } else if (c.kind == Cell::Kind::Date) {
+            appendNumber(cache.points, dateSerial(c.value.toDate()));
+        } else if (c.kind == Cell::Kind::Boolean) {
+            cache.points.append(c.value.toBool() ? '1' : '0');
+        } else {
+            appendNumber(cache.points, c.value.toDouble());
         }
+        cache.points.append("</c:v></c:pt>");
     }
     return cache;
 }
