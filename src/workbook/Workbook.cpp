@@ -144,6 +144,11 @@ QDate serialDate(double serial)
     return QDate(1899, 12, 30).addDays(qint64(std::floor(serial)));
 }
 
+bool showsWhole(double v)
+{
+    return v == std::trunc(v) && std::abs(v) < 1e15 && !(v == 0 && std::signbit(v));
+}
+
 QString spanishDate(const QDate &date)
 {
     if (!date.isValid() || date.year() < 1000)
@@ -162,7 +167,7 @@ namespace {
 QString generalNumber(double v)
 {
     // Whole numbers, most of what a sheet holds, read the same without the general format.
-    if (v == std::trunc(v) && std::abs(v) < 1e15 && !(v == 0 && std::signbit(v)))
+    if (showsWhole(v))
         return QString::number(qint64(v));
     QString text = QString::number(v, 'g', 15);
     text.replace(QLatin1Char('.'), QLatin1Char(','));

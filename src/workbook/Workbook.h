@@ -206,6 +206,9 @@ QString moveReferences(const QString &formula, int oldRow, int oldColumn, int ne
 double dateSerial(const QDate &date);
 QDate serialDate(double serial);
 
+// Whether the general format shows a number as a whole number, every digit and nothing else.
+bool showsWhole(double v);
+
 // How a date reads under the Spanish settings ("04/11/2001"), which is also how a date
 // turns into text by default.
 QString spanishDate(const QDate &date);

@@ -54,29 +54,41 @@ void check(lxw_error error)
 
 }  // namespace
 
-// The width of each column that needs one, in characters: as wide as the widest cell that
-// can't spill into its right neighbour (numbers and dates, which otherwise show as ###,
-// and text with something to its right). Text with room to its right is left alone.
-static std::map<int, double> columnWidths(const Sheet &sheet)
+// How many characters a cell shows; whole numbers, most of what is written, are counted
+// without being turned into text.
+static qsizetype shownLength(const Cell &c, int row, int column)
 {
-    std::map<int, double> widths;
-    for (auto it = sheet.cells.begin(); it != sheet.cells.end(); ++it) {
-        const auto &[pos, c] = *it;
-        if (c.isEmpty())
-            continue;
-        if (c.kind == Cell::Kind::Text) {
-            // The right neighbour, if it holds anything, is the next cell of the map.
-            const auto next = std::next(it);
-            const bool spills = next == sheet.cells.end() || next->first != std::pair(pos.first, pos.second + 1) ||
-                                next->second.isEmpty();
-            if (spills)
-                continue;
+    if (c.kind == Cell::Kind::Text)
+        return c.value.toString().size();
+    if (c.kind == Cell::Kind::Number) {
+        const double v = c.value.toDouble();
+        if (showsWhole(v)) {
+            qsizetype length = v < 0 ? 2 : 1;
+            for (qint64 rest = qAbs(qint64(v)); rest >= 10; rest /= 10)
+                ++length;
+            return length;
         }
-        const double need = std::min(60.0, c.displayText(pos.first, pos.second).size() * 1.15 + 2);
-        double &w = widths[pos.second];
-        w = std::max({w, need, 8.43});
     }
-    return widths;
+    return c.displayText(row, column).size();
+}
+
+// The width a cell asks of its column, in characters (0: none): as wide as what it shows
+// when it can't spill into its right neighbour (numbers and dates, which otherwise show as
+// ###, and text with something to its right). Text with room to its right asks nothing.
+static double widthNeeded(const Sheet &sheet, std::map<std::pair<int, int>, Cell>::const_iterator it)
+{
+    const auto &[pos, c] = *it;
+    if (c.isEmpty())
+        return 0;
+    if (c.kind == Cell::Kind::Text) {
+        // The right neighbour, if it holds anything, is the next cell of the map.
+        const auto next = std::next(it);
+        const bool spills = next == sheet.cells.end() || next->first != std::pair(pos.first, pos.second + 1) ||
+                            next->second.isEmpty();
+        if (spills)
+            return 0;
+    }
+    return std::max(8.43, std::min(60.0, shownLength(c, pos.first, pos.second) * 1.15 + 2));
 }
 
 namespace {
@@ -222,7 +234,13 @@ void saveXlsx(const Workbook &book, const QString &path)
             lxw_worksheet *ws = workbook_add_worksheet(wb, name.constData());
             if (!ws)
                 throw WorkbookError(QStringLiteral("la hoja «%1» no se pudo escribir.").arg(s.name));
-            for (const auto &[pos, c] : s.cells) {
+            std::map<int, double> widths;  // of the columns that need one
+            for (auto it = s.cells.begin(); it != s.cells.end(); ++it) {
+                const auto &[pos, c] = *it;
+                if (const double need = widthNeeded(s, it); need > 0) {
+                    double &width = widths[pos.second];
+                    width = std::max(width, need);
+                }
                 const lxw_row_t r = lxw_row_t(pos.first - 1);
                 const lxw_col_t col = lxw_col_t(pos.second - 1);
                 switch (c.kind) {
@@ -253,7 +271,7 @@ void saveXlsx(const Workbook &book, const QString &path)
                 }
                 }
             }
-            for (const auto &[column, width] : columnWidths(s))
+            for (const auto &[column, width] : widths)
                 check(worksheet_set_column(ws, lxw_col_t(column - 1), lxw_col_t(column - 1), width, nullptr));
             if (s.autoFilter)
                 check(worksheet_autofilter(ws, lxw_row_t(s.autoFilter->top - 1), lxw_col_t(s.autoFilter->left - 1),
