@@ -12,6 +12,8 @@
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <QXmlStreamReader>
+#include <zip.h>
 
 using output::Cell;
 using output::Sheet;
@@ -57,6 +59,46 @@ QStringList column(ExcelVb &xl, const QString &col, int from, int to)
     QStringList out;
     for (int r = from; r <= to; ++r)
         out << text(xl, col + QString::number(r));
+    return out;
+}
+
+// The values a saved chart keeps beside its references, read from its part: for each of
+// c:cat and c:val, "numRef" or "strRef", the point count and "index=value" per point.
+QStringList chartCaches(const QString &path)
+{
+    QStringList out;
+    int error = 0;
+    zip_t *z = zip_open(QFile::encodeName(path).constData(), ZIP_RDONLY, &error);
+    if (!z)
+        return {QStringLiteral("no zip")};
+    zip_stat_t st;
+    QByteArray xml;
+    if (zip_stat(z, "xl/charts/chart1.xml", 0, &st) == 0) {
+        xml.resize(qsizetype(st.size));
+        zip_file_t *f = zip_fopen(z, "xl/charts/chart1.xml", 0);
+        if (f) {
+            zip_fread(f, xml.data(), st.size);
+            zip_fclose(f);
+        }
+    }
+    zip_discard(z);
+    QXmlStreamReader r(xml);
+    QString line;
+    while (!r.atEnd()) {
+        r.readNext();
+        if (r.isStartElement() && (r.name() == u"numRef" || r.name() == u"strRef"))
+            line = r.name().toString();
+        else if (r.isStartElement() && r.name() == u"ptCount")
+            line += QLatin1Char(' ') + r.attributes().value(QLatin1String("val")).toString();
+        else if (r.isStartElement() && r.name() == u"pt")
+            line += QLatin1Char(' ') + r.attributes().value(QLatin1String("idx")).toString() + QLatin1Char('=');
+        else if (r.isStartElement() && r.name() == u"v")
+            line += r.readElementText();
+        else if (r.isEndElement() && (r.name() == u"numRef" || r.name() == u"strRef"))
+            out << line;
+    }
+    if (r.hasError())
+        out << r.errorString();
     return out;
 }
 
@@ -346,6 +388,31 @@ private slots:
         QCOMPARE(int(slices.size()), 2);
         QCOMPARE(slices[1].label, QStringLiteral("222"));
         QCOMPARE(slices[1].value, 5.0);
+    }
+
+    // The saved chart keeps the values it draws beside its references, for readers that
+    // show it without recomputing: numbers as numbers, texts (escaped) as texts, a blank
+    // cell without a point.
+    void savedChartKeepsItsValues_data()
+    {
+        QTest::addColumn<QStringList>("rows");  // from A4 on
+        QTest::addColumn<QStringList>("caches");
+        QTest::newRow("numbers") << QStringList{"111|Ana|01/01/2024|3", "222|Jorge|02/01/2024|5,5"}
+                                 << QStringList{"numRef 2 0=111 1=222", "numRef 2 0=3 1=5.5"};
+        QTest::newRow("texts and a blank") << QStringList{"'007|x|y|2", "R&D <1>|x|y|4", "|x|y|1"}
+                                           << QStringList{"strRef 3 0=007 1=R&D <1>", "numRef 3 0=2 1=4 2=1"};
+    }
+    void savedChartKeepsItsValues()
+    {
+        QFETCH(QStringList, rows);
+        QFETCH(QStringList, caches);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("grafico.xlsx"));
+        Book xl;
+        fill(xl, rows, 4);
+        xl.CrearGrafico(QStringLiteral("A4"), QStringLiteral("D") + QString::number(3 + rows.size()));
+        xl.SaveAsBook(path);
+        QCOMPARE(chartCaches(path), caches);
     }
 
     void autofilterToggles()

@@ -43,9 +43,12 @@ for s in book.find('m:sheets', ns):
     sheet = ET.fromstring(z.read('xl/' + target[rid].lstrip('/').replace('xl/', '')))
     for c in sheet.iter('{%s}c' % ns['m']):
         v = c.find('m:v', ns)
-        if v is None:
+        if c.get('t') == 'inlineStr':
+            value = ''.join(t.text or '' for t in c.iter('{%s}t' % ns['m']))
+        elif v is None:
             continue
-        value = strings[int(v.text)] if c.get('t') == 's' else v.text
+        else:
+            value = strings[int(v.text)] if c.get('t') == 's' else v.text
         print(c.get('r') + '\t' + value)
     for col in sheet.iter('{%s}col' % ns['m']):
         for i in range(int(col.get('min')), int(col.get('max')) + 1):
