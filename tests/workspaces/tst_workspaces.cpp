@@ -199,10 +199,9 @@ private slots:
     void stateTable();
     void sortCaptions();
     void buttonsFollowTheCurrentList();
-    void deleteAsksAndTakesTheLink();
-    void deleteFailureKeepsBoth();
+    void deleteRow_data();
+    void deleteRow();
     void deleteOutsideTabZero();
-    void deleteRowAlreadyGone();
     void modificarOnArchiveTabOpensCurrentRow();
     void sortThenNuevoPutsDateOrderBack();
     void messageBoxDoesNotReactivate();
@@ -496,65 +495,83 @@ void TestWorkspaces::buttonsFollowTheCurrentList()
     QVERIFY(s.writeKeys(true));
 }
 
-void TestWorkspaces::deleteAsksAndTakesTheLink()
+// eliminar asks first, then takes the row and its teaching link in one transaction: No, or
+// a store that refuses halfway, keeps both; a row gone meanwhile is said so and leaves the
+// list. The list is back on its statement and the pointer is not left as the hourglass.
+void TestWorkspaces::deleteRow_data()
 {
+    QTest::addColumn<QString>("case_");
+    QTest::addColumn<bool>("yes");
+    QTest::addColumn<bool>("kept");  // the row and its link are still stored
+    QTest::newRow("answer no") << "" << false << true;
+    QTest::newRow("answer yes") << "" << true << false;
+    QTest::newRow("store refuses halfway") << "refuse" << true << true;
+    QTest::newRow("row gone meanwhile, sorted list") << "gone" << true << false;
+}
+
+void TestWorkspaces::deleteRow()
+{
+    QFETCH(QString, case_);
+    QFETCH(bool, yes);
+    QFETCH(bool, kept);
+    if (case_ == QLatin1String("refuse") && store().backend() != store::Backend::SQLite)
+        QSKIP("the refusal is an SQLite trigger");
     Screen s(5);
+    if (case_ == QLatin1String("gone"))
+        QVERIFY(s.sort("ordenar_des", "fecha"));
     const qlonglong id = clickTeachingRow(store(), s);
     QVERIFY(id > 0);
-    const int before = store().count(QStringLiteral("HORAS"));
+    const int rows = s.mes->rowCount(), before = store().count(QStringLiteral("HORAS"));
+    if (case_ == QLatin1String("refuse"))
+        store().execNative(QStringLiteral("CREATE TRIGGER horas_fijas BEFORE DELETE ON HORAS "
+                                          "BEGIN SELECT RAISE(ABORT, 'borrado rechazado'); END"));
+    for (const char *table : {"HORAS_RUBROS_MATERIAS", "HORAS"})
+        if (case_ == QLatin1String("gone"))
+            store().execNative(QStringLiteral("DELETE FROM %1 WHERE HorId = ?").arg(QLatin1String(table)), {id});
 
     const int busyBefore = int(m_dialogs.busyHistory().size());
     bool busyWhileAsking = true;
-    m_dialogs.setOnShown([&](const ScriptedDialogs::Box &) { busyWhileAsking = ui::isBusy(); });
-    m_dialogs.answerNext(ui::Answer::No);
-    QVERIFY(s.trigger("eliminar"));
-    QCOMPARE(m_dialogs.count(), 1);
-    const auto box = m_dialogs.last();
-    QCOMPARE(box.text, QStringLiteral("Confirma que desea eliminar las horas seleccionadas ?"));
-    QCOMPARE(box.title, QStringLiteral("Atención"));
-    QCOMPARE(box.buttons, ui::Buttons::YesNo);
-    QCOMPARE(box.icon, ui::Icon::None);
-    QVERIFY(!busyWhileAsking);
-    QCOMPARE(store().count(QStringLiteral("HORAS")), before);
-    QCOMPARE(m_dialogs.busyHistory().size(), busyBefore);
-
-    m_dialogs.answerNext(ui::Answer::Yes);
-    QVERIFY(s.trigger("eliminar"));
-    QCOMPARE(store().count(QStringLiteral("HORAS")), before - 1);
-    QCOMPARE(store().count(QStringLiteral("HORAS"), QStringLiteral("HorId = ?"), {id}), 0);
-    QCOMPARE(store().count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"), {id}), 0);
-    QCOMPARE(m_dialogs.busyHistory().mid(busyBefore), (QList<bool>{true, false}));
-    QVERIFY(!ui::isBusy());
-    QVERIFY(!Screen::ids(s.mes).contains(QString::number(id)));
-    QVERIFY(s.writeKeys(true));  // rows remain: the delete's own moves leave the buttons be
-    QCOMPARE(Screen::ids(s.mes), idsOf(store(), currentList(kUsuario)));
-    QCOMPARE(m_dialogs.count(), 2);
-}
-
-// A delete the store refuses halfway (the HORAS row cannot go) takes nothing: the link row
-// deleted first comes back with the rest of the transaction.
-void TestWorkspaces::deleteFailureKeepsBoth()
-{
-    if (store().backend() != store::Backend::SQLite)
-        QSKIP("the refusal is an SQLite trigger");
-    Screen s(5);
-    const qlonglong id = clickTeachingRow(store(), s);
-    QVERIFY(id > 0);
-    store().execNative(QStringLiteral("CREATE TRIGGER horas_fijas BEFORE DELETE ON HORAS "
-                                    "BEGIN SELECT RAISE(ABORT, 'borrado rechazado'); END"));
-    m_dialogs.answerNext(ui::Answer::Yes);
+    m_dialogs.setOnShown([&](const ScriptedDialogs::Box &box) {
+        if (box.buttons == ui::Buttons::YesNo)
+            busyWhileAsking = ui::isBusy();
+    });
+    m_dialogs.answerNext(yes ? ui::Answer::Yes : ui::Answer::No);
     bool refused = false;
     try {
-        s.trigger("eliminar");
+        QVERIFY(s.trigger("eliminar"));
     } catch (const std::exception &) {
         refused = true;
     }
-    QVERIFY(refused || m_dialogs.count() == 2);
-    QCOMPARE(store().count(QStringLiteral("HORAS"), QStringLiteral("HorId = ?"), {id}), 1);
-    QCOMPARE(store().count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"), {id}), 1);
+    const ScriptedDialogs::Box ask = m_dialogs.shown().value(0);
+    QCOMPARE(ask.text, QStringLiteral("Confirma que desea eliminar las horas seleccionadas ?"));
+    QCOMPARE(ask.title, QStringLiteral("Atención"));
+    QCOMPARE(ask.buttons, ui::Buttons::YesNo);
+    QCOMPARE(ask.icon, ui::Icon::None);
+    QVERIFY(!busyWhileAsking);
     QVERIFY(!ui::isBusy());
+    QCOMPARE(store().count(QStringLiteral("HORAS"), QStringLiteral("HorId = ?"), {id}), kept ? 1 : 0);
+    QCOMPARE(store().count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"), {id}), kept ? 1 : 0);
     QCOMPARE(s.adcMes->recordSource(), currentList(kUsuario));
-    store().execNative(QStringLiteral("DROP TRIGGER horas_fijas"));
+    if (case_ == QLatin1String("refuse")) {
+        QVERIFY(refused || m_dialogs.count() == 2);
+        store().execNative(QStringLiteral("DROP TRIGGER horas_fijas"));
+        return;
+    }
+    QCOMPARE(store().count(QStringLiteral("HORAS")), kept ? before : before - 1);
+    if (case_ == QLatin1String("gone")) {
+        QCOMPARE(m_dialogs.last().text, QStringLiteral("El registro de horas ya no existe."));
+        QCOMPARE(s.mes->rowCount(), rows - 1);
+        return;
+    }
+    QCOMPARE(m_dialogs.count(), 1);
+    if (kept) {
+        QCOMPARE(m_dialogs.busyHistory().size(), busyBefore);
+        return;
+    }
+    QCOMPARE(m_dialogs.busyHistory().mid(busyBefore), (QList<bool>{true, false}));
+    QVERIFY(!Screen::ids(s.mes).contains(QString::number(id)));
+    QVERIFY(s.writeKeys(true));  // rows remain: the delete's own moves leave the buttons be
+    QCOMPARE(Screen::ids(s.mes), idsOf(store(), currentList(kUsuario)));
 }
 
 void TestWorkspaces::deleteOutsideTabZero()
@@ -573,25 +590,6 @@ void TestWorkspaces::deleteOutsideTabZero()
         QCOMPARE(s.tabs->currentIndex(), tab);
     }
     QCOMPARE(store().count(QStringLiteral("HORAS")), before);
-}
-
-void TestWorkspaces::deleteRowAlreadyGone()
-{
-    Screen s(5);
-    QVERIFY(s.sort("ordenar_des", "fecha"));
-    s.mes->clickRow(1);
-    const qlonglong id = s.mes->cellText(1, 8).toLongLong();
-    const int rows = s.mes->rowCount();
-    store().execNative(QStringLiteral("DELETE FROM HORAS WHERE HorId = ?"), {id});
-    const int before = store().count(QStringLiteral("HORAS"));
-
-    m_dialogs.answerNext(ui::Answer::Yes);
-    QVERIFY(s.trigger("eliminar"));
-    QCOMPARE(m_dialogs.last().text, QStringLiteral("El registro de horas ya no existe."));
-    QCOMPARE(store().count(QStringLiteral("HORAS")), before);
-    QCOMPARE(s.mes->rowCount(), rows - 1);
-    QCOMPARE(s.adcMes->recordSource(), currentList(kUsuario));
-    QVERIFY(!ui::isBusy());
 }
 
 void TestWorkspaces::modificarOnArchiveTabOpensCurrentRow()
