@@ -2,9 +2,8 @@
 // lands in HORAS and HORAS_RUBROS_MATERIAS column by column, the chain of lists, the value
 // and category taken from the contract, and what happens when a save is refused.
 #include "Controls.h"
-#include "ScriptedDialogs.h"
 #include "Session.h"
-#include "TempStore.h"
+#include "WindowFixture.h"
 #include "hours/frmModificoHoras.h"
 #include "hours/frmRegistroHoras.h"
 #include "session/modPrincipal.h"
@@ -112,26 +111,22 @@ private:
     // What differs from `expected` in the one entry stored after HorId `before`.
     QString newRowDifferences(qlonglong before, const QVariantMap &expected);
 
-    std::unique_ptr<tests::TempStore> m_store;
-    std::unique_ptr<InstalledDialogs> m_dialogs;
+    tests::WindowFixture m_fixture;
+    tests::TempStore *m_store = nullptr;
+    ScriptedDialogs *m_dialogs = nullptr;
 };
 
 void TestHours::init()
 {
-    m_store = std::make_unique<tests::TempStore>();
-    m_dialogs = std::make_unique<InstalledDialogs>();
+    m_fixture.begin();
+    m_store = &m_fixture.store();
+    m_dialogs = &m_fixture.dialogs();
     login(QStringLiteral("11111111"));
 }
 
 void TestHours::cleanup()
 {
-    if (auto *w = frmRegistroHoras::instance())
-        w->close();
-    if (auto *w = frmModificoHoras::instance())
-        w->close();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    m_dialogs.reset();
-    m_store.reset();
+    m_fixture.end();
 }
 
 qlonglong TestHours::maxHorId()

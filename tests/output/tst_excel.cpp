@@ -75,14 +75,8 @@ class TestExcel : public QObject {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        m_dialogs = std::make_unique<InstalledDialogs>();
-    }
-    void cleanup()
-    {
-        m_dialogs.reset();
-    }
+    void init() { m_dialogs = std::make_unique<InstalledDialogs>(); }
+    void cleanup() { m_dialogs.reset(); }
 
     void newBookHasOneActiveSheet()
     {

@@ -3,9 +3,8 @@
 // the current list; the delete with its boxes; the staff list and cambio of the chief and
 // the super user; the skeleton of each role's window.
 
-#include "ScriptedDialogs.h"
 #include "Session.h"
-#include "TempStore.h"
+#include "WindowFixture.h"
 #include "hours/frmModificoHoras.h"
 #include "hours/frmRegistroHoras.h"
 #include "session/modPrincipal.h"
@@ -217,29 +216,14 @@ private slots:
     void budgetPrintOpensItsReport();
 
 private:
-    ScriptedDialogs m_dialogs;
-    std::unique_ptr<ScriptedDialogs::Install> m_install;
-    std::unique_ptr<tests::TempStore> m_store;
-    tests::TempStore &store() { return *m_store; }
+    tests::WindowFixture m_fixture;
+    tests::TempStore &store() { return m_fixture.store(); }
+    ScriptedDialogs &dialogs() { return m_fixture.dialogs(); }
 
 private slots:
     // Each function on a fresh demo store, with the dialogs scripted.
-    void init()
-    {
-        m_store = std::make_unique<tests::TempStore>();
-        m_dialogs.clearShown();
-        m_install = std::make_unique<ScriptedDialogs::Install>(m_dialogs);
-    }
-    void cleanup()
-    {
-        if (auto *f = frmRegistroHoras::instance())
-            delete f;
-        if (auto *f = frmModificoHoras::instance())
-            delete f;
-        m_dialogs.setOnShown({});
-        m_install.reset();
-        m_store.reset();
-    }
+    void init() { m_fixture.begin(); }
+    void cleanup() { m_fixture.end(); }
 };
 
 // The statements as the lists hold them, word for word.
@@ -398,7 +382,7 @@ void TestWorkspaces::stateTable()
         } else if (e == QLatin1String("del")) {
             s.tabs->setCurrentIndex(0);
             const QString id = s.adcMes->value(QStringLiteral("HorId")).toString();
-            m_dialogs.answerNext(ui::Answer::Yes);
+            dialogs().answerNext(ui::Answer::Yes);
             QVERIFY(s.trigger("eliminar"));
             QCOMPARE(store().count(QStringLiteral("HORAS"), QStringLiteral("HorId = ?"), {id.toLongLong()}), 0);
         } else if (e.startsWith(QLatin1String("tab"))) {
@@ -474,7 +458,7 @@ void TestWorkspaces::buttonsFollowTheCurrentList()
     QCOMPARE(s.mes->rowCount(), 1);
     QVERIFY(s.writeKeys(true));  // the first row is current with no click
 
-    m_dialogs.answerNext(ui::Answer::Yes);
+    dialogs().answerNext(ui::Answer::Yes);
     QVERIFY(s.trigger("eliminar"));
     QCOMPARE(s.mes->rowCount(), 0);
     QVERIFY(s.writeKeys(false));
@@ -529,20 +513,20 @@ void TestWorkspaces::deleteRow()
         if (case_ == QLatin1String("gone"))
             store().execNative(QStringLiteral("DELETE FROM %1 WHERE HorId = ?").arg(QLatin1String(table)), {id});
 
-    const int busyBefore = int(m_dialogs.busyHistory().size());
+    const int busyBefore = int(dialogs().busyHistory().size());
     bool busyWhileAsking = true;
-    m_dialogs.setOnShown([&](const ScriptedDialogs::Box &box) {
+    dialogs().setOnShown([&](const ScriptedDialogs::Box &box) {
         if (box.buttons == ui::Buttons::YesNo)
             busyWhileAsking = ui::isBusy();
     });
-    m_dialogs.answerNext(yes ? ui::Answer::Yes : ui::Answer::No);
+    dialogs().answerNext(yes ? ui::Answer::Yes : ui::Answer::No);
     bool refused = false;
     try {
         QVERIFY(s.trigger("eliminar"));
     } catch (const std::exception &) {
         refused = true;
     }
-    const ScriptedDialogs::Box ask = m_dialogs.shown().value(0);
+    const ScriptedDialogs::Box ask = dialogs().shown().value(0);
     QCOMPARE(ask.text, QStringLiteral("Confirma que desea eliminar las horas seleccionadas ?"));
     QCOMPARE(ask.title, QStringLiteral("Atención"));
     QCOMPARE(ask.buttons, ui::Buttons::YesNo);
@@ -553,22 +537,22 @@ void TestWorkspaces::deleteRow()
     QCOMPARE(store().count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"), {id}), kept ? 1 : 0);
     QCOMPARE(s.adcMes->recordSource(), currentList(kUsuario));
     if (case_ == QLatin1String("refuse")) {
-        QVERIFY(refused || m_dialogs.count() == 2);
+        QVERIFY(refused || dialogs().count() == 2);
         store().execNative(QStringLiteral("DROP TRIGGER horas_fijas"));
         return;
     }
     QCOMPARE(store().count(QStringLiteral("HORAS")), kept ? before : before - 1);
     if (case_ == QLatin1String("gone")) {
-        QCOMPARE(m_dialogs.last().text, QStringLiteral("El registro de horas ya no existe."));
+        QCOMPARE(dialogs().last().text, QStringLiteral("El registro de horas ya no existe."));
         QCOMPARE(s.mes->rowCount(), rows - 1);
         return;
     }
-    QCOMPARE(m_dialogs.count(), 1);
+    QCOMPARE(dialogs().count(), 1);
     if (kept) {
-        QCOMPARE(m_dialogs.busyHistory().size(), busyBefore);
+        QCOMPARE(dialogs().busyHistory().size(), busyBefore);
         return;
     }
-    QCOMPARE(m_dialogs.busyHistory().mid(busyBefore), (QList<bool>{true, false}));
+    QCOMPARE(dialogs().busyHistory().mid(busyBefore), (QList<bool>{true, false}));
     QVERIFY(!Screen::ids(s.mes).contains(QString::number(id)));
     QVERIFY(s.writeKeys(true));  // rows remain: the delete's own moves leave the buttons be
     QCOMPARE(Screen::ids(s.mes), idsOf(store(), currentList(kUsuario)));
@@ -580,13 +564,13 @@ void TestWorkspaces::deleteOutsideTabZero()
     const int before = store().count(QStringLiteral("HORAS"));
     for (int tab : {1, 2, 3, 5}) {
         s.tabs->setCurrentIndex(tab);
-        m_dialogs.clearShown();
+        dialogs().clearShown();
         QVERIFY(s.trigger("eliminar"));
-        QCOMPARE(m_dialogs.count(), 1);
-        QCOMPARE(m_dialogs.last().text, QStringLiteral("Solo es posible eliminar horas del mes en curso"));
-        QCOMPARE(m_dialogs.last().title, ui::programTitle());
-        QCOMPARE(m_dialogs.last().buttons, ui::Buttons::Ok);
-        QCOMPARE(m_dialogs.last().icon, ui::Icon::None);
+        QCOMPARE(dialogs().count(), 1);
+        QCOMPARE(dialogs().last().text, QStringLiteral("Solo es posible eliminar horas del mes en curso"));
+        QCOMPARE(dialogs().last().title, ui::programTitle());
+        QCOMPARE(dialogs().last().buttons, ui::Buttons::Ok);
+        QCOMPARE(dialogs().last().icon, ui::Icon::None);
         QCOMPARE(s.tabs->currentIndex(), tab);
     }
     QCOMPARE(store().count(QStringLiteral("HORAS")), before);
@@ -643,11 +627,11 @@ void TestWorkspaces::messageBoxDoesNotReactivate()
     QVERIFY(QTest::qWaitForWindowActive(s.w.get()));
     QCOMPARE(s.adcMes->recordSource(), sorted);
     // ayuda does not end the program; salir does.
-    const int ends = m_dialogs.endProgramCount();
+    const int ends = dialogs().endProgramCount();
     QVERIFY(s.trigger("ayuda"));
-    QCOMPARE(m_dialogs.endProgramCount(), ends);
+    QCOMPARE(dialogs().endProgramCount(), ends);
     QVERIFY(s.trigger("salir"));
-    QCOMPARE(m_dialogs.endProgramCount(), ends + 1);
+    QCOMPARE(dialogs().endProgramCount(), ends + 1);
 }
 
 void TestWorkspaces::filterEmptyDayAndDoubleClick()
@@ -746,7 +730,7 @@ void TestWorkspaces::cambioOnEmptyStaffList()
     QVERIFY(s.trigger("cambio"));
     QCOMPARE(modPrincipal::session().person, kJefe);
     QCOMPARE(s.adcMes->recordSource(), before);
-    QCOMPARE(m_dialogs.count(), 0);
+    QCOMPARE(dialogs().count(), 0);
     s.tabs->setCurrentIndex(3);
     s.clickEmptyPartOf(s.staff);
     QVERIFY(!s.bar->isButtonEnabled(QStringLiteral("cambio")));
@@ -770,7 +754,7 @@ void TestWorkspaces::chiefPrintMenuRerunsLists()
     // A row written elsewhere shows after printing, in the order the list holds.
     store().execNative(QStringLiteral("DELETE FROM HORAS WHERE HorId = ?"), {s.mes->cellText(0, 8).toLongLong()});
     QVERIFY(s.trigger("imprimir"));
-    QCOMPARE(m_dialogs.count(), 0);
+    QCOMPARE(dialogs().count(), 0);
     QVERIFY(s.sort("imprimir", "area"));
     QVERIFY(findTopLevel(QStringLiteral("dtrReporteMesActualArea")));
     QCOMPARE(s.adcMes->recordSource(), sorted);
@@ -831,10 +815,10 @@ void TestWorkspaces::superUserOpensHistory()
 
     // A current list without rows: the message, no window.
     s.filter(true, false, QDate(1999, 1, 1));
-    const int before = m_dialogs.count();
+    const int before = dialogs().count();
     QVERIFY(s.trigger("historial"));
-    QCOMPARE(m_dialogs.count(), before + 1);
-    QCOMPARE(m_dialogs.last().text, QStringLiteral("Seleccione primero un registro de horas."));
+    QCOMPARE(dialogs().count(), before + 1);
+    QCOMPARE(dialogs().last().text, QStringLiteral("Seleccione primero un registro de horas."));
     for (QWidget *w : QApplication::topLevelWidgets())
         if (w->objectName().startsWith(QLatin1String("frmHistorialHoras")))
             delete w;
@@ -847,7 +831,7 @@ void TestWorkspaces::chiefExportsFromTheCloseTab()
     Screen s(6);
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("area.xlsx"));
-    m_dialogs.typeNext(path);
+    dialogs().typeNext(path);
     s.tabs->setCurrentIndex(4);
     auto *cmdExportar = s.tabs->widget(4)->findChild<QPushButton *>(QStringLiteral("cmdExportar"));
     QVERIFY(cmdExportar);
@@ -858,7 +842,7 @@ void TestWorkspaces::chiefExportsFromTheCloseTab()
     QVERIFY(cmdExportar->isEnabled());
     cmdExportar->click();
     QVERIFY(QFile::exists(path));
-    QCOMPARE(m_dialogs.last().text, QStringLiteral("Se ha exportado a Excel con exito"));
+    QCOMPARE(dialogs().last().text, QStringLiteral("Se ha exportado a Excel con exito"));
     QVERIFY(s.adcMes->recordSource().contains(QLatin1String("H.FUNCEDULA='22222222'")));
 }
 
