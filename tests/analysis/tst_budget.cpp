@@ -131,7 +131,7 @@ private slots:
     {
         m_fixture.begin(tests::TempStore::Content::Schema);
         fillBudgetStore(m_fixture.store());
-        tests::signIn(QStringLiteral("jefe"), QStringLiteral("22222222"), QStringLiteral("DOC"), 6);
+        tests::signInAs(6);
         BudgetTab::setReportOpener({});
     }
     void cleanup() { m_fixture.end(); }

@@ -67,10 +67,7 @@ class TestStatistics : public QObject {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        tests::signIn(QStringLiteral("super"), QStringLiteral("44444444"), QStringLiteral("ADM"), 8);
-    }
+    void init() { tests::signInAs(8); }
 
     // Which controls each option enables, and the captions that tell the windows apart.
     void interlocks_data()

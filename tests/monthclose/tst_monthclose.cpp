@@ -31,8 +31,8 @@ namespace {
 const QString kNotApproved = QStringLiteral("El mes debe ser aprobado por el Súper Usuario para poder cerrarse.");
 const QString kOtherArea = QStringLiteral("Solo puede cerrar o modificar los cierres de su área.");
 
-void loginChief() { tests::signIn(QStringLiteral("jefe"), QStringLiteral("22222222"), QStringLiteral("DOC"), 6); }
-void loginSuper() { tests::signIn(QStringLiteral("super"), QStringLiteral("44444444"), QStringLiteral("ADM"), 8); }
+void loginChief() { tests::signInAs(6); }
+void loginSuper() { tests::signInAs(8); }
 
 // The last day of the month before today's: the demo's hours of that month stand in HORAS.
 QDate lastMonthEnd()

@@ -39,23 +39,7 @@ namespace {
 
 const QString kUsuario = QStringLiteral("11111111");
 const QString kJefe = QStringLiteral("22222222");
-const QString kSuper = QStringLiteral("44444444");
 const QString kTwoContracts = QStringLiteral("55555555");
-
-void setSession(int perId)
-{
-    switch (perId) {
-    case 5:
-        tests::signIn(QStringLiteral("usuario"), kUsuario, QStringLiteral("DOC"), qint16(perId));
-        break;
-    case 6:
-        tests::signIn(QStringLiteral("jefe"), kJefe, QStringLiteral("DOC"), qint16(perId));
-        break;
-    default:
-        tests::signIn(QStringLiteral("super"), kSuper, QStringLiteral("ADM"), qint16(perId));
-        break;
-    }
-}
 
 // One role's window, shown as Main shows it, with its controls found by name.
 struct Screen {
@@ -72,7 +56,7 @@ struct Screen {
 
     explicit Screen(int perId)
     {
-        setSession(perId);
+        tests::signInAs(perId);
         if (perId == 5)
             w = std::make_unique<frmUsuarioComun>();
         else if (perId == 6)
