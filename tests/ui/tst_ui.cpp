@@ -46,27 +46,6 @@ QPoint selectedCell(QCalendarWidget *calendar)
     return view->visualRect(view->currentIndex()).center();
 }
 
-// A shown window with the hours workspace's buttons.
-struct ToolbarWindow {
-    QMainWindow window;
-    ui::KeyedToolBar *bar = new ui::KeyedToolBar(&window);
-    QSignalSpy clicked{bar, &ui::KeyedToolBar::buttonClicked};
-    QSignalSpy chosen{bar, &ui::KeyedToolBar::menuEntryClicked};
-    ToolbarWindow()
-    {
-        const QList<ui::KeyedToolBar::MenuEntry> sorts = {
-            {"actividad", "Actividad"}, {"destino", "Destino"}, {"fecha", "Fecha"},
-            {"semana", "Semana"},       {"tipohora", "Tipo de hora"}};
-        window.addToolBar(bar);
-        bar->addButton("nuevo", "Nuevo", "Nuevo registro de horas");
-        bar->addButton("eliminar", "Eliminar");
-        bar->addButton("ordenar_asc", "Ascendente", "Orden ascendente por fecha", {}, sorts);
-        bar->addButton("ordenar_des", "Descendete", "Orden descendente por fecha", {}, sorts);
-        bar->addButton("salir", "Salir");
-        window.show();
-    }
-};
-
 }  // namespace
 
 class TstUi : public QObject {
@@ -383,13 +362,23 @@ private slots:
         QCOMPARE(doubled.at(0).at(0).toDate(), QDate(2002, 5, 17));
     }
 
+    // A shown window with the hours workspace's buttons.
     void toolbarButtonsByKey()
     {
-        ToolbarWindow w;
-        auto *bar = w.bar;
-        QSignalSpy &clicked = w.clicked, &chosen = w.chosen;
+        QMainWindow window;
+        auto *bar = new ui::KeyedToolBar(&window);
+        QSignalSpy clicked(bar, &ui::KeyedToolBar::buttonClicked), chosen(bar, &ui::KeyedToolBar::menuEntryClicked);
+        const QList<ui::KeyedToolBar::MenuEntry> sorts = {
+            {"actividad", "Actividad"}, {"destino", "Destino"}, {"fecha", "Fecha"}, {"semana", "Semana"}, {"tipohora", "Tipo de hora"}};
+        window.addToolBar(bar);
+        bar->addButton("nuevo", "Nuevo", "Nuevo registro de horas");
+        bar->addButton("eliminar", "Eliminar");
+        bar->addButton("ordenar_asc", "Ascendente", "Orden ascendente por fecha", {}, sorts);
+        bar->addButton("ordenar_des", "Descendete", "Orden descendente por fecha", {}, sorts);
+        bar->addButton("salir", "Salir");
+        window.show();
         QCOMPARE(bar->keys(), QStringList({"nuevo", "eliminar", "ordenar_asc", "ordenar_des", "salir"}));
-        auto *nuevo = w.window.findChild<QToolButton *>("nuevo");
+        auto *nuevo = window.findChild<QToolButton *>("nuevo");
         QCOMPARE(nuevo->text(), QStringLiteral("Nuevo"));
 
         // A real click on a button, and on the face of a drop-down button.
@@ -401,7 +390,7 @@ private slots:
         QCOMPARE(chosen.count(), 0);
 
         // The menu entries, found by name, and chosen through the menu.
-        w.window.findChild<QAction *>("ordenar_des_tipohora")->trigger();
+        window.findChild<QAction *>("ordenar_des_tipohora")->trigger();
         QVERIFY(bar->triggerMenuEntry("ordenar_asc", "fecha"));
         QCOMPARE(chosen.count(), 2);
         QCOMPARE(chosen.at(0), QVariantList({"ordenar_des", "tipohora"}));
@@ -425,16 +414,16 @@ private slots:
         QTest::mouseClick(bar->button("eliminar"), Qt::LeftButton);
         QVERIFY(!bar->trigger("ordenar_asc"));
         QVERIFY(!bar->triggerMenuEntry("ordenar_asc", "fecha"));
-        QCOMPARE(w.clicked.count() + w.chosen.count(), 0);
+        QCOMPARE(clicked.count() + chosen.count(), 0);
 
         bar->setButtonEnabled("eliminar", true);
         QVERIFY(bar->trigger("eliminar"));
-        QCOMPARE(w.clicked.count(), 1);
+        QCOMPARE(clicked.count(), 1);
 
         // A disabled window takes no clicks either.
-        w.window.setEnabled(false);
+        window.setEnabled(false);
         QVERIFY(!bar->trigger("nuevo"));
-        QCOMPARE(w.clicked.count(), 1);
+        QCOMPARE(clicked.count(), 1);
     }
 
     void statusPanelsByKey()
