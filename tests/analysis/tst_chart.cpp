@@ -112,14 +112,11 @@ private slots:
         QTest::addColumn<QStringList>("grid");
         // Series: Docencia (DOC and DO2), Administración. Rows and series in the order their first
         // hour record was stored, on every store.
-        QTest::newRow("actividad") << "ActDescripcion"
-                                   << QStringList{"|Docencia|Administración", "Clases|6|1.5", "Tareas|0|4"};
-        QTest::newRow("área") << "AreDescripcion"
-                              << QStringList{"|Docencia|Administración", "Docencia|6|-", "Administración|-|5.5"};
-        QTest::newRow("destino") << "DesDescripcion"
-                                 << QStringList{"|Docencia|Administración", "Cursos|3|4", "Extensión|3|-", "|-|1.5"};
-        QTest::newRow("tipo") << "TipDescripcion"
-                              << QStringList{"|Docencia|Administración", "Comunes|5|5.5", "Extra|1|-"};
+        const QString series = QStringLiteral("|Docencia|Administración");
+        QTest::newRow("actividad") << "ActDescripcion" << QStringList{series, "Clases|6|1.5", "Tareas|0|4"};
+        QTest::newRow("área") << "AreDescripcion" << QStringList{series, "Docencia|6|-", "Administración|-|5.5"};
+        QTest::newRow("destino") << "DesDescripcion" << QStringList{series, "Cursos|3|4", "Extensión|3|-", "|-|1.5"};
+        QTest::newRow("tipo") << "TipDescripcion" << QStringList{series, "Comunes|5|5.5", "Extra|1|-"};
     }
     void gridPerGrouping()
     {
