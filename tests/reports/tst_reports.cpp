@@ -525,28 +525,21 @@ void TestReports::longReportIsLaidOutInBatches()
     // Thousands of hour rows for one person, made by hand: the window opens on its first
     // page and lays out the rest from the event loop.
     auto hours = std::make_shared<store::ShapeRecordset>(
-        QStringLiteral("MesActual"),
-        QStringList{"HORFECHA", "HORSEMANA", "HORVALORHORA", "HORHORAS", "TIPDESCRIPCION", "DESDESCRIPCION",
-                    "ACTDESCRIPCION"});
+        QStringLiteral("MesActual"), QStringList{"HORFECHA", "HORSEMANA", "HORVALORHORA", "HORHORAS", "TIPDESCRIPCION",
+                                                 "DESDESCRIPCION", "ACTDESCRIPCION"});
     const int rows = 6000;
     for (int i = 0; i < rows; ++i)
-        hours->append({store::Row{QDate(2024, 1, 1).addDays(i / 20), qlonglong(1 + i / 140), 300.0, 1.0,
-                                  QStringLiteral("Horas comunes"),
-                                  i % 50 ? QStringLiteral("Gestión")
-                                         : QStringLiteral("Destino con un nombre que no cabe en su columna"),
-                                  QStringLiteral("Clases")},
-                       {}});
+        hours->append({store::Row{QDate(2024, 1, 1).addDays(i / 20), qlonglong(1 + i / 140), 300.0, 1.0, QStringLiteral("Horas comunes"),
+                                  i % 50 ? QStringLiteral("Gestión") : QStringLiteral("Destino con un nombre que no cabe en su columna"),
+                                  QStringLiteral("Clases")}, {}});
     auto groups = std::make_shared<store::ShapeRecordset>(
         QStringLiteral("MesActual_Grouping"), QStringList{"AREDESCRIPCION", "FUNCEDULA", "SumaHoras", "MesActual"},
         QStringList{"MesActual"});
-    groups->append({store::Row{QStringLiteral("Docencia"), QStringLiteral("11111111"), double(rows), QVariant()},
-                    {hours}});
+    groups->append({store::Row{QStringLiteral("Docencia"), QStringLiteral("11111111"), double(rows), QVariant()}, {hours}});
     auto staff = std::make_shared<store::ShapeRecordset>(
-        QStringLiteral("Funcionarios"),
-        QStringList{"FunCedula", "FunNombres", "FunApellidos", "MesActual_Grouping"},
+        QStringLiteral("Funcionarios"), QStringList{"FunCedula", "FunNombres", "FunApellidos", "MesActual_Grouping"},
         QStringList{"MesActual_Grouping"});
-    staff->append({store::Row{QStringLiteral("11111111"), QStringLiteral("Ana"), QStringLiteral("Pérez"), QVariant()},
-                   {groups}});
+    staff->append({store::Row{QStringLiteral("11111111"), QStringLiteral("Ana"), QStringLiteral("Pérez"), QVariant()}, {groups}});
 
     output::ReportPreview preview(output::monthReportLayout(), staff);
     preview.show();
