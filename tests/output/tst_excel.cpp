@@ -117,14 +117,8 @@ class TestExcel : public QObject {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        m_dialogs = std::make_unique<InstalledDialogs>();
-    }
-    void cleanup()
-    {
-        m_dialogs.reset();
-    }
+    void init() { m_dialogs = std::make_unique<InstalledDialogs>(); }
+    void cleanup() { m_dialogs.reset(); }
 
     void newBookHasOneActiveSheet()
     {
@@ -254,16 +248,13 @@ private slots:
         // A second key outside the sorted range is refused.
         xl.SelCell(QStringLiteral("A1:B6"));
         QVERIFY_THROWS_EXCEPTION(output::WorkbookError, xl.SortCell(QStringLiteral("B1")));
-    }
 
-    void sortSingleCellTakesTheBlockAround()
-    {
-        Book xl;
-        fill(xl, {"3|c", "1|a", "2|b"});
-        xl.SelCell(QStringLiteral("A2"));
+        // A single cell selected sorts the block around it.
+        fill(xl, {"3|c", "1|a", "2|b"}, 10);
+        xl.SelCell(QStringLiteral("A11"));
         xl.SortCell(QStringLiteral("A1"));
-        QCOMPARE(column(xl, "A", 1, 3), (QStringList{"1", "2", "3"}));
-        QCOMPARE(column(xl, "B", 1, 3), (QStringList{"a", "b", "c"}));
+        QCOMPARE(column(xl, "A", 10, 12), (QStringList{"1", "2", "3"}));
+        QCOMPARE(column(xl, "B", 10, 12), (QStringList{"a", "b", "c"}));
     }
 
     void sheetsRenameRemoveInsert()
@@ -450,11 +441,7 @@ private slots:
         QCOMPARE(sheetNames(xl), (QStringList{"Chart1", "Sheet1"}));
         const output::Workbook &back = xl.application()->activeWorkbook();
         QCOMPARE(back.active, 0);
-        const Sheet &chart = back.sheets[0];
-        QVERIFY(chart.isChart());
-        QCOMPARE(chart.chart->sourceSheet, QStringLiteral("Sheet1"));
-        QCOMPARE(chart.chart->source, output::parseRange("A4:D5"));
-        QVERIFY(!chart.chart->hasTitle);
+        QVERIFY(back.sheets[0].isChart());  // what the chart holds: tst_export reads it back
         const Sheet &s = back.sheets[1];
         QCOMPARE(s.cell(1, 1).value.toString(), QStringLiteral("Horas trabajadas en el area: DOC"));
         QCOMPARE(s.cell(4, 1).value, QVariant(11111111.0));

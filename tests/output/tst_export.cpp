@@ -1,9 +1,8 @@
 // The month export on a fresh store: the saved workbook read back and compared with the
 // store, the boxes shown, and the "Mes en curso" list given back.
 
-#include "ScriptedDialogs.h"
 #include "Session.h"
-#include "TempStore.h"
+#include "WindowFixture.h"
 
 #include "output/ExportacionMes.h"
 #include "workbook/WorkbookXlsx.h"
@@ -71,8 +70,9 @@ class TestExport : public QObject {
 private slots:
     void init()
     {
-        m_store = std::make_unique<tests::TempStore>();
-        m_dialogs = std::make_unique<InstalledDialogs>();
+        m_fixture.begin();
+        m_store = &m_fixture.store();
+        m_dialogs = &m_fixture.dialogs();
         tests::amendSession([&](core::Session &s) {
             s.area = QStringLiteral("DOC");
             s.person = QStringLiteral("22222222 ");
@@ -88,8 +88,7 @@ private slots:
     {
         store::Connection::setStatementObserver({});
         m_adc.reset();
-        m_dialogs.reset();
-        m_store.reset();
+        m_fixture.end();
     }
 
     void exportSavesTheAreaHours()
@@ -325,8 +324,9 @@ private:
         }
     }
 
-    std::unique_ptr<tests::TempStore> m_store;
-    std::unique_ptr<InstalledDialogs> m_dialogs;
+    tests::WindowFixture m_fixture;
+    tests::TempStore *m_store = nullptr;
+    ScriptedDialogs *m_dialogs = nullptr;
     std::unique_ptr<store::DataControl> m_adc;
     int m_gridRefreshed = 0;
     QStringList m_statements;
