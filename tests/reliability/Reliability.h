@@ -97,12 +97,18 @@ public:
         return out;
     }
     QString report() { return lines().join(QLatin1Char('\n')) + QStringLiteral("\n[stderr]\n") + m_stderr; }
+    bool has(const QString &prefix) { return countOf(prefix) > 0; }
 
 private:
     QProcess m_process;
     QStringList m_lines;
     QString m_stderr;
 };
+
+// A driver's line starting with `prefix` has come, or its end with exit code 0; else the test
+// fails with what the driver printed.
+#define DRIVER_WAIT(d, ...) QVERIFY2((d).waitFor(__VA_ARGS__), qPrintable((d).report()))
+#define DRIVER_FINISH(d, ...) QVERIFY2((d).finish(__VA_ARGS__), qPrintable((d).report()))
 
 // A staff member of the area DOC with one contract, for one driver.
 inline void addStaff(tests::TempStore &db, const QString &cedula)
