@@ -95,8 +95,10 @@ void TestConcurrency::concurrentEntry()
     // Entries run i/4 days from the first date: the cut-off falls in the middle.
     const QDate cutOff = first.addDays(perProcess / 8);
     QStringList cedulas;
-    for (int p = 0; p < n; ++p)
-        addStaff(*m_store, cedulas.emplace_back(staffCedula(p)));
+    for (int p = 0; p < n; ++p) {
+        cedulas << staffCedula(p);
+        addStaff(*m_store, cedulas.last());
+    }
     const qlonglong closeId = close ? approvedClose(*m_store, cutOff) : 0;
     QVERIFY(m_store->count(u"HORAS"_s, u"AreId='DOC'"_s) > 0);
     const int archivedBefore = m_store->count(u"HHORAS"_s, u"AreId='DOC'"_s);
