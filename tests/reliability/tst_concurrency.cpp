@@ -44,6 +44,19 @@ QString closeLine(tests::TempStore &store)
     return lines.join(u'\n');
 }
 
+// Of two users saving the same thing, the winner saved once and its window shows
+// `winnerWindow`; the loser got one box saying `refusal` and its window shows `loserWindow`.
+void wonAndLost(Driver &winner, const QString &winnerWindow, Driver &loser, const QString &refusal,
+                const QString &loserWindow)
+{
+    QCOMPARE(winner.linesStarting(u"SAVED"_s).size(), 1);
+    QCOMPARE(winner.linesStarting(u"WINDOW"_s), QStringList{winnerWindow});
+    const QStringList refused = loser.linesStarting(u"ERROR"_s);
+    QCOMPARE(refused.size(), 1);
+    QVERIFY2(refused.front().contains(refusal), qPrintable(refused.front()));
+    QCOMPARE(loser.linesStarting(u"WINDOW"_s), QStringList{loserWindow});
+}
+
 QString psqlPath()
 {
     const QStringList versions = QDir(u"/usr/lib/postgresql"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
@@ -287,12 +300,7 @@ private slots:
         second.go();
         DRIVER_FINISH(second);
 
-        QCOMPARE(first.linesStarting(u"SAVED"_s).size(), 1);
-        QCOMPARE(first.linesStarting(u"WINDOW"_s), QStringList{u"WINDOW closed"_s});
-        const QStringList refused = second.linesStarting(u"ERROR"_s);
-        QCOMPARE(refused.size(), 1);
-        QVERIFY2(refused.front().contains(u"Otro usuario modificó este registro"_s), qPrintable(refused.front()));
-        QCOMPARE(second.linesStarting(u"WINDOW"_s), QStringList{u"WINDOW open 9,25"_s});
+        wonAndLost(first, u"WINDOW closed"_s, second, u"Otro usuario modificó este registro"_s, u"WINDOW open 9,25"_s);
         QCOMPARE(m_store->scalar(u"SELECT HorHoras FROM HORAS WHERE HorId = ?"_s, {horId}).toDouble(), 7.5);
         QCOMPARE(m_store->count(u"HORAS_RUBROS_MATERIAS"_s, u"HorId = ?"_s, {horId}), 1);
         // One change in the history, the one that was stored, with its editor's login.
@@ -338,12 +346,7 @@ private slots:
         const bool aWon = a.has(u"SAVED"_s);
         Driver &winner = aWon ? a : b;
         Driver &loser = aWon ? b : a;
-        QCOMPARE(winner.linesStarting(u"SAVED"_s).size(), 1);
-        QCOMPARE(winner.linesStarting(u"WINDOW"_s), QStringList{u"WINDOW browsing"_s});
-        const QStringList refused = loser.linesStarting(u"ERROR"_s);
-        QCOMPARE(refused.size(), 1);
-        QVERIFY2(refused.front().contains(u"Ya existe un registro con esa clave."_s), qPrintable(refused.front()));
-        QCOMPARE(loser.linesStarting(u"WINDOW"_s), QStringList{u"WINDOW open NUE"_s});
+        wonAndLost(winner, u"WINDOW browsing"_s, loser, u"Ya existe un registro con esa clave."_s, u"WINDOW open NUE"_s);
         QCOMPARE(m_store->scalar(u"SELECT AreDescripcion FROM AREAS WHERE AreId = 'NUE'"_s).toString(),
                  aWon ? u"Primera"_s : u"Segunda"_s);
         QCOMPARE(m_store->count(u"AREAS"_s, u"AreId = 'NUE'"_s), 1);

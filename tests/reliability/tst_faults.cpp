@@ -11,15 +11,9 @@ using namespace faults;
 class TestFaults : public QObject {
     Q_OBJECT
 private slots:
-    void init()
-    {
-        m_fixture.beginWithoutStore();
-    }
+    void init() { m_fixture.beginWithoutStore(); }
 
-    void cleanup()
-    {
-        m_fixture.end();
-    }
+    void cleanup() { m_fixture.end(); }
 
     void sqliteLockedBeyondBusyTimeout_data()
     {
