@@ -311,9 +311,9 @@ private slots:
         QTest::newRow("brace in a literal")
             << u"SHAPE {SELECT * FROM HHORAS WHERE A='x}y' AND B='{'} AS c COMPUTE c, SUM(c.HorHoras) AS T BY AreDescripcion"_s
             << QStringList{"SELECT * FROM HHORAS WHERE A='x}y' AND B='{'"} << QStringList{"AreDescripcion", "T", "c"};
-        QTest::newRow("doubled quote and bracketed name")
-            << u"SHAPE {SELECT [a}b], 'it''s }' FROM T} AS c COMPUTE c BY [AreDescripcion]"_s
-            << QStringList{"SELECT [a}b], 'it''s }' FROM T"} << QStringList{"AreDescripcion", "c"};
+        QTest::newRow("doubled quote, quoted and bracketed names")
+            << u"SHAPE {SELECT [a}b], \"}\", 'it''s }' FROM T} AS c COMPUTE c BY [AreDescripcion]"_s
+            << QStringList{"SELECT [a}b], \"}\", 'it''s }' FROM T"} << QStringList{"AreDescripcion", "c"};
         QTest::newRow("names in quotes, brackets, bare; lower-case keywords")
             << u"shape {SELECT 1} as [Mi Hijo] compute 'Mi Hijo', sum([Mi Hijo].'HorHoras') as [Total Horas] by 'AreDescripcion'"_s
             << QStringList{"SELECT 1"} << QStringList{"AreDescripcion", "Total Horas", "Mi Hijo"};

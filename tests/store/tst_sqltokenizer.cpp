@@ -76,16 +76,8 @@ private slots:
         QTest::newRow("letters of Spanish names are word letters")
             << s << u"Año_1 ñandú"_s << QStringList{"word:Año_1", "word:ñandú"};
         QTest::newRow("braces are symbols in a statement") << s << u"{x}"_s << QStringList{"symbol:{", "word:x", "symbol:}"};
-        QTest::newRow("SHAPE: the braced statement is one token, trimmed") << shape << u"SHAPE { SELECT * FROM H }  AS c"_s
-            << QStringList{"word:SHAPE", "braced:SELECT * FROM H", "word:AS", "word:c"};
-        QTest::newRow("SHAPE: braces inside literals and names don't close")
-            << shape << u"SHAPE {SELECT [a}b], \"}\", 'x}''{' FROM T} AS c"_s
-            << QStringList{"word:SHAPE", "braced:SELECT [a}b], \"}\", 'x}''{' FROM T", "word:AS", "word:c"};
         QTest::newRow("SHAPE: nested braces")
             << shape << u"SHAPE {a {b} c} x"_s << QStringList{"word:SHAPE", "braced:a {b} c", "word:x"};
-        QTest::newRow("SHAPE: names in quotes and brackets") << shape << u"SUM(c.'HorHoras') AS [Total Horas]"_s
-            << QStringList{"word:SUM", "symbol:(", "word:c", "symbol:.", "text:HorHoras", "symbol:)", "word:AS",
-                           "bracket:Total Horas"};
     }
 
     void tokens()
