@@ -57,23 +57,9 @@ public:
     {
         QElapsedTimer t;
         t.start();
-        for (;;) {
-            poll();
-            for (const QString &l : std::as_const(m_lines))
-                if (l.startsWith(prefix))
-                    return true;
-            if (m_process.state() == QProcess::NotRunning || t.elapsed() > ms) {
-                poll();
-                return std::any_of(m_lines.cbegin(), m_lines.cend(),
-                                   [&](const QString &l) { return l.startsWith(prefix); });
-            }
+        while (!has(prefix) && m_process.state() != QProcess::NotRunning && t.elapsed() <= ms)
             m_process.waitForReadyRead(100);
-        }
-    }
-    int countOf(const QString &prefix)
-    {
-        poll();
-        return int(std::count_if(m_lines.cbegin(), m_lines.cend(), [&](const QString &l) { return l.startsWith(prefix); }));
+        return has(prefix);
     }
     void go() { m_process.write("go\n"); }
     // Waits for the end; true when the process ended by itself with exit code 0.
@@ -81,7 +67,7 @@ public:
     {
         const bool ended = m_process.state() == QProcess::NotRunning || m_process.waitForFinished(ms);
         poll();
-        m_lines << QString::fromUtf8(m_process.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        m_lines << QString::fromUtf8(m_process.readAll()).split(u'\n', Qt::SkipEmptyParts);
         m_stderr = QString::fromUtf8(m_process.readAllStandardError());
         return ended && m_process.exitStatus() == QProcess::NormalExit && m_process.exitCode() == 0;
     }
@@ -98,8 +84,9 @@ public:
                 out << l;
         return out;
     }
-    QString report() { return lines().join(QLatin1Char('\n')) + QStringLiteral("\n[stderr]\n") + m_stderr; }
+    int countOf(const QString &prefix) { return int(linesStarting(prefix).size()); }
     bool has(const QString &prefix) { return countOf(prefix) > 0; }
+    QString report() { return lines().join(u'\n') + u"\n[stderr]\n"_s + m_stderr; }
 
 private:
     QProcess m_process;
