@@ -261,7 +261,7 @@ private slots:
     }
 
     // What the close run from the chief's tab moves: up to and including the cut-off day,
-    // nothing later (which rows of which area move stands in the core's tests); a later
+    // nothing later, and only the area's rows; a later
     // close moves only what is left.
     void closeMovesTheAreaUpToTheCutOff()
     {
