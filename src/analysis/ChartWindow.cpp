@@ -104,28 +104,37 @@ void ChartWindow::load()
     store::ShapeResult records;
     try {
         // The totals are a few hundred groups at most: read whole, without a server cursor.
-        const auto conn = store::Connection::open(kShapeConnect, store::Connection::Reading::Whole);
-        records = core::StatisticsQuery::totals(m_consulta, *conn);
+        m_conn = store::Connection::shared(kShapeConnect, store::Connection::Reading::Whole);
+        records = core::StatisticsQuery::totals(m_consulta, *m_conn);
     } catch (const std::exception &e) {
         MostrarError(e);
         return;
     }
-    CargarGrafica(records, m_agrupar, QStringLiteral("HorHoras"), QStringLiteral("AreDescripcion"));
-    MostrarMarcadores(false);
+    // The grid and its hidden markers are drawn once, when both are in place.
+    m_chart->setRepaint(false);
+    if (fillGrid(records, m_agrupar, QStringLiteral("HorHoras"), QStringLiteral("AreDescripcion")))
+        MostrarMarcadores(false);
+    m_chart->setRepaint(true);
 }
 
 void ChartWindow::CargarGrafica(const store::ShapeRecordset &records, const QString &campoFila,
                                 const QString &campoDato, const QString &campoColumna)
 {
     m_chart->setRepaint(false);
+    fillGrid(records, campoFila, campoDato, campoColumna);
+    m_chart->setRepaint(true);
+}
+
+bool ChartWindow::fillGrid(const store::ShapeRecordset &records, const QString &campoFila, const QString &campoDato,
+                           const QString &campoColumna)
+{
     try {
         core::loadChartGrid(m_chart->grid(), records, campoFila, campoDato, campoColumna);
+        return true;
     } catch (const std::exception &e) {
-        m_chart->setRepaint(true);
         MostrarError(e);
-        return;
+        return false;
     }
-    m_chart->setRepaint(true);
 }
 
 void ChartWindow::MostrarMarcadores(bool visible)

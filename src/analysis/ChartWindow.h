@@ -4,11 +4,13 @@
 #include <QWidget>
 #include <array>
 #include <exception>
+#include <memory>
 
 class QPushButton;
 class QRadioButton;
 
 namespace store {
+class Connection;
 class ShapeRecordset;
 }
 
@@ -34,7 +36,7 @@ public:
     const QString &agrupar() const { return m_agrupar; }
     ChartView *chart() const { return m_chart; }
 
-    // The load: opens the shaping connection, runs `consulta`, CargarGrafica with
+    // The load: opens the shaping connection (or takes the open one), runs `consulta`, CargarGrafica with
     // `agrupar`, "HorHoras" and "AreDescripcion", then MostrarMarcadores(false). An error ends
     // it with MostrarError; the window stays usable.
     void load();
@@ -58,6 +60,10 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
+    // Loads the grid from the records without drawing it; false (after MostrarError) if it
+    // could not.
+    bool fillGrid(const store::ShapeRecordset &records, const QString &campoFila, const QString &campoDato,
+                  const QString &campoColumna);
     void placeControls();
     void copyChart();
     int twipsToPixels(int twips) const;
@@ -66,6 +72,9 @@ private:
     QString m_consulta;
     QString m_agrupar;
     ChartView *m_chart = nullptr;
+    // The shaping connection, kept between loads (and shared with any other whole reading of
+    // the same store).
+    std::shared_ptr<store::Connection> m_conn;
     std::array<QRadioButton *, 4> m_optTipo{};
     QPushButton *m_cmdCopiar = nullptr;
     QPushButton *m_cmdClose = nullptr;

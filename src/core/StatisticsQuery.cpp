@@ -17,6 +17,26 @@ const QString kTail = QStringLiteral(
 // The key of the hour records: the store numbers them in the order they are written.
 const QString kRecordKey = QStringLiteral("HorId");
 
+// The totals of the statement above with its filter clause: the archive's hours summed by
+// their four keys first, the texts joined to the few groups afterwards, so the store groups a
+// million rows by short keys instead of joining each of them to four texts. Groups whose texts
+// coincide are summed once more, so the totals are those of the statement grouped by its texts,
+// each group in the place of its first hour record. A clause on the hours themselves filters
+// them before they are grouped; one on an area or an activity filters the groups.
+QString groupedByKeys(const QString &clause)
+{
+    const bool onHours = clause.startsWith(QLatin1String(" AND H."));
+    return QStringLiteral(
+               "SELECT ARE.AreDescripcion, ACT.ActDescripcion, D.DesDescripcion, T.TipDescripcion, "
+               "SUM(G.HorHoras) AS HorHoras FROM (SELECT H.AREID, H.ACTID, H.DESID, H.TIPID, "
+               "SUM(H.HorHoras) AS HorHoras, MIN(H.HorId) AS HorId FROM HHoras H%1 "
+               "GROUP BY H.AREID, H.ACTID, H.DESID, H.TIPID) G, Areas ARE, Actividades ACT, Destinos D, "
+               "TipoHoras T WHERE G.AREID=ARE.AREID AND G.ACTID=ACT.ACTID AND G.DESID=D.DESID AND "
+               "G.TIPID=T.TIPID%2 GROUP BY ARE.AreDescripcion, ACT.ActDescripcion, D.DesDescripcion, "
+               "T.TipDescripcion ORDER BY MIN(G.HorId)")
+        .arg(onHours ? QStringLiteral(" WHERE") + clause.mid(4) : QString(), onHours ? QString() : clause);
+}
+
 }  // namespace
 
 QString StatisticsQuery::statement(Filter filter, const QDate &from, const QDate &to, const QString &value)
@@ -62,7 +82,13 @@ QString StatisticsQuery::column(Grouping grouping)
 
 store::ShapeResult StatisticsQuery::totals(const QString &statement, store::Connection &conn)
 {
-    return store::runShapeTotals(statement, [&](const QString &s) { return conn.select(s); }, kRecordKey);
+    const auto select = [&](const QString &s) { return conn.select(s); };
+    // A statement of this class is known by its head and tail; any other goes the general way.
+    if (!statement.startsWith(kHead) || !statement.endsWith(kTail) ||
+        statement.size() < kHead.size() + kTail.size())
+        return store::runShapeTotals(statement, select, kRecordKey);
+    const QString clause = statement.mid(kHead.size(), statement.size() - kHead.size() - kTail.size());
+    return store::shapeTotals(store::parseShape(statement), select(groupedByKeys(clause)));
 }
 
 }  // namespace core

@@ -140,20 +140,33 @@ void ExportacionMes::exportar(store::DataControl *adcMesActual, QWidget *parent,
         for (int c = 0; c < 7; ++c)
             xl.SetCell(QString::fromLatin1(headings[c]), QChar('A' + c) + QStringLiteral("3"));
 
-        const QString nameField = adcMesActual->fields().value(0);
         adcMesActual->moveFirst();
+        // The columns are found once, on the first row (a missing one fails there as any
+        // read by name does). The records are then read by position, without moving the
+        // current row: a grid bound to the list would follow each move, selecting and
+        // scrolling to every record.
+        const auto field = [adcMesActual](const char *name) {
+            adcMesActual->value(QLatin1String(name));
+            return adcMesActual->fieldIndex(QLatin1String(name));
+        };
+        const int cedula = field("FUNCEDULA"), fecha = field("HORFECHA"), horas = field("HORHORAS"),
+                  tipo = field("TIPDESCRIPCION"), actividad = field("ACTDESCRIPCION"), valor = field("HORVALORHORA");
         int row = 4;  // wide enough for any number of rows
-        while (!adcMesActual->eof()) {
-            const QString r = QString::number(row);
-            xl.SetCell(adcMesActual->value(QStringLiteral("FUNCEDULA")), QStringLiteral("A") + r);
-            xl.SetCell(adcMesActual->value(nameField), QStringLiteral("B") + r);
-            xl.SetCell(dateAsText(adcMesActual->value(QStringLiteral("HORFECHA"))), QStringLiteral("C") + r);
-            xl.SetCell(asNumber(adcMesActual->value(QStringLiteral("HORHORAS"))), QStringLiteral("D") + r);
-            xl.SetCell(adcMesActual->value(QStringLiteral("TIPDESCRIPCION")), QStringLiteral("E") + r);
-            xl.SetCell(adcMesActual->value(QStringLiteral("ACTDESCRIPCION")), QStringLiteral("F") + r);
-            xl.SetCell(asNumber(adcMesActual->value(QStringLiteral("HORVALORHORA"))), QStringLiteral("G") + r);
-            adcMesActual->moveNext();
-            ++row;
+        for (int record = 0; record < count; ++record, ++row) {
+            const auto value = [adcMesActual, record](int column) { return adcMesActual->valueAt(record, column); };
+            // One cell name per row, its column letter changed in place.
+            QString cell = QLatin1Char('A') + QString::number(row);
+            const auto in = [&cell](char column) -> const QString & {
+                cell[0] = QLatin1Char(column);
+                return cell;
+            };
+            xl.SetCell(value(cedula), in('A'));
+            xl.SetCell(value(0), in('B'));
+            xl.SetCell(dateAsText(value(fecha)), in('C'));
+            xl.SetCell(asNumber(value(horas)), in('D'));
+            xl.SetCell(value(tipo), in('E'));
+            xl.SetCell(value(actividad), in('F'));
+            xl.SetCell(asNumber(value(valor)), in('G'));
         }
         xl.CrearGrafico(QStringLiteral("A4"), QStringLiteral("D") + QString::number(row - 1));
         ui::setBusy(false);

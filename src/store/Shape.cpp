@@ -846,8 +846,11 @@ ShapeResult runShapeTotals(const QString &shapeText, const ShapeStatementRunner 
             : QStringLiteral("SELECT %1 FROM (%2) tempalia_g GROUP BY %3 ORDER BY MIN(%4)")
                   .arg(select.join(QStringLiteral(", ")), command.statement, command.by.join(QStringLiteral(", ")),
                        keyColumn);
-    const ResultSet groups = runInner(statement);
+    return shapeTotals(command, runInner(statement));
+}
 
+ShapeResult shapeTotals(const ShapeCommand &command, const ResultSet &groups)
+{
     QStringList columns = command.by;
     for (const ShapeAggregate &aggregate : command.aggregates)
         columns << aggregate.name;

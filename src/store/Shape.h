@@ -165,4 +165,9 @@ ShapeResult runShapeTotals(const QString &shapeText, const ShapeStatementRunner 
                            const QString &keyColumn = {});
 ShapeResult runShape(const ShapeCommand &command, const ShapeStatementRunner &runInner);
 
+// The recordset of a grouping command from rows that hold, in this order, its BY columns and
+// its aggregates, one row per group: for a caller that worked the groups out by a statement
+// of its own. The chapters come back empty.
+ShapeResult shapeTotals(const ShapeCommand &command, const ResultSet &groups);
+
 }  // namespace store

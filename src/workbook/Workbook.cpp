@@ -30,13 +30,15 @@ QString columnName(int column)
     return name;
 }
 
-int columnNumber(const QString &name)
+int columnNumber(QStringView name)
 {
     if (name.isEmpty() || name.size() > 3)
         return 0;
     int number = 0;
     for (QChar ch : name) {
-        const char16_t c = ch.toUpper().unicode();
+        char16_t c = ch.unicode();
+        if (c >= 'a' && c <= 'z')
+            c = char16_t(c - 'a' + 'A');
         if (c < 'A' || c > 'Z')
             return 0;
         number = number * 26 + (c - 'A' + 1);
@@ -92,7 +94,7 @@ std::optional<RangeEnd> parseEnd(QStringView text)
         return std::nullopt;
     RangeEnd end;
     if (!letters.isEmpty()) {
-        end.column = columnNumber(letters.toString());
+        end.column = columnNumber(letters);
         if (end.column == 0)
             return std::nullopt;
     }
@@ -108,16 +110,18 @@ std::optional<RangeEnd> parseEnd(QStringView text)
 
 CellRange parseRange(const QString &text)
 {
-    const QList<QStringView> parts = QStringView(text).trimmed().split(QLatin1Char(':'));
-    if (parts.size() > 2)
+    const QStringView whole = QStringView(text).trimmed();
+    const qsizetype colon = whole.indexOf(QLatin1Char(':'));
+    if (colon >= 0 && whole.indexOf(QLatin1Char(':'), colon + 1) >= 0)
         throw WorkbookError(badCell(text));
-    const auto a = parseEnd(parts.first());
-    const auto b = parts.size() == 2 ? parseEnd(parts.last()) : a;
+    const bool pair = colon >= 0;
+    const auto a = parseEnd(pair ? whole.first(colon) : whole);
+    const auto b = pair ? parseEnd(whole.sliced(colon + 1)) : a;
     if (!a || !b)
         throw WorkbookError(badCell(text));
     const bool cells = a->row && a->column && b->row && b->column;
-    const bool columns = !a->row && !b->row && a->column && b->column && parts.size() == 2;
-    const bool rows = !a->column && !b->column && a->row && b->row && parts.size() == 2;
+    const bool columns = !a->row && !b->row && a->column && b->column && pair;
+    const bool rows = !a->column && !b->column && a->row && b->row && pair;
     if (!cells && !columns && !rows)
         throw WorkbookError(badCell(text));
     CellRange r;
@@ -140,15 +144,31 @@ QDate serialDate(double serial)
     return QDate(1899, 12, 30).addDays(qint64(std::floor(serial)));
 }
 
+bool showsWhole(double v)
+{
+    return v == std::trunc(v) && std::abs(v) < 1e15 && !(v == 0 && std::signbit(v));
+}
+
 QString spanishDate(const QDate &date)
 {
-    return date.toString(QStringLiteral("dd/MM/yyyy"));
+    if (!date.isValid() || date.year() < 1000)
+        return date.toString(QStringLiteral("dd/MM/yyyy"));
+    // Written digit by digit: an export turns every one of its dates into text.
+    const int day = date.day(), month = date.month(), year = date.year();
+    const char16_t text[10] = {char16_t(u'0' + day / 10),    char16_t(u'0' + day % 10),       u'/',
+                               char16_t(u'0' + month / 10),  char16_t(u'0' + month % 10),     u'/',
+                               char16_t(u'0' + year / 1000), char16_t(u'0' + year / 100 % 10), char16_t(u'0' + year / 10 % 10),
+                               char16_t(u'0' + year % 10)};
+    return QString(reinterpret_cast<const QChar *>(text), 10);
 }
 
 namespace {
 
 QString generalNumber(double v)
 {
+    // Whole numbers, most of what a sheet holds, read the same without the general format.
+    if (showsWhole(v))
+        return QString::number(qint64(v));
     QString text = QString::number(v, 'g', 15);
     text.replace(QLatin1Char('.'), QLatin1Char(','));
     return text;
@@ -230,9 +250,24 @@ namespace {
 std::optional<double> readNumber(const QString &raw)
 {
     const QString text = raw.trimmed();
-    // Names and descriptions, most of what is typed, hold no digit: no need to match them.
-    if (std::none_of(text.cbegin(), text.cend(), [](QChar c) { return c.isDigit(); }))
+    // Names and descriptions, most of what is typed, hold a character no number has: no
+    // need to match them.
+    bool digit = false, onlyDigits = !text.isEmpty() && text.size() <= 15;
+    for (const QChar c : text) {
+        const char16_t u = c.unicode();
+        if (u >= '0' && u <= '9') {
+            digit = true;
+            continue;
+        }
+        onlyDigits = false;
+        if (u != '+' && u != '-' && u != '.' && u != ',' && u != 'e' && u != 'E')
+            return std::nullopt;
+    }
+    if (!digit)
         return std::nullopt;
+    // Plain whole numbers (a cédula, a count) need no pattern.
+    if (onlyDigits)
+        return double(text.toLongLong());
     // Spanish form first: dots group thousands, a comma is the decimal sign.
     static const QRegularExpression spanish(
         QStringLiteral("^[+-]?(\\d{1,3}(\\.\\d{3})+|\\d+)(,\\d*)?([eE][+-]?\\d+)?$|^[+-]?,\\d+$"));
@@ -331,7 +366,12 @@ void Sheet::setFormulaR1C1(int row, int column, const QVariant &value)
         }
     }
     }
-    cells[{row, column}] = c;
+    // Cells are mostly written in order, each after the last: the end is then the place.
+    const std::pair<int, int> key{row, column};
+    if (cells.empty() || cells.rbegin()->first < key)
+        cells.emplace_hint(cells.end(), key, std::move(c));
+    else
+        cells.insert_or_assign(key, std::move(c));
 }
 
 namespace {
@@ -880,16 +920,21 @@ std::optional<Workbook::SeriesRanges> Workbook::chartSeries(const ChartSpec &cha
         return chart.byColumns ? CellRange{r.top, r.left + j, r.bottom, r.left + j}
                                : CellRange{r.top + j, r.left, r.top + j, r.right};
     };
+    // Which lines hold a number, from the rows of the source alone.
+    std::vector<bool> numbers(std::size_t(std::max(series, 0)), false);
+    for (auto it = s.cells.lower_bound({r.top, 0}); it != s.cells.end() && it->first.first <= r.bottom; ++it) {
+        const auto &[pos, c] = *it;
+        if (c.kind == Cell::Kind::Number && r.contains(pos.first, pos.second))
+            numbers[std::size_t(chart.byColumns ? pos.second - r.left : pos.first - r.top)] = true;
+    }
     for (int j = series > 1 ? 1 : 0; j < series; ++j) {
-        const CellRange candidate = line(j);
-        for (const auto &[pos, c] : s.cells)
-            if (c.kind == Cell::Kind::Number && candidate.contains(pos.first, pos.second)) {
-                SeriesRanges ranges;
-                if (j > 0)
-                    ranges.labels = line(0);
-                ranges.values = candidate;
-                return ranges;
-            }
+        if (!numbers[std::size_t(j)])
+            continue;
+        SeriesRanges ranges;
+        if (j > 0)
+            ranges.labels = line(0);
+        ranges.values = line(j);
+        return ranges;
     }
     return std::nullopt;
 }

@@ -40,7 +40,7 @@ constexpr int kMaxColumns = 16384;
 // "A" for 1, "Z" for 26, "AA" for 27...
 QString columnName(int column);
 // 1 for "A" (case-insensitive); 0 when the text is not a column name within the limits.
-int columnNumber(const QString &name);
+int columnNumber(QStringView name);
 
 // A rectangle of cells.
 struct CellRange {
@@ -205,6 +205,9 @@ QString moveReferences(const QString &formula, int oldRow, int oldColumn, int ne
 // Dates as the sheet counts them (days since 30 December 1899) and back.
 double dateSerial(const QDate &date);
 QDate serialDate(double serial);
+
+// Whether the general format shows a number as a whole number, every digit and nothing else.
+bool showsWhole(double v);
 
 // How a date reads under the Spanish settings ("04/11/2001"), which is also how a date
 // turns into text by default.

@@ -1,10 +1,8 @@
 #include "workbook/WorkbookXlsx.h"
 
-#include "workbook/XlsxPie3D.h"
+#include "workbook/XlsxChartParts.h"
 
 #include <xlsxwriter.h>
-
-#include <set>
 
 #include <zip.h>
 
@@ -17,6 +15,7 @@
 #include <QTemporaryDir>
 #include <QXmlStreamReader>
 
+#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -55,24 +54,118 @@ void check(lxw_error error)
 
 }  // namespace
 
-// The width of each column that needs one, in characters: as wide as the widest cell that
-// can't spill into its right neighbour (numbers and dates, which otherwise show as ###,
-// and text with something to its right). Text with room to its right is left alone.
-static std::map<int, double> columnWidths(const Sheet &sheet)
+// How many characters a cell shows; whole numbers, most of what is written, are counted
+// without being turned into text.
+static qsizetype shownLength(const Cell &c, int row, int column)
 {
-    std::map<int, double> widths;
-    for (const auto &[pos, c] : sheet.cells) {
-        if (c.isEmpty())
-            continue;
-        const bool spills = c.kind == Cell::Kind::Text && sheet.cell(pos.first, pos.second + 1).isEmpty();
-        if (spills)
-            continue;
-        const double need = std::min(60.0, c.displayText(pos.first, pos.second).size() * 1.15 + 2);
-        double &w = widths[pos.second];
-        w = std::max({w, need, 8.43});
+    if (c.kind == Cell::Kind::Text)
+        return c.value.toString().size();
+    if (c.kind == Cell::Kind::Number) {
+        const double v = c.value.toDouble();
+        if (showsWhole(v)) {
+            qsizetype length = v < 0 ? 2 : 1;
+            for (qint64 rest = qAbs(qint64(v)); rest >= 10; rest /= 10)
+                ++length;
+            return length;
+        }
     }
-    return widths;
+    return c.displayText(row, column).size();
 }
+
+// The width a cell asks of its column, in characters (0: none): as wide as what it shows
+// when it can't spill into its right neighbour (numbers and dates, which otherwise show as
+// ###, and text with something to its right). Text with room to its right asks nothing.
+static double widthNeeded(const Sheet &sheet, std::map<std::pair<int, int>, Cell>::const_iterator it)
+{
+    const auto &[pos, c] = *it;
+    if (c.isEmpty())
+        return 0;
+    if (c.kind == Cell::Kind::Text) {
+        // The right neighbour, if it holds anything, is the next cell of the map.
+        const auto next = std::next(it);
+        const bool spills = next == sheet.cells.end() || next->first != std::pair(pos.first, pos.second + 1) ||
+                            next->second.isEmpty();
+        if (spills)
+            return 0;
+    }
+    return std::max(8.43, std::min(60.0, shownLength(c, pos.first, pos.second) * 1.15 + 2));
+}
+
+namespace {
+
+// A number as the chart writer caches it (printf's %.16g).
+void appendNumber(QByteArray &out, double value)
+{
+    char text[32];
+    const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::general, 16).ptr;
+    out.append(text, end - text);
+}
+
+void appendIndex(QByteArray &out, int index)
+{
+    char text[12];
+    const auto end = std::to_chars(text, text + sizeof text, index).ptr;
+    out.append(text, end - text);
+}
+
+// A text as XML element content.
+void appendEscaped(QByteArray &out, const QString &text)
+{
+    const QByteArray utf8 = text.toUtf8();
+    for (const char ch : utf8) {
+        switch (ch) {
+        case '&':
+            out.append("&amp;");
+            break;
+        case '<':
+            out.append("&lt;");
+            break;
+        case '>':
+            out.append("&gt;");
+            break;
+        default:
+            out.append(ch);
+        }
+    }
+}
+
+// The values of a chart's reference to `range`, one point per cell numbered from 0 (a blank
+// cell has none), as a spreadsheet keeps them beside the reference.
+ChartCache chartCache(const Sheet &sheet, const CellRange &range)
+{
+    ChartCache cache;
+    const int count = range.rows() * range.columns();
+    cache.points.reserve(qsizetype(std::min<std::size_t>(std::size_t(count), sheet.cells.size())) * 40);
+    cache.points.append("<c:ptCount val=\"");
+    appendIndex(cache.points, count);
+    cache.points.append("\"/>");
+    // The cells of the range, in the map's order (row, then column), which is the points' order.
+    for (auto it = sheet.cells.lower_bound({range.top, range.left});
+         it != sheet.cells.end() && it->first.first <= range.bottom; ++it) {
+        const auto &[pos, c] = *it;
+        if (c.isEmpty() || !range.contains(pos.first, pos.second))
+            continue;
+        cache.points.append("<c:pt idx=\"");
+        appendIndex(cache.points, (pos.first - range.top) * range.columns() + (pos.second - range.left));
+        cache.points.append("\"><c:v>");
+        const bool text =
+            c.kind == Cell::Kind::Text || (c.kind == Cell::Kind::Formula && c.value.typeId() == QMetaType::QString);
+        if (text) {
+            appendEscaped(cache.points, c.value.toString());
+            cache.text = true;
+        } else if (c.kind == Cell::Kind::Date) {
+            appendNumber(cache.points, dateSerial(c.value.toDate()));
+        } else if (c.kind == Cell::Kind::Boolean) {
+            cache.points.append(c.value.toBool() ? '1' : '0');
+        } else {
+            appendNumber(cache.points, c.value.toDouble());
+        }
+        cache.points.append("</c:v></c:pt>");
+    }
+    return cache;
+}
+
+}  // namespace
 
 void saveXlsx(const Workbook &book, const QString &path)
 {
@@ -93,11 +186,12 @@ void saveXlsx(const Workbook &book, const QString &path)
     lxw_workbook_options options{};
     options.tmpdir = tmpDir.data();
     options.use_zip64 = LXW_TRUE;
+    options.constant_memory = LXW_TRUE;
     lxw_workbook *wb = workbook_new_opt(tmpFile.constData(), &options);
     if (!wb)
         throw WorkbookError(QStringLiteral("no se pudo preparar el libro."));
 
-    std::set<int> threeDimensional;  // the chart parts to draw as three-dimensional pies
+    std::map<int, ChartPartEdit> chartEdits;  // by the number of the chart part
     int charts = 0;
     try {
         lxw_format *dateFormat = workbook_add_format(wb);
@@ -110,15 +204,25 @@ void saveXlsx(const Workbook &book, const QString &path)
                 if (!cs)
                     throw WorkbookError(QStringLiteral("la hoja «%1» no se pudo escribir.").arg(s.name));
                 lxw_chart *chart = workbook_add_chart(wb, LXW_CHART_PIE);
-                ++charts;
-                if (!s.chart || s.chart->type == ChartSpec::Pie3D)
-                    threeDimensional.insert(charts);
+                ChartPartEdit &edit = chartEdits[++charts];
+                edit.threeDimensional = !s.chart || s.chart->type == ChartSpec::Pie3D;
                 const auto ranges = s.chart ? book.chartSeries(*s.chart) : std::nullopt;
                 if (ranges) {
+                    const Sheet &source = book.sheets[book.sheetIndex(s.chart->sourceSheet)];
                     const QByteArray values = sheetRange(s.chart->sourceSheet, ranges->values).toUtf8();
                     const QByteArray labels =
                         ranges->labels ? sheetRange(s.chart->sourceSheet, *ranges->labels).toUtf8() : QByteArray();
-                    chart_add_series(chart, labels.isEmpty() ? nullptr : labels.constData(), values.constData());
+                    lxw_chart_series *series =
+                        chart_add_series(chart, labels.isEmpty() ? nullptr : labels.constData(), values.constData());
+                    if (!series)
+                        throw WorkbookError(QStringLiteral("el gráfico «%1» no se pudo escribir.").arg(s.name));
+                    // The values go beside the references afterwards (finishChartParts).
+                    if (ranges->labels) {
+                        series->categories->ignore_cache = LXW_TRUE;
+                        edit.caches.push_back(chartCache(source, *ranges->labels));
+                    }
+                    series->values->ignore_cache = LXW_TRUE;
+                    edit.caches.push_back(chartCache(source, ranges->values));
                 }
                 if (!s.chart || !s.chart->hasTitle)
                     chart_title_off(chart);
@@ -130,7 +234,13 @@ void saveXlsx(const Workbook &book, const QString &path)
             lxw_worksheet *ws = workbook_add_worksheet(wb, name.constData());
             if (!ws)
                 throw WorkbookError(QStringLiteral("la hoja «%1» no se pudo escribir.").arg(s.name));
-            for (const auto &[pos, c] : s.cells) {
+            std::map<int, double> widths;  // of the columns that need one
+            for (auto it = s.cells.begin(); it != s.cells.end(); ++it) {
+                const auto &[pos, c] = *it;
+                if (const double need = widthNeeded(s, it); need > 0) {
+                    double &width = widths[pos.second];
+                    width = std::max(width, need);
+                }
                 const lxw_row_t r = lxw_row_t(pos.first - 1);
                 const lxw_col_t col = lxw_col_t(pos.second - 1);
                 switch (c.kind) {
@@ -161,7 +271,7 @@ void saveXlsx(const Workbook &book, const QString &path)
                 }
                 }
             }
-            for (const auto &[column, width] : columnWidths(s))
+            for (const auto &[column, width] : widths)
                 check(worksheet_set_column(ws, lxw_col_t(column - 1), lxw_col_t(column - 1), width, nullptr));
             if (s.autoFilter)
                 check(worksheet_autofilter(ws, lxw_row_t(s.autoFilter->top - 1), lxw_col_t(s.autoFilter->left - 1),
@@ -177,9 +287,9 @@ void saveXlsx(const Workbook &book, const QString &path)
     }
     check(workbook_close(wb));
     QString finished = QString::fromLocal8Bit(tmpFile);
-    if (!threeDimensional.empty()) {
-        const QString patched = scratch.filePath(QStringLiteral("book3d.xlsx"));
-        makePiesThreeDimensional(finished, patched, threeDimensional);
+    if (!chartEdits.empty()) {
+        const QString patched = scratch.filePath(QStringLiteral("charts.xlsx"));
+        finishChartParts(finished, patched, chartEdits);
         finished = patched;
     }
 

@@ -6,8 +6,7 @@
 #include "AnalysisFixture.h"
 #include "Session.h"
 #include "Controls.h"
-#include "ScriptedDialogs.h"
-#include "TempStore.h"
+#include "WindowFixture.h"
 #include "analysis/BudgetTab.h"
 #include "session/modPrincipal.h"
 #include "store/DataControl.h"
@@ -71,12 +70,23 @@ QStringList sorted(QStringList l)
     return l;
 }
 
+// The two totals as the labels show them, "pesos|dolares".
+QString totals(QWidget *tab)
+{
+    return child<QLabel>(tab, "lblTotalPesos")->text() + QLatin1Char('|') + child<QLabel>(tab, "lblTotalDolares")->text();
+}
+
+void press(QWidget *tab, const char *button)
+{
+    QTest::mouseClick(child<QPushButton>(tab, button), Qt::LeftButton);
+}
+
 struct Options {
     int option = 0;
-    QDate desde, hasta;
+    QDate desde = {}, hasta = {};
     bool docentes = false;
     bool noDocentes = false;
-    QString area;             // super user: tick the box and choose this area ("" leaves it unchosen)
+    QString area = {};        // super user: tick the box and choose this area ("" leaves it unchosen)
     bool untickArea = false;  // super user: untick the box again after choosing
 };
 
@@ -112,12 +122,19 @@ Q_DECLARE_METATYPE(Options)
 class TestBudget : public QObject {
     Q_OBJECT
 
+    tests::WindowFixture m_fixture;
+    ScriptedDialogs &dialogs() { return m_fixture.dialogs(); }
+
 private slots:
+    // Each function on the budget's rows, signed in as the chief of DOC.
     void init()
     {
-        tests::signIn(QStringLiteral("jefe"), QStringLiteral("22222222"), QStringLiteral("DOC"), 6);
+        m_fixture.begin(tests::TempStore::Content::Schema);
+        fillBudgetStore(m_fixture.store());
+        tests::signInAs(6);
         BudgetTab::setReportOpener({});
     }
+    void cleanup() { m_fixture.end(); }
 
     void startState_data()
     {
@@ -128,13 +145,10 @@ private slots:
     void startState()
     {
         QFETCH(bool, super);
-        tests::TempStore db(tests::TempStore::Content::Schema);
-        fillBudgetStore(db);
         BudgetTab tab(super ? MainWindow::SuperUsuario : MainWindow::JefeArea);
         QVERIFY(child<QRadioButton>(&tab, "optConsulta_0")->isChecked());
         QVERIFY(!child<ui::DatePicker>(&tab, "dtpDesde")->isEnabled());
-        QCOMPARE(child<QLabel>(&tab, "lblTotalPesos")->text(), QStringLiteral("0"));
-        QCOMPARE(child<QLabel>(&tab, "lblTotalDolares")->text(), QStringLiteral("0"));
+        QCOMPARE(totals(&tab), QStringLiteral("0|0"));
         QVERIFY(tab.statement().isEmpty());
         auto *grid = child<ui::DataGrid>(&tab, "dtgPresupuesto");
         QCOMPARE(grid->caption(), QStringLiteral("RESULTADOS DE LA CONSULTA"));
@@ -161,8 +175,7 @@ private slots:
         QTest::addColumn<Options>("options");
         QTest::addColumn<QString>("statement");
         QTest::addColumn<QStringList>("rows");
-        QTest::addColumn<QString>("pesos");
-        QTest::addColumn<QString>("dolares");
+        QTest::addColumn<QString>("totals");  // pesos|dolares
 
         const QString year = QStringLiteral(" AND YEAR(H.HORFECHA)=YEAR(Date())");
         const QString docente = QStringLiteral(" AND ACT.ACTESDOCENTE");
@@ -173,45 +186,26 @@ private slots:
 
         // The sums themselves, period ends included, stand in the core's budget tests; the
         // rows here are the statements each combination of options composes.
-        Options o;
-        QTest::newRow("super, mes en curso")
-            << true << o << kSelect.arg("HORAS", "")
-            << QStringList{"2|60|Dolares|Extra|Cursos|Clases", "1|50|DOLARES|Comunes|Cursos|Clases"} << "50" << "60";
-        o = {};
-        o.option = 1;
-        o.area = QStringLiteral("Administración");
-        QTest::newRow("super, un área") << true << o << kSelect.arg("HHORAS", year + " AND H.AREID='ADM'")
-                                        << QStringList{tareas.at(1)} << "300" << "0";
-        o.docentes = true;
-        o.area = QStringLiteral("Docencia");
-        QTest::newRow("super, docentes de un área: área al final")
-            << true << o << kSelect.arg("HHORAS", year + docente + " AND H.AREID='DOC'") << clasesPesos << "800"
-            << "0";
-        o = {};
-        o.option = 1;
-        o.noDocentes = true;
-        o.area = QStringLiteral("Administración");
-        o.untickArea = true;
-        QTest::newRow("super, área elegida y destildada: todas")
-            << true << o << kSelect.arg("HHORAS", year + noDocente) << tareas << "300" << "31,5";
-
-        o = {};
-        QTest::newRow("jefe, mes en curso") << false << o << kSelect.arg("HORAS", " AND H.AREID='DOC'")
-                                            << QStringList{"1|50|DOLARES|Comunes|Cursos|Clases"} << "50" << "0";
-        o.option = 1;
-        o.noDocentes = true;
-        QTest::newRow("jefe, no docentes: área antes de actividad")
-            << false << o << kSelect.arg("HHORAS", year + " AND H.AREID='DOC'" + noDocente)
-            << QStringList{tareas.at(0)} << "0" << "31,5";
-        o = {};
-        o.option = 2;
-        o.desde = QDate(Y, 1, 20);
-        o.hasta = QDate(Y, 2, 5);
-        QTest::newRow("jefe, período")
-            << false << o
+        const QString adm = QStringLiteral("Administración");
+        QTest::newRow("super, mes en curso") << true << Options{} << kSelect.arg("HORAS", "")
+            << QStringList{"2|60|Dolares|Extra|Cursos|Clases", "1|50|DOLARES|Comunes|Cursos|Clases"} << "50|60";
+        QTest::newRow("super, un área") << true << Options{.option = 1, .area = adm}
+            << kSelect.arg("HHORAS", year + " AND H.AREID='ADM'") << QStringList{tareas.at(1)} << "300|0";
+        QTest::newRow("super, docentes de un área: área al final") << true
+            << Options{.option = 1, .docentes = true, .area = QStringLiteral("Docencia")}
+            << kSelect.arg("HHORAS", year + docente + " AND H.AREID='DOC'") << clasesPesos << "800|0";
+        QTest::newRow("super, área elegida y destildada: todas") << true
+            << Options{.option = 1, .noDocentes = true, .area = adm, .untickArea = true}
+            << kSelect.arg("HHORAS", year + noDocente) << tareas << "300|31,5";
+        QTest::newRow("jefe, mes en curso") << false << Options{} << kSelect.arg("HORAS", " AND H.AREID='DOC'")
+            << QStringList{"1|50|DOLARES|Comunes|Cursos|Clases"} << "50|0";
+        QTest::newRow("jefe, no docentes: área antes de actividad") << false << Options{.option = 1, .noDocentes = true}
+            << kSelect.arg("HHORAS", year + " AND H.AREID='DOC'" + noDocente) << QStringList{tareas.at(0)} << "0|31,5";
+        const QDate desde(Y, 1, 20), hasta(Y, 2, 5);
+        QTest::newRow("jefe, período") << false << Options{.option = 2, .desde = desde, .hasta = hasta}
             << kSelect.arg("HHORAS", QStringLiteral(" AND H.HORFECHA BETWEEN %1 AND %2 AND H.AREID='DOC'")
-                                         .arg(dateLiteral(o.desde), dateLiteral(o.hasta)))
-            << QStringList{clasesPesos.at(1), tareas.at(0)} << "600" << "31,5";
+                                         .arg(dateLiteral(desde), dateLiteral(hasta)))
+            << QStringList{clasesPesos.at(1), tareas.at(0)} << "600|31,5";
     }
     void query()
     {
@@ -219,22 +213,17 @@ private slots:
         QFETCH(Options, options);
         QFETCH(QString, statement);
         QFETCH(QStringList, rows);
-        QFETCH(QString, pesos);
-        QFETCH(QString, dolares);
+        QFETCH(QString, totals);
 
-        tests::TempStore db(tests::TempStore::Content::Schema);
-        fillBudgetStore(db);
-        InstalledDialogs dialogs;
         BudgetTab tab(super ? MainWindow::SuperUsuario : MainWindow::JefeArea);
         tab.show();
         setOptions(&tab, options);
-        QTest::mouseClick(child<QPushButton>(&tab, "cmdComenzar"), Qt::LeftButton);
+        press(&tab, "cmdComenzar");
 
-        QCOMPARE(dialogs.texts(), QStringList());
+        QCOMPARE(dialogs().texts(), QStringList());
         QCOMPARE(tab.statement(), statement);
         QCOMPARE(gridLines(&tab), sorted(rows));
-        QCOMPARE(child<QLabel>(&tab, "lblTotalPesos")->text(), pesos);
-        QCOMPARE(child<QLabel>(&tab, "lblTotalDolares")->text(), dolares);
+        QCOMPARE(::totals(&tab), totals);
         QCOMPARE(tab.adcPresupuesto()->absolutePosition(), 1);  // back on the first row
     }
 
@@ -242,72 +231,55 @@ private slots:
     // nothing empties the grid and leaves the totals as they were.
     void closeMovesRowsBetweenOptions()
     {
-        tests::TempStore db(tests::TempStore::Content::Schema);
-        insertCatalogues(db);
+        tests::TempStore &db = m_fixture.store();
+        for (const char *table : {"HORAS", "HHORAS"})
+            db.execNative(QStringLiteral("DELETE FROM %1").arg(QLatin1String(table)));
         insertHour(db, {QDate(Y, 1, 10), "DOC", "CLA", "COM", 2, 100, "Pesos Uruguayos"});
         insertHour(db, {QDate(Y, 1, 11), "DOC", "TAR", "EXT", 2, 10, "Dolares"});
         BudgetTab tab(MainWindow::JefeArea);
-        auto *comenzar = child<QPushButton>(&tab, "cmdComenzar");
-        auto *pesos = child<QLabel>(&tab, "lblTotalPesos");
-        auto *dolares = child<QLabel>(&tab, "lblTotalDolares");
-
-        QTest::mouseClick(comenzar, Qt::LeftButton);
-        QCOMPARE(gridLines(&tab).size(), 2);
-        QCOMPARE(pesos->text(), QStringLiteral("200"));
-        QCOMPARE(dolares->text(), QStringLiteral("30"));
-
-        child<QRadioButton>(&tab, "optConsulta_1")->click();
-        QTest::mouseClick(comenzar, Qt::LeftButton);  // no close yet this year: nothing
-        QCOMPARE(gridLines(&tab), QStringList());
-        QCOMPARE(pesos->text(), QStringLiteral("200"));
-        QCOMPARE(dolares->text(), QStringLiteral("30"));
-
+        const auto run = [&](const char *option, const QStringList &rows, const char *totals) {
+            child<QRadioButton>(&tab, option)->click();
+            press(&tab, "cmdComenzar");
+            QCOMPARE(gridLines(&tab), rows);
+            QCOMPARE(::totals(&tab), QLatin1String(totals));
+        };
+        run("optConsulta_0", {"2|200|Pesos Uruguayos|Comunes|Cursos|Clases", "2|30|Dolares|Extra|Cursos|Tareas"}, "200|30");
+        run("optConsulta_1", {}, "200|30");  // no close yet this year: nothing
         closeUpTo(db, QDate(Y, 1, 10));
-        QTest::mouseClick(comenzar, Qt::LeftButton);
-        QCOMPARE(gridLines(&tab), QStringList{"2|200|Pesos Uruguayos|Comunes|Cursos|Clases"});
-        QCOMPARE(pesos->text(), QStringLiteral("200"));
-        QCOMPARE(dolares->text(), QStringLiteral("0"));
-
-        child<QRadioButton>(&tab, "optConsulta_0")->click();
-        QTest::mouseClick(comenzar, Qt::LeftButton);
-        QCOMPARE(gridLines(&tab), QStringList{"2|30|Dolares|Extra|Cursos|Tareas"});
-        QCOMPARE(pesos->text(), QStringLiteral("0"));
-        QCOMPARE(dolares->text(), QStringLiteral("30"));
+        run("optConsulta_1", {"2|200|Pesos Uruguayos|Comunes|Cursos|Clases"}, "200|0");
+        run("optConsulta_0", {"2|30|Dolares|Extra|Cursos|Tareas"}, "0|30");
     }
 
     // The box ticked with no area: the message, and the query of the run before (none at
     // first: an empty grid, the totals untouched, and no report).
     void areaBoxWithoutArea()
     {
-        tests::TempStore db(tests::TempStore::Content::Schema);
-        fillBudgetStore(db);
-        InstalledDialogs dialogs;
         QStringList printed;
         BudgetTab::setReportOpener([&](const QString &name, BudgetTab &t) { printed << name << t.statement(); });
         BudgetTab tab(MainWindow::SuperUsuario);
         child<QCheckBox>(&tab, "chkSeleccionarArea")->click();
 
-        QTest::mouseClick(child<QPushButton>(&tab, "cmdComenzar"), Qt::LeftButton);
-        QCOMPARE(dialogs.texts(), QStringList{"Debe seleccionar un área"});
-        QCOMPARE(dialogs.last().buttons, ui::Buttons::Ok);
-        QCOMPARE(dialogs.last().title, ui::programTitle());
+        press(&tab, "cmdComenzar");
+        QCOMPARE(dialogs().texts(), QStringList{"Debe seleccionar un área"});
+        QCOMPARE(dialogs().last().buttons, ui::Buttons::Ok);
+        QCOMPARE(dialogs().last().title, ui::programTitle());
         QCOMPARE(gridLines(&tab), QStringList());
         QCOMPARE(child<QLabel>(&tab, "lblTotalPesos")->text(), QStringLiteral("0"));
 
-        QTest::mouseClick(child<QPushButton>(&tab, "cmdImprimir"), Qt::LeftButton);
-        QCOMPARE(dialogs.count(), 2);
+        press(&tab, "cmdImprimir");
+        QCOMPARE(dialogs().count(), 2);
         QCOMPARE(printed, QStringList());
 
         // With an earlier query the message comes and that query runs again.
         child<QCheckBox>(&tab, "chkSeleccionarArea")->click();
-        QTest::mouseClick(child<QPushButton>(&tab, "cmdComenzar"), Qt::LeftButton);
+        press(&tab, "cmdComenzar");
         const QString allAreas = tab.statement();
         QCOMPARE(allAreas, kSelect.arg("HORAS", ""));
         child<QRadioButton>(&tab, "optConsulta_1")->click();
         child<QCheckBox>(&tab, "chkSeleccionarArea")->click();
-        db.execNative(QStringLiteral("DELETE FROM HORAS WHERE HorMoneda = 'DOLARES'"));
-        QTest::mouseClick(child<QPushButton>(&tab, "cmdImprimir"), Qt::LeftButton);
-        QCOMPARE(dialogs.count(), 3);
+        m_fixture.store().execNative(QStringLiteral("DELETE FROM HORAS WHERE HorMoneda = 'DOLARES'"));
+        press(&tab, "cmdImprimir");
+        QCOMPARE(dialogs().count(), 3);
         QCOMPARE(tab.statement(), allAreas);
         QCOMPARE(gridLines(&tab), QStringList{"2|60|Dolares|Extra|Cursos|Clases"});  // read anew
         QCOMPARE(child<QLabel>(&tab, "lblTotalPesos")->text(), QStringLiteral("0"));
@@ -318,14 +290,11 @@ private slots:
     // that statement; without the reports it says so.
     void printing()
     {
-        tests::TempStore db(tests::TempStore::Content::Schema);
-        fillBudgetStore(db);
-        InstalledDialogs dialogs;
         BudgetTab tab(MainWindow::JefeArea);
         child<QRadioButton>(&tab, "optConsulta_1")->click();
-        QTest::mouseClick(child<QPushButton>(&tab, "cmdImprimir"), Qt::LeftButton);
-        QCOMPARE(dialogs.count(), 1);
-        QVERIFY(dialogs.last().text.contains(QStringLiteral("no está disponible")));
+        press(&tab, "cmdImprimir");
+        QCOMPARE(dialogs().count(), 1);
+        QVERIFY(dialogs().last().text.contains(QStringLiteral("no está disponible")));
         QCOMPARE(tab.statement(), kSelect.arg("HHORAS", " AND YEAR(H.HORFECHA)=YEAR(Date()) AND H.AREID='DOC'"));
         QCOMPARE(child<QLabel>(&tab, "lblTotalPesos")->text(), QStringLiteral("800"));
 
@@ -334,9 +303,9 @@ private slots:
             printed << name << t.adcPresupuesto()->recordSource();
         });
         child<QRadioButton>(&tab, "optConsulta_0")->click();
-        QTest::mouseClick(child<QPushButton>(&tab, "cmdImprimir"), Qt::LeftButton);
+        press(&tab, "cmdImprimir");
         QCOMPARE(printed, QStringList({"dtrPresupuestoJefeArea", kSelect.arg("HORAS", " AND H.AREID='DOC'")}));
-        QCOMPARE(dialogs.count(), 1);
+        QCOMPARE(dialogs().count(), 1);
     }
 };
 

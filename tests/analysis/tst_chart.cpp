@@ -4,8 +4,7 @@
 
 #include "AnalysisFixture.h"
 #include "Session.h"
-#include "ScriptedDialogs.h"
-#include "TempStore.h"
+#include "WindowFixture.h"
 #include "core/ChartGrid.h"
 #include "core/StatisticsQuery.h"
 #include "analysis/ChartView.h"
@@ -77,7 +76,8 @@ QStringList describe(const core::ChartGrid &g)
     return lines;
 }
 
-ChartWindow *openChart(const QString &consulta, const QString &agrupar)
+// The chief's chart window on `consulta`, loaded and shown.
+ChartWindow *openChart(const QString &consulta, const QString &agrupar = QStringLiteral("ActDescripcion"))
 {
     auto *w = new frmEstadisticasJefeArea(consulta, agrupar);
     w->load();
@@ -90,14 +90,21 @@ ChartWindow *openChart(const QString &consulta, const QString &agrupar)
 class TestChart : public QObject {
     Q_OBJECT
 
+    tests::WindowFixture m_fixture;
+    ScriptedDialogs &dialogs() { return m_fixture.dialogs(); }
+
 private slots:
+    // Each function on the archived hours above, as a chief of DOC sees them.
     void init()
     {
+        m_fixture.begin(tests::TempStore::Content::Schema);
+        fillStore(m_fixture.store());
         tests::amendSession([&](core::Session &s) {
             s.area = QStringLiteral("DOC");
             s.role = 6;
         });
     }
+    void cleanup() { m_fixture.end(); }
 
     void gridPerGrouping_data()
     {
@@ -105,30 +112,23 @@ private slots:
         QTest::addColumn<QStringList>("grid");
         // Series: Docencia (DOC and DO2), Administración. Rows and series in the order their first
         // hour record was stored, on every store.
-        QTest::newRow("actividad") << "ActDescripcion"
-                                   << QStringList{"|Docencia|Administración", "Clases|6|1.5", "Tareas|0|4"};
-        QTest::newRow("área") << "AreDescripcion"
-                              << QStringList{"|Docencia|Administración", "Docencia|6|-", "Administración|-|5.5"};
-        QTest::newRow("destino") << "DesDescripcion"
-                                 << QStringList{"|Docencia|Administración", "Cursos|3|4", "Extensión|3|-", "|-|1.5"};
-        QTest::newRow("tipo") << "TipDescripcion"
-                              << QStringList{"|Docencia|Administración", "Comunes|5|5.5", "Extra|1|-"};
+        const QString series = QStringLiteral("|Docencia|Administración");
+        QTest::newRow("actividad") << "ActDescripcion" << QStringList{series, "Clases|6|1.5", "Tareas|0|4"};
+        QTest::newRow("área") << "AreDescripcion" << QStringList{series, "Docencia|6|-", "Administración|-|5.5"};
+        QTest::newRow("destino") << "DesDescripcion" << QStringList{series, "Cursos|3|4", "Extensión|3|-", "|-|1.5"};
+        QTest::newRow("tipo") << "TipDescripcion" << QStringList{series, "Comunes|5|5.5", "Extra|1|-"};
     }
     void gridPerGrouping()
     {
         QFETCH(QString, agrupar);
         QFETCH(QStringList, grid);
-        tests::TempStore db(tests::TempStore::Content::Schema);
-        fillStore(db);
-        InstalledDialogs dialogs;
         QPointer<ChartWindow> w = openChart(StatisticsTab::statement(), agrupar);
-        QCOMPARE(dialogs.texts(), QStringList());
+        QCOMPARE(dialogs().texts(), QStringList());
         QCOMPARE(describe(w->chart()->grid()), grid);
         QCOMPARE(w->chart()->grid().rowLabelLevels(), 1);
         QCOMPARE(w->chart()->grid().columnLabelLevels(), 1);
         for (int s = 1; s <= w->chart()->seriesCount(); ++s)
             QVERIFY(!w->chart()->markerVisible(s));
-        delete w;
     }
 
     // Without a column field the grid has one column; the keys of the rows ignore case.
@@ -148,10 +148,7 @@ private slots:
     // copied as a picture.
     void typesKeepDataAndCopy()
     {
-        tests::TempStore db(tests::TempStore::Content::Schema);
-        fillStore(db);
-        InstalledDialogs dialogs;
-        QPointer<ChartWindow> w = openChart(StatisticsTab::statement(), QStringLiteral("ActDescripcion"));
+        QPointer<ChartWindow> w = openChart(StatisticsTab::statement());
         QCOMPARE(w->objectName(), QStringLiteral("frmEstadisticasJefeArea"));
         QCOMPARE(w->windowTitle(), QStringLiteral("Estadísticas de empleo del tiempo de trabajo"));
         QVERIFY(w->findChild<QRadioButton *>(QStringLiteral("optTipo_1"))->isChecked());
@@ -173,7 +170,7 @@ private slots:
             QVERIFY(!copied.isNull());
             QVERIFY(copied.width() > 100 && copied.height() > 100);
         }
-        QCOMPARE(dialogs.count(), 0);
+        QCOMPARE(dialogs().count(), 0);
         QTest::keyClick(w, Qt::Key_Escape);
         QTRY_VERIFY(!w);
     }
@@ -184,33 +181,27 @@ private slots:
     {
         QTest::addColumn<QString>("consulta");
         QTest::addColumn<QString>("message");
-        QTest::newRow("vacío") << core::StatisticsQuery::statement(core::StatisticsQuery::Filter::Staff)
-                               << "ningún registro";
+        QTest::newRow("vacío") << core::StatisticsQuery::statement(core::StatisticsQuery::Filter::Staff) << "ningún registro";
         QTest::newRow("rechazada") << StatisticsTab::statement().replace(QStringLiteral(" }"), QStringLiteral(" AND H.NOEXISTE=1 }")) << "";
-        QTest::newRow("columna ausente") << QStringLiteral("SHAPE {SELECT AreDescripcion, HorHoras FROM HHORAS H, "
-                                                           "AREAS ARE WHERE H.AREID=ARE.AREID} AS C COMPUTE C BY "
-                                                           "[AreDescripcion]")
-                                         << "";
+        QTest::newRow("columna ausente") << QStringLiteral("SHAPE {SELECT AreDescripcion, HorHoras FROM HHORAS H, AREAS ARE "
+                                                           "WHERE H.AREID=ARE.AREID} AS C COMPUTE C BY [AreDescripcion]") << "";
     }
     void failedLoads()
     {
         QFETCH(QString, consulta);
         QFETCH(QString, message);
-        tests::TempStore db(tests::TempStore::Content::Schema);
-        fillStore(db);
-        InstalledDialogs dialogs;
-        QPointer<ChartWindow> w = openChart(consulta, QStringLiteral("ActDescripcion"));
-        QCOMPARE(dialogs.count(), 1);
-        QCOMPARE(dialogs.last().icon, ui::Icon::Exclamation);
-        QCOMPARE(dialogs.last().title, ui::programTitle());
-        QVERIFY(!dialogs.last().text.isEmpty());
-        QVERIFY2(dialogs.last().text.contains(message), qPrintable(dialogs.last().text));
+        QPointer<ChartWindow> w = openChart(consulta);
+        const ScriptedDialogs::Box box = dialogs().last();
+        QCOMPARE(dialogs().count(), 1);
+        QCOMPARE(box.icon, ui::Icon::Exclamation);
+        QCOMPARE(box.title, ui::programTitle());
+        QVERIFY2(!box.text.isEmpty() && box.text.contains(message), qPrintable(box.text));
         QVERIFY(w && w->isVisible());
         QCOMPARE(w->chart()->grid().rowCount(), 0);
         w->findChild<QRadioButton *>(QStringLiteral("optTipo_2"))->click();  // still usable
         QTest::mouseClick(w->findChild<QPushButton *>(QStringLiteral("cmdClose")), Qt::LeftButton);
         QTRY_VERIFY(!w);
-        QCOMPARE(dialogs.count(), 1);
+        QCOMPARE(dialogs().count(), 1);
     }
 
     // At the size the window opens with, each type can be read: the window lies on the
@@ -229,11 +220,8 @@ private slots:
     {
         QFETCH(QString, agrupar);
         QFETCH(int, option);
-        tests::TempStore db(tests::TempStore::Content::Schema);
-        fillStore(db);
-        db.execNative(QStringLiteral("UPDATE ACTIVIDADES SET ActDescripcion = 'Cursos regulares de formación' "
-                                     "WHERE ActId = 'CLA'"));
-        InstalledDialogs dialogs;
+        m_fixture.store().execNative(
+            QStringLiteral("UPDATE ACTIVIDADES SET ActDescripcion = 'Cursos regulares de formación' WHERE ActId = 'CLA'"));
         QPointer<ChartWindow> w = openChart(StatisticsTab::statement(), agrupar);
         QVERIFY(QTest::qWaitForWindowExposed(w));
         w->findChild<QRadioButton *>(QStringLiteral("optTipo_%1").arg(option))->click();
@@ -292,8 +280,7 @@ private slots:
         for (int i = 0; i < colours.size(); ++i)
             for (int j = i + 1; j < colours.size(); ++j)
                 QVERIFY2(colours[i] != colours[j], qPrintable(colours[i].name()));
-        QCOMPARE(dialogs.count(), 0);
-        delete w;
+        QCOMPARE(dialogs().count(), 0);
     }
 
     // The controls follow the size of the window: the bottom row keeps to the right edge
@@ -301,9 +288,6 @@ private slots:
     // its least width, the chart above it; a very small window raises nothing.
     void resizing()
     {
-        tests::TempStore db(tests::TempStore::Content::Schema);
-        fillStore(db);
-        InstalledDialogs dialogs;
         QPointer<ChartWindow> w = openChart(StatisticsTab::statement(), QStringLiteral("AreDescripcion"));
         const double px = w->logicalDpiX() / 1440.0;  // pixels per twip
         auto *close = w->findChild<QPushButton *>(QStringLiteral("cmdClose"));
@@ -312,7 +296,7 @@ private slots:
         auto *opt3 = w->findChild<QRadioButton *>(QStringLiteral("optTipo_3"));
         w->resize(800, 600);
         QTRY_COMPARE(w->width(), 800);
-        const int sw = qRound(800 / px), sh = qRound(600 / px);
+        const int sw = qRound(800 / px);
         QVERIFY(qAbs(close->x() + close->width() - (sw - 180) * px) <= 2);
         QVERIFY(qAbs(w->height() - close->y() - close->height() - 180 * px) <= 2);
         QVERIFY(qAbs(close->x() - copy->x() - copy->width() - 180 * px) <= 2);
@@ -323,7 +307,6 @@ private slots:
         QVERIFY(qAbs(w->chart()->x() - 180 * px) <= 2);
         QVERIFY(qAbs(w->chart()->width() - (sw - 420) * px) <= 2);
         QVERIFY(qAbs(w->chart()->y() + w->chart()->height() - (opt0->y() - 60 * px)) <= 2);
-        Q_UNUSED(sh);
 
         for (QSize size : {QSize(40, 30), QSize(1, 1), QSize(300, 20)}) {
             w->resize(size);
@@ -331,9 +314,8 @@ private slots:
         }
         for (int type = 0; type < 4; ++type)
             w->findChild<QRadioButton *>(QStringLiteral("optTipo_%1").arg(type))->click();
-        QCOMPARE(dialogs.count(), 0);
+        QCOMPARE(dialogs().count(), 0);
         QVERIFY(w);
-        delete w;
     }
 };
 

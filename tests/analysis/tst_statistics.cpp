@@ -67,10 +67,7 @@ class TestStatistics : public QObject {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        tests::signIn(QStringLiteral("super"), QStringLiteral("44444444"), QStringLiteral("ADM"), 8);
-    }
+    void init() { tests::signInAs(8); }
 
     // Which controls each option enables, and the captions that tell the windows apart.
     void interlocks_data()
@@ -79,8 +76,7 @@ private slots:
         QTest::addColumn<int>("option");
         QTest::addColumn<QStringList>("enabled");
         QTest::newRow("super docentes") << true << 0 << QStringList();
-        QTest::newRow("super período") << true << 2
-                                       << QStringList{"dtpEstadisticasDesde", "dtpEstadisticasHasta"};
+        QTest::newRow("super período") << true << 2 << QStringList{"dtpEstadisticasDesde", "dtpEstadisticasHasta"};
         QTest::newRow("super área") << true << 3 << QStringList{"dtcEstadisticasAreas"};
         QTest::newRow("super funcionario") << true << 4 << QStringList{"dtcEstadisticasFuncionarios"};
         QTest::newRow("jefe no docentes") << false << 1 << QStringList();
@@ -94,10 +90,9 @@ private slots:
         QFETCH(QStringList, enabled);
         tests::TempStore db;
         Tab t(super);
-        const QStringList all = super ? QStringList{"dtpEstadisticasDesde", "dtpEstadisticasHasta",
-                                                    "dtcEstadisticasAreas", "dtcEstadisticasFuncionarios"}
-                                      : QStringList{"dtpEstadisticasDesde", "dtpEstadisticasHasta",
-                                                    "dtcEstadisticasFuncionarios"};
+        QStringList all{"dtpEstadisticasDesde", "dtpEstadisticasHasta", "dtcEstadisticasFuncionarios"};
+        if (super)
+            all << QStringLiteral("dtcEstadisticasAreas");
         for (const QString &name : all)
             QVERIFY2(!child<QWidget>(t.tab, name)->isEnabled(), qPrintable(name));
         QVERIFY(t.option(0)->isChecked());
@@ -129,25 +124,17 @@ private slots:
         for (bool super : {true, false}) {
             const char *w = super ? "super" : "jefe";
             const int staff = super ? 4 : 3;
-            QTest::addRow("%s docentes por actividad", w)
-                << super << 0 << QString() << 0 << " AND ACT.ACTESDOCENTE" << "ActDescripcion";
-            QTest::addRow("%s no docentes por área", w)
-                << super << 1 << QString() << 1 << " AND NOT ACT.ACTESDOCENTE" << "AreDescripcion";
-            QTest::addRow("%s período inicial por destino", w)
-                << super << 2 << QString() << 2
+            QTest::addRow("%s docentes por actividad", w) << super << 0 << QString() << 0 << " AND ACT.ACTESDOCENTE" << "ActDescripcion";
+            QTest::addRow("%s no docentes por área", w) << super << 1 << QString() << 1 << " AND NOT ACT.ACTESDOCENTE" << "AreDescripcion";
+            QTest::addRow("%s período inicial por destino", w) << super << 2 << QString() << 2
                 << QStringLiteral(" AND H.HORFECHA BETWEEN #01-1-%1# AND #12-31-%1#").arg(YY) << "DesDescripcion";
-            QTest::addRow("%s período elegido por tipo", w)
-                << super << 2 << "2001-11-04|2002-01-09" << 3
+            QTest::addRow("%s período elegido por tipo", w) << super << 2 << "2001-11-04|2002-01-09" << 3
                 << " AND H.HORFECHA BETWEEN #11-4-01# AND #01-9-02#" << "TipDescripcion";
-            QTest::addRow("%s funcionario", w)
-                << super << staff << "Pérez" << 0 << " AND H.FUNCEDULA='11111111'" << "ActDescripcion";
-            QTest::addRow("%s funcionario sin elegir", w)
-                << super << staff << QString() << 1 << " AND H.FUNCEDULA=''" << "AreDescripcion";
+            QTest::addRow("%s funcionario", w) << super << staff << "Pérez" << 0 << " AND H.FUNCEDULA='11111111'" << "ActDescripcion";
+            QTest::addRow("%s funcionario sin elegir", w) << super << staff << QString() << 1 << " AND H.FUNCEDULA=''" << "AreDescripcion";
         }
-        QTest::newRow("super área") << true << 3 << "Investigación" << 2 << " AND ARE.AREID='INV'"
-                                    << "DesDescripcion";
-        QTest::newRow("super área sin elegir") << true << 3 << QString() << 0 << " AND ARE.AREID=''"
-                                               << "ActDescripcion";
+        QTest::newRow("super área") << true << 3 << "Investigación" << 2 << " AND ARE.AREID='INV'" << "DesDescripcion";
+        QTest::newRow("super área sin elegir") << true << 3 << QString() << 0 << " AND ARE.AREID=''" << "ActDescripcion";
     }
     void statements()
     {
@@ -177,8 +164,7 @@ private slots:
         QCOMPARE(t.tab->consulta(), kHead + clause + kTail);
         QCOMPARE(t.tab->agrupar(), agrupar);
         analysis::ChartWindow *chart = t.tab->chartWindow();
-        QVERIFY(chart);
-        QVERIFY(chart->isVisible());
+        QVERIFY(chart && chart->isVisible());
         QCOMPARE(chart->objectName(),
                  super ? QStringLiteral("frmEstadisticasSuperUsuario") : QStringLiteral("frmEstadisticasJefeArea"));
         QCOMPARE(chart->consulta(), t.tab->consulta());
@@ -194,10 +180,9 @@ private slots:
     {
         QTest::addColumn<QString>("key");
         QTest::addColumn<QString>("agrupar");
-        QTest::newRow("actividades") << "actividades" << "ActDescripcion";
-        QTest::newRow("areas") << "areas" << "AreDescripcion";
-        QTest::newRow("destinos") << "destinos" << "DesDescripcion";
-        QTest::newRow("tipos") << "tipos" << "TipDescripcion";
+        for (auto [key, agrupar] : {std::pair{"actividades", "ActDescripcion"}, {"areas", "AreDescripcion"},
+                                    {"destinos", "DesDescripcion"}, {"tipos", "TipDescripcion"}})
+            QTest::newRow(key) << key << agrupar;
     }
     void menuEntries()
     {

@@ -2,9 +2,8 @@
 // lands in HORAS and HORAS_RUBROS_MATERIAS column by column, the chain of lists, the value
 // and category taken from the contract, and what happens when a save is refused.
 #include "Controls.h"
-#include "ScriptedDialogs.h"
 #include "Session.h"
-#include "TempStore.h"
+#include "WindowFixture.h"
 #include "hours/frmModificoHoras.h"
 #include "hours/frmRegistroHoras.h"
 #include "session/modPrincipal.h"
@@ -59,13 +58,12 @@ QStringList items(QComboBox *c)
 }
 
 // Area, activity, destination and kind of hours, chosen in that order.
-void choosePlain(QWidget *w, const QString &area, const QString &activity, const QString &destino,
-                 const QString &tipo)
+void choosePlain(QWidget *w, const char *area, const char *activity, const char *destino, const char *tipo)
 {
-    choose(w, "dtcAreas", area);
-    choose(w, "dtcActividades", activity);
-    choose(w, "dtcDestinos", destino);
-    choose(w, "dtcTipoHoras", tipo);
+    choose(w, "dtcAreas", QString::fromUtf8(area));
+    choose(w, "dtcActividades", QString::fromUtf8(activity));
+    choose(w, "dtcDestinos", QString::fromUtf8(destino));
+    choose(w, "dtcTipoHoras", QString::fromUtf8(tipo));
 }
 
 // Closes a window and lets it go.
@@ -107,29 +105,28 @@ private slots:
 private:
     qlonglong maxHorId();
     qlonglong firstHour(const QString &actId);
-    store::ResultSet links(qlonglong horId);
     store::ResultSet horas(qlonglong horId);
+    // What differs from `expected` in the one row of the entry's teaching link.
+    QString linkDifferences(qlonglong horId, const QVariantMap &expected);
+    // What differs from `expected` in the one entry stored after HorId `before`.
+    QString newRowDifferences(qlonglong before, const QVariantMap &expected);
 
-    std::unique_ptr<tests::TempStore> m_store;
-    std::unique_ptr<InstalledDialogs> m_dialogs;
+    tests::WindowFixture m_fixture;
+    tests::TempStore *m_store = nullptr;
+    ScriptedDialogs *m_dialogs = nullptr;
 };
 
 void TestHours::init()
 {
-    m_store = std::make_unique<tests::TempStore>();
-    m_dialogs = std::make_unique<InstalledDialogs>();
+    m_fixture.begin();
+    m_store = &m_fixture.store();
+    m_dialogs = &m_fixture.dialogs();
     login(QStringLiteral("11111111"));
 }
 
 void TestHours::cleanup()
 {
-    if (auto *w = frmRegistroHoras::instance())
-        w->close();
-    if (auto *w = frmModificoHoras::instance())
-        w->close();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    m_dialogs.reset();
-    m_store.reset();
+    m_fixture.end();
 }
 
 qlonglong TestHours::maxHorId()
@@ -150,9 +147,14 @@ store::ResultSet TestHours::horas(qlonglong horId)
     return m_store->select(QStringLiteral("SELECT * FROM HORAS WHERE HORID=%1").arg(horId));
 }
 
-store::ResultSet TestHours::links(qlonglong horId)
+QString TestHours::linkDifferences(qlonglong horId, const QVariantMap &expected)
 {
-    return m_store->select(QStringLiteral("SELECT * FROM HORAS_RUBROS_MATERIAS WHERE HORID=%1").arg(horId));
+    return m_store->rowDifferences(QStringLiteral("SELECT * FROM HORAS_RUBROS_MATERIAS WHERE HorId = ?"), expected, {horId});
+}
+
+QString TestHours::newRowDifferences(qlonglong before, const QVariantMap &expected)
+{
+    return m_store->rowDifferences(QStringLiteral("SELECT * FROM HORAS WHERE HorId > ?"), expected, {before});
 }
 
 // ---------------------------------------------------------------------------------------
@@ -180,8 +182,7 @@ void TestHours::entryStoresEveryColumn()
     const int week = ui::MonthView::weekOfYear(expectedDate) - 1;
     QCOMPARE(child<QLineEdit>(w, "txtSemana")->text(), QString::number(week));
 
-    choosePlain(w, QStringLiteral("Docencia"), teaching ? QStringLiteral("Clases") : QStringLiteral("Reuniones"),
-                QStringLiteral("Cursos regulares"), QStringLiteral("Horas extra"));
+    choosePlain(w, "Docencia", teaching ? "Clases" : "Reuniones", "Cursos regulares", "Horas extra");
     type(w, "txtHoras", QStringLiteral("3,5"));
     chooseFixed(w, "cboMoneda", QStringLiteral("Dolares"));
     if (teaching) {
@@ -198,31 +199,16 @@ void TestHours::entryStoresEveryColumn()
     QCOMPARE(m_dialogs->texts(), QStringList());
     QVERIFY(!frmRegistroHoras::instance());
 
-    const store::ResultSet rs = m_store->select(QStringLiteral("SELECT * FROM HORAS WHERE HORID>%1").arg(before));
-    QCOMPARE(int(rs.rows.size()), 1);
-    const qlonglong horId = rs.value(0, QStringLiteral("HorId")).toLongLong();
-    QCOMPARE(rs.value(0, QStringLiteral("FunCedula")).toString(), QStringLiteral("11111111"));
-    QCOMPARE(rs.value(0, QStringLiteral("AreId")).toString(), QStringLiteral("DOC"));
-    QCOMPARE(rs.value(0, QStringLiteral("ActId")).toString(), teaching ? QStringLiteral("CLA") : QStringLiteral("REU"));
-    QCOMPARE(rs.value(0, QStringLiteral("DesId")).toString(), QStringLiteral("CUR"));
-    QCOMPARE(rs.value(0, QStringLiteral("FunInsId")).toString(), funInsId);
-    QCOMPARE(rs.value(0, QStringLiteral("HorFecha")).toDate(), expectedDate);
-    QCOMPARE(rs.value(0, QStringLiteral("HorSemana")).toInt(), week);
-    QCOMPARE(rs.value(0, QStringLiteral("HorValorhora")).toDouble(), 350.0);
-    QCOMPARE(rs.value(0, QStringLiteral("HorHoras")).toDouble(), 3.5);
-    QCOMPARE(rs.value(0, QStringLiteral("HorCategoria")).toString(), QStringLiteral("A"));
-    QCOMPARE(rs.value(0, QStringLiteral("TipId")).toString(), QStringLiteral("EXT"));
-    QCOMPARE(rs.value(0, QStringLiteral("HorMoneda")).toString(), QStringLiteral("Dolares"));
-    QCOMPARE(rs.value(0, QStringLiteral("HorHorarioInicial")).toTime(), teaching ? QTime(8, 0) : QTime());
-    QCOMPARE(rs.value(0, QStringLiteral("HorHorarioFinal")).toTime(), teaching ? QTime(11, 30) : QTime());
-
-    const store::ResultSet link = links(horId);
-    QCOMPARE(int(link.rows.size()), teaching ? 1 : 0);
-    if (teaching) {
-        QCOMPARE(link.value(0, QStringLiteral("RubId")).toString(), QStringLiteral("CIE"));
-        QCOMPARE(link.value(0, QStringLiteral("MatId")).toString(), QStringLiteral("FIS"));
-        QCOMPARE(link.value(0, QStringLiteral("HorRubMatTurno")).toString(), QStringLiteral("Tarde"));
-    }
+    QCOMPARE(newRowDifferences(before, {{"FunCedula", "11111111"}, {"AreId", "DOC"}, {"ActId", teaching ? "CLA" : "REU"},
+                                        {"DesId", "CUR"}, {"FunInsId", funInsId}, {"HorFecha", expectedDate},
+                                        {"HorSemana", week}, {"HorValorhora", 350.0}, {"HorHoras", 3.5},
+                                        {"HorCategoria", "A"}, {"TipId", "EXT"}, {"HorMoneda", "Dolares"},
+                                        {"HorHorarioInicial", teaching ? QTime(8, 0) : QVariant()},
+                                        {"HorHorarioFinal", teaching ? QTime(11, 30) : QVariant()}}), QString());
+    const qlonglong horId = maxHorId();
+    QCOMPARE(m_store->count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"), {horId}), teaching ? 1 : 0);
+    if (teaching)
+        QCOMPARE(linkDifferences(horId, {{"RubId", "CIE"}, {"MatId", "FIS"}, {"HorRubMatTurno", "Tarde"}}), QString());
 }
 
 void TestHours::chainRefillsOnlyTheNextList()
@@ -261,11 +247,9 @@ void TestHours::chainRefillsOnlyTheNextList()
 
     // A non-teaching activity shuts the teaching fields but the schedule.
     choose(w, "dtcActividades", QStringLiteral("Reuniones"));
-    QVERIFY(!combo(w, "dtcRubros")->isEnabled());
-    QVERIFY(!combo(w, "dtcMaterias")->isEnabled());
-    QVERIFY(!child<QComboBox>(w, "cboTurno")->isEnabled());
-    QVERIFY(child<QLineEdit>(w, "txtHorarioInicial")->isEnabled());
-    QVERIFY(child<QLineEdit>(w, "txtHorarioFinal")->isEnabled());
+    for (auto [name, enabled] : {std::pair{"dtcRubros", false}, {"dtcMaterias", false}, {"cboTurno", false},
+                                 {"txtHorarioInicial", true}, {"txtHorarioFinal", true}})
+        QVERIFY2(child<QWidget>(w, name)->isEnabled() == enabled, name);
 }
 
 void TestHours::valueAndCategoryFromFirstContract_data()
@@ -315,20 +299,14 @@ void TestHours::valueAndCategoryFromFirstContract()
         type(w, "txtCategoria", QStringLiteral("Z"));
     }
 
-    choosePlain(w, QStringLiteral("Docencia"), QStringLiteral("Reuniones"), QStringLiteral("Gestión"),
-                QStringLiteral("Horas comunes"));
+    choosePlain(w, "Docencia", "Reuniones", "Gestión", "Horas comunes");
     type(w, "txtHoras", QStringLiteral("2"));
     clickSave(w);
     QCOMPARE(m_dialogs->texts(), QStringList());
 
-    const store::ResultSet rs = m_store->select(QStringLiteral("SELECT * FROM HORAS WHERE HORID>%1").arg(before));
-    QCOMPARE(int(rs.rows.size()), 1);
-    QCOMPARE(rs.value(0, QStringLiteral("FunInsId")).toString(), chosenId);
-    QCOMPARE(rs.value(0, QStringLiteral("HorValorhora")).toDouble(),
-             typedValue.isEmpty() ? firstValue : typedValue.toDouble());
-    QCOMPARE(rs.value(0, QStringLiteral("HorCategoria")).toString(),
-             typedValue.isEmpty() ? firstCategory : QStringLiteral("Z"));
-    QCOMPARE(rs.value(0, QStringLiteral("HorMoneda")).toString(), QString());
+    QCOMPARE(newRowDifferences(before, {{"FunInsId", chosenId}, {"HorValorhora", typedValue.isEmpty() ? firstValue : typedValue.toDouble()},
+                                        {"HorCategoria", typedValue.isEmpty() ? firstCategory : QStringLiteral("Z")},
+                                        {"HorMoneda", QString()}}), QString());
 }
 
 // ---------------------------------------------------------------------------------------
@@ -340,7 +318,8 @@ void TestHours::changeKeepsLinkInStep()
     const qlonglong horId = firstHour(QStringLiteral("CLA"));
     QVERIFY(horId > 0);
     const store::ResultSet stored = horas(horId);
-    const store::ResultSet storedLink = links(horId);
+    const store::ResultSet storedLink =
+        m_store->select(QStringLiteral("SELECT * FROM HORAS_RUBROS_MATERIAS WHERE HORID=%1").arg(horId));
     QCOMPARE(int(storedLink.rows.size()), 1);
 
     frmModificoHoras *w = frmModificoHoras::open(int(horId));
@@ -374,12 +353,7 @@ void TestHours::changeKeepsLinkInStep()
                                "HorHorarioFinal"})
         QVERIFY2(after.value(0, QString::fromLatin1(column)) == stored.value(0, QString::fromLatin1(column)), column);
 
-    const store::ResultSet link = links(horId);
-    QCOMPARE(int(link.rows.size()), 1);
-    QCOMPARE(link.value(0, QStringLiteral("HorId")).toLongLong(), horId);
-    QCOMPARE(link.value(0, QStringLiteral("RubId")).toString(), QStringLiteral("CIE"));
-    QCOMPARE(link.value(0, QStringLiteral("MatId")).toString(), QStringLiteral("QUI"));
-    QCOMPARE(link.value(0, QStringLiteral("HorRubMatTurno")).toString(), QStringLiteral("Mañana"));
+    QCOMPARE(linkDifferences(horId, {{"RubId", "CIE"}, {"MatId", "QUI"}, {"HorRubMatTurno", "Mañana"}}), QString());
 }
 
 void TestHours::changeWorksOutWeekOnlyWhenDateChanges_data()
@@ -412,11 +386,9 @@ void TestHours::changeWorksOutWeekOnlyWhenDateChanges()
     clickSave(w);
     QCOMPARE(m_dialogs->texts(), QStringList());
 
-    const store::ResultSet after = horas(horId);
-    QCOMPARE(after.value(0, QStringLiteral("HorFecha")).toDate(), newDate.isValid() ? newDate : storedDate);
-    QCOMPARE(after.value(0, QStringLiteral("HorSemana")).toInt(), newDate.isValid() ? 1 : 77);
-    QCOMPARE(after.value(0, QStringLiteral("HorHoras")).toDouble(), 7.25);
-    QCOMPARE(after.value(0, QStringLiteral("HorMoneda")).toString(), expectCurrency);
+    QCOMPARE(m_store->rowDifferences(QStringLiteral("SELECT * FROM HORAS WHERE HorId = ?"),
+                                     {{"HorFecha", newDate.isValid() ? newDate : storedDate}, {"HorSemana", newDate.isValid() ? 1 : 77},
+                                      {"HorHoras", 7.25}, {"HorMoneda", expectCurrency}}, {horId}), QString());
 }
 
 // ---------------------------------------------------------------------------------------
@@ -459,13 +431,10 @@ void TestHours::refusedSaveKeepsWindowAndTyping()
 
     if (!change) {
         // What was typed is still there: completing the entry stores it.
-        choosePlain(w, QStringLiteral("Docencia"), QStringLiteral("Reuniones"), QStringLiteral("Cursos regulares"),
-                    QStringLiteral("Horas comunes"));
+        choosePlain(w, "Docencia", "Reuniones", "Cursos regulares", "Horas comunes");
         clickSave(w);
         QCOMPARE(m_dialogs->count(), 1);
-        const store::ResultSet rs = m_store->select(QStringLiteral("SELECT * FROM HORAS WHERE HORID>%1").arg(before));
-        QCOMPARE(int(rs.rows.size()), 1);
-        QCOMPARE(rs.value(0, QStringLiteral("HorHoras")).toDouble(), 4.5);
+        QCOMPARE(newRowDifferences(before, {{"HorHoras", 4.5}}), QString());
     }
 }
 
@@ -473,8 +442,7 @@ void TestHours::failedLinkIsRepairedByNextSave()
 {
     const qlonglong before = maxHorId();
     frmRegistroHoras *w = frmRegistroHoras::open();
-    choosePlain(w, QStringLiteral("Docencia"), QStringLiteral("Clases"), QStringLiteral("Cursos regulares"),
-                QStringLiteral("Horas comunes"));
+    choosePlain(w, "Docencia", "Clases", "Cursos regulares", "Horas comunes");
     choose(w, "dtcRubros", QStringLiteral("Humanidades"));
     choose(w, "dtcMaterias", QStringLiteral("Historia"));
     chooseFixed(w, "cboTurno", QStringLiteral("Noche"));
@@ -500,11 +468,7 @@ void TestHours::failedLinkIsRepairedByNextSave()
     QVERIFY(!frmRegistroHoras::instance());
     QCOMPARE(maxHorId(), horId);
     QCOMPARE(horas(horId).value(0, QStringLiteral("HorHoras")).toDouble(), 2.5);
-    const store::ResultSet link = links(horId);
-    QCOMPARE(int(link.rows.size()), 1);
-    QCOMPARE(link.value(0, QStringLiteral("RubId")).toString(), QStringLiteral("HUM"));
-    QCOMPARE(link.value(0, QStringLiteral("MatId")).toString(), QStringLiteral("HIS"));
-    QCOMPARE(link.value(0, QStringLiteral("HorRubMatTurno")).toString(), QStringLiteral("Noche"));
+    QCOMPARE(linkDifferences(horId, {{"RubId", "HUM"}, {"MatId", "HIS"}, {"HorRubMatTurno", "Noche"}}), QString());
 }
 
 void TestHours::missingPiecesGiveMessages()

@@ -39,14 +39,6 @@
 
 namespace {
 
-void setSession(int perId)
-{
-    const char *login = perId == 5 ? "usuario" : perId == 6 ? "jefe" : perId == 7 ? "admin" : "super";
-    const char *cedula = perId == 5 ? "11111111" : perId == 6 ? "22222222" : perId == 7 ? "33333333" : "44444444";
-    tests::signIn(QString::fromLatin1(login), QString::fromLatin1(cedula),
-                  perId == 8 ? QStringLiteral("ADM") : QStringLiteral("DOC"), qint16(perId));
-}
-
 QString fileName(QString name)
 {
     name = name.toLower();
@@ -225,7 +217,7 @@ private slots:
             about->show();
             checkNewWindows(who);
         } else if (role == 7) {
-            setSession(role);
+            tests::signInAs(role);
             auto *panel = new frmAdministrador;
             panel->setAttribute(Qt::WA_DeleteOnClose);
             panel->show();
@@ -237,7 +229,7 @@ private slots:
                 checkNewWindows(QStringLiteral("%1 %2").arg(who, b->objectName()));
             }
         } else {
-            setSession(role);
+            tests::signInAs(role);
             QWidget *main = role == 5 ? static_cast<QWidget *>(new frmUsuarioComun)
                             : role == 6 ? static_cast<QWidget *>(new frmJefeArea)
                                         : static_cast<QWidget *>(new frmSuperUsuario);

@@ -1,9 +1,8 @@
 // The month export on a fresh store: the saved workbook read back and compared with the
 // store, the boxes shown, and the "Mes en curso" list given back.
 
-#include "ScriptedDialogs.h"
 #include "Session.h"
-#include "TempStore.h"
+#include "WindowFixture.h"
 
 #include "output/ExportacionMes.h"
 #include "workbook/WorkbookXlsx.h"
@@ -43,9 +42,12 @@ for s in book.find('m:sheets', ns):
     sheet = ET.fromstring(z.read('xl/' + target[rid].lstrip('/').replace('xl/', '')))
     for c in sheet.iter('{%s}c' % ns['m']):
         v = c.find('m:v', ns)
-        if v is None:
+        if c.get('t') == 'inlineStr':
+            value = ''.join(t.text or '' for t in c.iter('{%s}t' % ns['m']))
+        elif v is None:
             continue
-        value = strings[int(v.text)] if c.get('t') == 's' else v.text
+        else:
+            value = strings[int(v.text)] if c.get('t') == 's' else v.text
         print(c.get('r') + '\t' + value)
     for col in sheet.iter('{%s}col' % ns['m']):
         for i in range(int(col.get('min')), int(col.get('max')) + 1):
@@ -68,8 +70,9 @@ class TestExport : public QObject {
 private slots:
     void init()
     {
-        m_store = std::make_unique<tests::TempStore>();
-        m_dialogs = std::make_unique<InstalledDialogs>();
+        m_fixture.begin();
+        m_store = &m_fixture.store();
+        m_dialogs = &m_fixture.dialogs();
         tests::amendSession([&](core::Session &s) {
             s.area = QStringLiteral("DOC");
             s.person = QStringLiteral("22222222 ");
@@ -85,8 +88,7 @@ private slots:
     {
         store::Connection::setStatementObserver({});
         m_adc.reset();
-        m_dialogs.reset();
-        m_store.reset();
+        m_fixture.end();
     }
 
     void exportSavesTheAreaHours()
@@ -322,8 +324,9 @@ private:
         }
     }
 
-    std::unique_ptr<tests::TempStore> m_store;
-    std::unique_ptr<InstalledDialogs> m_dialogs;
+    tests::WindowFixture m_fixture;
+    tests::TempStore *m_store = nullptr;
+    ScriptedDialogs *m_dialogs = nullptr;
     std::unique_ptr<store::DataControl> m_adc;
     int m_gridRefreshed = 0;
     QStringList m_statements;

@@ -31,13 +31,15 @@
 
 namespace faults {
 
+using namespace Qt::StringLiterals;
+
 using tests::child;
 using tests::choose;
 using tests::type;
 
-inline const QString kBusy = QStringLiteral("La base de datos está ocupada por otro usuario.");
-inline const QString kLost = QStringLiteral("Se perdió la conexión con la base de datos.");
-inline const QString kLinkMissing = QStringLiteral("Las horas quedaron guardadas, pero no se pudo guardar su rubro, materia y turno.");
+inline const QString kBusy = u"La base de datos está ocupada por otro usuario."_s;
+inline const QString kLost = u"Se perdió la conexión con la base de datos."_s;
+inline const QString kLinkMissing = u"Las horas quedaron guardadas, pero no se pudo guardar su rubro, materia y turno."_s;
 
 inline void writeFile(const QString &path, const QString &text)
 {
@@ -49,16 +51,16 @@ inline void writeFile(const QString &path, const QString &text)
 // A teaching entry of 11111111 dated `date`, filled in and not yet saved.
 inline frmRegistroHoras *fillTeachingEntry(const QDate &date)
 {
-    tests::signIn(QStringLiteral("usuario"), QStringLiteral("11111111"), QStringLiteral("DOC"), 5);
+    tests::signIn(u"usuario"_s, u"11111111"_s, u"DOC"_s, 5);
     frmRegistroHoras *w = frmRegistroHoras::open();
     child<ui::DatePicker>(w, "dtpFechas_0")->chooseDate(date);
-    choose(w, "dtcAreas", QStringLiteral("Docencia"));
-    choose(w, "dtcActividades", QStringLiteral("Clases"));
-    choose(w, "dtcDestinos", QStringLiteral("Cursos regulares"));
-    choose(w, "dtcTipoHoras", QStringLiteral("Horas comunes"));
-    type(child<QLineEdit>(w, "txtHoras"), QStringLiteral("2,5"));
-    choose(w, "dtcRubros", QStringLiteral("Ciencias"));
-    choose(w, "dtcMaterias", QStringLiteral("Física"));
+    choose(w, "dtcAreas", u"Docencia"_s);
+    choose(w, "dtcActividades", u"Clases"_s);
+    choose(w, "dtcDestinos", u"Cursos regulares"_s);
+    choose(w, "dtcTipoHoras", u"Horas comunes"_s);
+    type(child<QLineEdit>(w, "txtHoras"), u"2,5"_s);
+    choose(w, "dtcRubros", u"Ciencias"_s);
+    choose(w, "dtcMaterias", u"Física"_s);
     child<QComboBox>(w, "cboTurno")->setCurrentIndex(1);
     child<QComboBox>(w, "cboMoneda")->setCurrentIndex(0);
     return w;
@@ -67,12 +69,12 @@ inline frmRegistroHoras *fillTeachingEntry(const QDate &date)
 // The chief's tab, on the row `id`.
 inline std::unique_ptr<CierreMesJefeArea> chiefTabOn(qlonglong id)
 {
-    tests::signIn(QStringLiteral("jefe"), QStringLiteral("22222222"), QStringLiteral("DOC"), 6);
+    tests::signIn(u"jefe"_s, u"22222222"_s, u"DOC"_s, 6);
     auto tab = std::make_unique<CierreMesJefeArea>();
     tab->show();
     store::DataControl *adc = tab->adcCierreMeses();
     for (int r = 0; r < adc->recordCount(); ++r)
-        if (adc->valueAt(r, QStringLiteral("CieMesId")).toLongLong() == id)
+        if (adc->valueAt(r, u"CieMesId"_s).toLongLong() == id)
             child<ui::DataGrid>(tab.get(), "dtgCierreMeses")->clickRow(r);
     return tab;
 }
@@ -85,18 +87,12 @@ struct Census {
 
 inline Census census(const std::function<QVariant(const QString &)> &scalar)
 {
-    Census c;
-    c.horas = scalar(QStringLiteral("SELECT COUNT(*) FROM HORAS")).toInt();
-    c.hhoras = scalar(QStringLiteral("SELECT COUNT(*) FROM HHORAS")).toInt();
-    c.links = scalar(QStringLiteral("SELECT COUNT(*) FROM HORAS_RUBROS_MATERIAS")).toInt();
-    c.areas = scalar(QStringLiteral("SELECT COUNT(*) FROM AREAS")).toInt();
-    c.inBoth = scalar(QStringLiteral("SELECT COUNT(*) FROM HORAS H WHERE EXISTS (SELECT 1 FROM HHORAS A WHERE "
-                                     "A.HorId = H.HorId)")).toInt();
-    c.orphanLinks = scalar(QStringLiteral("SELECT COUNT(*) FROM HORAS_RUBROS_MATERIAS L WHERE NOT EXISTS (SELECT 1 FROM "
-                                          "HORAS H WHERE H.HorId = L.HorId) AND NOT EXISTS (SELECT 1 FROM HHORAS A "
-                                          "WHERE A.HorId = L.HorId)")).toInt();
-    c.closed = scalar(QStringLiteral("SELECT COUNT(*) FROM CIERREMESES WHERE CieMesCerrado")).toInt();
-    return c;
+    const auto count = [&](const QString &from) { return scalar(u"SELECT COUNT(*) FROM "_s + from).toInt(); };
+    return {count(u"HORAS"_s), count(u"HHORAS"_s), count(u"HORAS_RUBROS_MATERIAS"_s), count(u"AREAS"_s),
+            count(u"HORAS H WHERE EXISTS (SELECT 1 FROM HHORAS A WHERE A.HorId = H.HorId)"_s),
+            count(u"HORAS_RUBROS_MATERIAS L WHERE NOT EXISTS (SELECT 1 FROM HORAS H WHERE H.HorId = L.HorId) AND NOT "
+                  "EXISTS (SELECT 1 FROM HHORAS A WHERE A.HorId = L.HorId)"_s),
+            count(u"CIERREMESES WHERE CieMesCerrado"_s)};
 }
 
 inline Census census(tests::TempStore &db)
@@ -112,15 +108,15 @@ public:
     SaveUnderFault(const QString &action, qlonglong closeId, ScriptedDialogs &dialogs, const QString &areaKey)
         : m_action(action), m_dialogs(dialogs)
     {
-        if (action == QLatin1String("entry")) {
+        if (action == u"entry"_s) {
             m_window = fillTeachingEntry(QDate(2030, 5, 6));
-        } else if (action == QLatin1String("maintenance")) {
+        } else if (action == u"maintenance"_s) {
             auto *w = new frmMantAreas;
             w->show();
             m_window = w;
             child<QPushButton>(w, "cmdNuevo")->click();
             type(w, "txtCodigo", areaKey);
-            type(w, "txtDescripcion", QStringLiteral("Área %1").arg(areaKey));
+            type(w, "txtDescripcion", u"Área %1"_s.arg(areaKey));
         } else {
             m_tab = chiefTabOn(closeId);
             m_window = m_tab.get();
@@ -128,7 +124,7 @@ public:
     }
 
     QWidget *window() const { return m_window; }
-    bool isClose() const { return m_action == QLatin1String("close"); }
+    bool isClose() const { return m_action == u"close"_s; }
 
     // Presses the window's button (the close's confirmation answered Yes).
     void press()
@@ -153,10 +149,10 @@ public:
     {
         QCOMPARE(now.inBoth, 0);
         QCOMPARE(now.orphanLinks, 0);
-        if (m_action == QLatin1String("entry")) {
+        if (m_action == u"entry"_s) {
             QCOMPARE(now.horas, before.horas + 1);
             QCOMPARE(now.links, before.links + 1);
-        } else if (m_action == QLatin1String("maintenance")) {
+        } else if (m_action == u"maintenance"_s) {
             QCOMPARE(now.areas, before.areas + 1);
         } else {
             QCOMPARE(now.closed, before.closed + 1);
@@ -177,37 +173,29 @@ class OwnCluster {
 public:
     bool start()
     {
-        const QStringList bins = QDir(QStringLiteral("/usr/lib/postgresql")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+        const QStringList bins = QDir(u"/usr/lib/postgresql"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
         if (bins.isEmpty() || !m_dir.isValid())
             return false;
-        m_bin = QStringLiteral("/usr/lib/postgresql/%1/bin/").arg(bins.last());
+        m_bin = u"/usr/lib/postgresql/%1/bin/"_s.arg(bins.last());
         m_port = tests::freePort();  // never a port guessed
-        if (m_port == 0)
-            return false;
-        m_user = getuid() == 0 ? QStringLiteral("postgres") : qEnvironmentVariable("USER", QStringLiteral("postgres"));
-        if (getuid() == 0 && QProcess::execute(QStringLiteral("chown"), {QStringLiteral("postgres"), m_dir.path()}) != 0)
-            return false;
-        if (run(wrap({m_bin + QStringLiteral("initdb"), QStringLiteral("-D"), data(), QStringLiteral("-A"),
-                      QStringLiteral("trust"), QStringLiteral("-U"), m_user, QStringLiteral("-E"), QStringLiteral("UTF8")})) != 0)
-            return false;
-        return resume();
+        m_user = getuid() == 0 ? u"postgres"_s : qEnvironmentVariable("USER", u"postgres"_s);
+        return m_port != 0 && (getuid() != 0 || QProcess::execute(u"chown"_s, {u"postgres"_s, m_dir.path()}) == 0) &&
+               run(wrap({m_bin + u"initdb"_s, u"-D"_s, data(), u"-A"_s, u"trust"_s, u"-U"_s, m_user, u"-E"_s, u"UTF8"_s})) == 0 &&
+               resume();
     }
     bool resume()
     {
-        return run(wrap({m_bin + QStringLiteral("pg_ctl"), QStringLiteral("-D"), data(), QStringLiteral("-l"),
-                    m_dir.path() + QStringLiteral("/log"), QStringLiteral("-w"), QStringLiteral("-o"),
-                    QStringLiteral("-p %1 -k %2 -c listen_addresses=127.0.0.1 -c fsync=off -c lc_messages=es_ES.UTF-8")
-                        .arg(m_port)
-                        .arg(m_dir.path()),
-                    QStringLiteral("start")})) == 0;
+        const QString options =
+            u"-p %1 -k %2 -c listen_addresses=127.0.0.1 -c fsync=off -c lc_messages=es_ES.UTF-8"_s.arg(m_port).arg(m_dir.path());
+        return run(wrap({m_bin + u"pg_ctl"_s, u"-D"_s, data(), u"-l"_s, m_dir.path() + u"/log"_s, u"-w"_s, u"-o"_s, options,
+                         u"start"_s})) == 0;
     }
     // "fast" lets the server end its sessions in order; "immediate" is a server that dies:
     // no session commits anything after the command, not even one that was waiting for a
     // lock that a session ended first gave up.
-    QStringList stopCommand(const QString &mode = QStringLiteral("fast")) const
+    QStringList stopCommand(const QString &mode = u"fast"_s) const
     {
-        return wrap({m_bin + QStringLiteral("pg_ctl"), QStringLiteral("-D"), data(), QStringLiteral("-m"), mode,
-                     QStringLiteral("stop")});
+        return wrap({m_bin + u"pg_ctl"_s, u"-D"_s, data(), u"-m"_s, mode, u"stop"_s});
     }
     void stop() { run(stopCommand()); }
     // A command that waits until a session of the cluster waits for a lock, prints "overlap"
@@ -215,38 +203,32 @@ public:
     // leaves the server running.
     QStringList stopOnceALockIsAwaited() const
     {
-        const QString poll = psql().join(QLatin1Char(' ')) +
-                             QStringLiteral(" -c \"SELECT count(*) FROM pg_stat_activity WHERE wait_event_type = 'Lock'\"");
-        return QStringList{QStringLiteral("sh"), QStringLiteral("-c"),
-                           QStringLiteral("for i in $(seq 600); do n=$(%1); if [ \"${n:-0}\" -gt 0 ]; then "
-                                          "echo overlap; exec \"$@\" >/dev/null; fi; sleep 0.1; done; echo 'no wait'")
-                               .arg(poll),
-                           QStringLiteral("stopper")} +
-               stopCommand(QStringLiteral("immediate"));
+        const QString poll =
+            psql().join(u' ') + u" -c \"SELECT count(*) FROM pg_stat_activity WHERE wait_event_type = 'Lock'\""_s;
+        return QStringList{u"sh"_s, u"-c"_s,
+                           u"for i in $(seq 600); do n=$(%1); if [ \"${n:-0}\" -gt 0 ]; then echo overlap; exec \"$@\" "
+                           ">/dev/null; fi; sleep 0.1; done; echo 'no wait'"_s.arg(poll),
+                           u"stopper"_s} +
+               stopCommand(u"immediate"_s);
     }
     QString dsn() const
     {
-        return QStringLiteral("[RRHHODBC]\nDriver=PostgreSQL Unicode\nServername=127.0.0.1\nPort=%1\nDatabase=postgres\n"
-                              "Username=%2\nPassword=\nBoolsAsChar=0\nUseDeclareFetch=1\nFetch=100\nTextAsLongVarchar=0\n"
-                              "UnknownsAsLongVarchar=0\nMaxVarcharSize=4000\n\n")
-            .arg(m_port)
-            .arg(m_user);
+        return u"[RRHHODBC]\nDriver=PostgreSQL Unicode\nServername=127.0.0.1\nPort=%1\nDatabase=postgres\nUsername=%2\n"
+               "Password=\nBoolsAsChar=0\nUseDeclareFetch=1\nFetch=100\nTextAsLongVarchar=0\nUnknownsAsLongVarchar=0\n"
+               "MaxVarcharSize=4000\n\n"_s.arg(m_port).arg(m_user);
     }
     // psql on the cluster, reading its statements from stdin.
     QStringList psql() const
     {
-        return {m_bin + QStringLiteral("psql"), QStringLiteral("-h"), QStringLiteral("127.0.0.1"), QStringLiteral("-p"),
-                QString::number(m_port), QStringLiteral("-U"), m_user, QStringLiteral("-d"), QStringLiteral("postgres"),
-                QStringLiteral("-qAt")};
+        return {m_bin + u"psql"_s, u"-h"_s, u"127.0.0.1"_s, u"-p"_s, QString::number(m_port), u"-U"_s, m_user, u"-d"_s,
+                u"postgres"_s, u"-qAt"_s};
     }
 
 private:
-    QString data() const { return m_dir.path() + QStringLiteral("/data"); }
+    QString data() const { return m_dir.path() + u"/data"_s; }
     QStringList wrap(const QStringList &cmd) const
     {
-        return getuid() == 0 ? QStringList{QStringLiteral("runuser"), QStringLiteral("-u"), QStringLiteral("postgres"),
-                                           QStringLiteral("--")} + cmd
-                             : cmd;
+        return getuid() == 0 ? QStringList{u"runuser"_s, u"-u"_s, u"postgres"_s, u"--"_s} + cmd : cmd;
     }
     int run(const QStringList &full) const
     {

@@ -16,6 +16,8 @@
 
 namespace reliability {
 
+using namespace Qt::StringLiterals;
+
 // Sizes of the concurrent runs: small by default, larger through scripts/stress.
 inline int envInt(const char *name, int fallback)
 {
@@ -55,23 +57,9 @@ public:
     {
         QElapsedTimer t;
         t.start();
-        for (;;) {
-            poll();
-            for (const QString &l : std::as_const(m_lines))
-                if (l.startsWith(prefix))
-                    return true;
-            if (m_process.state() == QProcess::NotRunning || t.elapsed() > ms) {
-                poll();
-                return std::any_of(m_lines.cbegin(), m_lines.cend(),
-                                   [&](const QString &l) { return l.startsWith(prefix); });
-            }
+        while (!has(prefix) && m_process.state() != QProcess::NotRunning && t.elapsed() <= ms)
             m_process.waitForReadyRead(100);
-        }
-    }
-    int countOf(const QString &prefix)
-    {
-        poll();
-        return int(std::count_if(m_lines.cbegin(), m_lines.cend(), [&](const QString &l) { return l.startsWith(prefix); }));
+        return has(prefix);
     }
     void go() { m_process.write("go\n"); }
     // Waits for the end; true when the process ended by itself with exit code 0.
@@ -79,7 +67,7 @@ public:
     {
         const bool ended = m_process.state() == QProcess::NotRunning || m_process.waitForFinished(ms);
         poll();
-        m_lines << QString::fromUtf8(m_process.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        m_lines << QString::fromUtf8(m_process.readAll()).split(u'\n', Qt::SkipEmptyParts);
         m_stderr = QString::fromUtf8(m_process.readAllStandardError());
         return ended && m_process.exitStatus() == QProcess::NormalExit && m_process.exitCode() == 0;
     }
@@ -96,7 +84,9 @@ public:
                 out << l;
         return out;
     }
-    QString report() { return lines().join(QLatin1Char('\n')) + QStringLiteral("\n[stderr]\n") + m_stderr; }
+    int countOf(const QString &prefix) { return int(linesStarting(prefix).size()); }
+    bool has(const QString &prefix) { return countOf(prefix) > 0; }
+    QString report() { return lines().join(u'\n') + u"\n[stderr]\n"_s + m_stderr; }
 
 private:
     QProcess m_process;
@@ -104,19 +94,22 @@ private:
     QString m_stderr;
 };
 
+// A driver's line starting with `prefix` has come, or its end with exit code 0; else the test
+// fails with what the driver printed.
+#define DRIVER_WAIT(d, ...) QVERIFY2((d).waitFor(__VA_ARGS__), qPrintable((d).report()))
+#define DRIVER_FINISH(d, ...) QVERIFY2((d).finish(__VA_ARGS__), qPrintable((d).report()))
+
 // A staff member of the area DOC with one contract, for one driver.
 inline void addStaff(tests::TempStore &db, const QString &cedula)
 {
-    db.execNative(QStringLiteral("INSERT INTO FUNCIONARIOS (FunCedula, FunNombres, FunApellidos, FunTelefonos, "
-                                 "FunDireccion, FunFacturador) VALUES (?, ?, ?, ?, ?, ?)"),
-                  {cedula, QStringLiteral("Usuario"), cedula, QStringLiteral("-"), QStringLiteral("-"), false});
-    db.execNative(QStringLiteral("INSERT INTO FUNCIONARIOS_INSTITUTOS (FunCedula, InsId, AreId, FunInsCategoria, "
-                                 "FunInsHoras_Semanales, FunInsValor_Hora, FunInsMoneda, FunInsInicio, FunInsFinal, "
-                                 "FunInsFinContrato) VALUES (?, 'CEN', 'DOC', 'A', 20, 350, 'Pesos Uruguayos', ?, ?, ?)"),
-                  {cedula, QDate(2020, 1, 1), QDate(2040, 12, 31), false});
+    db.execNative(u"INSERT INTO FUNCIONARIOS (FunCedula, FunNombres, FunApellidos, FunTelefonos, FunDireccion, "
+                  "FunFacturador) VALUES (?, ?, ?, ?, ?, ?)"_s, {cedula, u"Usuario"_s, cedula, u"-"_s, u"-"_s, false});
+    db.execNative(u"INSERT INTO FUNCIONARIOS_INSTITUTOS (FunCedula, InsId, AreId, FunInsCategoria, FunInsHoras_Semanales, "
+                  "FunInsValor_Hora, FunInsMoneda, FunInsInicio, FunInsFinal, FunInsFinContrato) VALUES (?, 'CEN', 'DOC', "
+                  "'A', 20, 350, 'Pesos Uruguayos', ?, ?, ?)"_s, {cedula, QDate(2020, 1, 1), QDate(2040, 12, 31), false});
 }
 
-inline QString staffCedula(int process) { return QStringLiteral("910000%1").arg(process, 2, 10, QLatin1Char('0')); }
+inline QString staffCedula(int process) { return u"910000%1"_s.arg(process, 2, 10, QLatin1Char('0')); }
 
 using tests::approvedClose;
 
@@ -135,28 +128,17 @@ inline QList<Entry> entriesOf(const QStringList &lines, const QString &cedula)
 {
     QList<Entry> out;
     for (const QString &l : lines) {
-        const QStringList f = l.split(QLatin1Char(' '));
-        if (f.value(0) != QLatin1String("OK") || f.size() < 9)
-            continue;
-        Entry e;
-        e.horId = f[2].toLongLong();
-        e.cedula = cedula;
-        e.date = QDate::fromString(f[3], Qt::ISODate);
-        e.hours = f[4].toDouble();
-        e.teaching = f[5] == QLatin1String("1");
-        e.rub = f[6];
-        e.mat = f[7];
-        e.turno = f[8];
-        out << e;
+        const QStringList f = l.split(u' ');
+        if (f.value(0) == u"OK"_s && f.size() >= 9)
+            out << Entry{f[2].toLongLong(), cedula, QDate::fromString(f[3], Qt::ISODate), f[4].toDouble(), f[5] == u"1"_s,
+                         f[6], f[7], f[8]};
     }
     return out;
 }
 
 // An hour row as the store holds it, in HORAS or in the archive.
 struct StoredRow {
-    QString table;
-    QString cedula;
-    QString area;
+    QString table, cedula, area;
     QDate date;
     double hours = 0;
 };
@@ -164,34 +146,23 @@ struct StoredRow {
 inline QMultiHash<qlonglong, StoredRow> hourRows(store::Connection &db)
 {
     QMultiHash<qlonglong, StoredRow> rows;
-    for (const char *table : {"HORAS", "HHORAS"}) {
-        const store::ResultSet rs = db.selectNative(
-            QStringLiteral("SELECT HorId, FunCedula, AreId, HorFecha, HorHoras FROM %1").arg(QLatin1String(table)));
-        for (const store::Row &r : rs.rows)
-            rows.insert(r.value(0).toLongLong(), StoredRow{QLatin1String(table), r.value(1).toString().trimmed(),
+    for (const QString &table : {u"HORAS"_s, u"HHORAS"_s})
+        for (const store::Row &r : db.selectNative(u"SELECT HorId, FunCedula, AreId, HorFecha, HorHoras FROM "_s + table).rows)
+            rows.insert(r.value(0).toLongLong(), StoredRow{table, r.value(1).toString().trimmed(),
                                                            r.value(2).toString().trimmed(), r.value(3).toDate(),
                                                            r.value(4).toDouble()});
-    }
     return rows;
 }
 
-inline QMultiHash<qlonglong, StoredRow> hourRows(tests::TempStore &db)
-{
-    return hourRows(db.conn());
-}
+inline QMultiHash<qlonglong, StoredRow> hourRows(tests::TempStore &db) { return hourRows(db.conn()); }
 
-struct Link {
-    QString rub, mat, turno;
-};
-
-inline QMultiHash<qlonglong, Link> links(store::Connection &db)
+// The teaching links, each "rub mat turno".
+inline QMultiHash<qlonglong, QString> links(store::Connection &db)
 {
-    QMultiHash<qlonglong, Link> out;
-    const store::ResultSet rs =
-        db.selectNative(QStringLiteral("SELECT HorId, RubId, MatId, HorRubMatTurno FROM HORAS_RUBROS_MATERIAS"));
-    for (const store::Row &r : rs.rows)
-        out.insert(r.value(0).toLongLong(),
-                   Link{r.value(1).toString().trimmed(), r.value(2).toString().trimmed(), r.value(3).toString().trimmed()});
+    QMultiHash<qlonglong, QString> out;
+    for (const store::Row &r : db.selectNative(u"SELECT HorId, RubId, MatId, HorRubMatTurno FROM HORAS_RUBROS_MATERIAS"_s).rows)
+        out.insert(r.value(0).toLongLong(), u"%1 %2 %3"_s.arg(r.value(1).toString().trimmed(), r.value(2).toString().trimmed(),
+                                                              r.value(3).toString().trimmed()));
     return out;
 }
 
@@ -210,34 +181,28 @@ inline QString checkEntries(store::Connection &db, const QList<Entry> &entries, 
         reported.insert(e.horId);
         const QList<StoredRow> found = rows.values(e.horId);
         if (found.size() != 1) {
-            problems << QStringLiteral("HorId %1 stands %2 times").arg(e.horId).arg(found.size());
+            problems << u"HorId %1 stands %2 times"_s.arg(e.horId).arg(found.size());
             continue;
         }
         const StoredRow &r = found.front();
         if (r.cedula != e.cedula || r.date != e.date || qAbs(r.hours - e.hours) > 1e-6)
-            problems << QStringLiteral("HorId %1 holds %2 %3 %4, typed %5 %6 %7")
-                            .arg(e.horId)
-                            .arg(r.cedula, r.date.toString(Qt::ISODate))
-                            .arg(r.hours)
-                            .arg(e.cedula, e.date.toString(Qt::ISODate))
-                            .arg(e.hours);
-        const QList<Link> l = linkRows.values(e.horId);
-        if (e.teaching) {
-            if (l.size() != 1 || l.front().rub != e.rub || l.front().mat != e.mat || l.front().turno != e.turno)
-                problems << QStringLiteral("HorId %1: teaching link wrong (%2 rows)").arg(e.horId).arg(l.size());
-        } else if (!l.isEmpty()) {
-            problems << QStringLiteral("HorId %1: a link on an entry that isn't teaching").arg(e.horId);
-        }
+            problems << u"HorId %1 holds %2 %3 %4, typed %5 %6 %7"_s.arg(e.horId)
+                            .arg(r.cedula, r.date.toString(Qt::ISODate)).arg(r.hours)
+                            .arg(e.cedula, e.date.toString(Qt::ISODate)).arg(e.hours);
+        const QStringList expected = e.teaching ? QStringList{e.rub + u' ' + e.mat + u' ' + e.turno} : QStringList();
+        if (linkRows.values(e.horId) != expected)
+            problems << u"HorId %1: teaching link wrong (%2, expected %3)"_s.arg(e.horId)
+                            .arg(linkRows.values(e.horId).join(u','), expected.join(u','));
     }
     for (auto it = rows.cbegin(); it != rows.cend(); ++it)
         if (cedulas.contains(it->cedula) && !reported.contains(it.key()) && !(unreported && unreported(*it)))
-            problems << QStringLiteral("HorId %1 of %2 stored but never reported").arg(it.key()).arg(it->cedula);
+            problems << u"HorId %1 of %2 stored but never reported"_s.arg(it.key()).arg(it->cedula);
     for (auto it = linkRows.cbegin(); it != linkRows.cend(); ++it)
         if (!rows.contains(it.key()))
-            problems << QStringLiteral("link of HorId %1 points at no entry").arg(it.key());
+            problems << u"link of HorId %1 points at no entry"_s.arg(it.key());
     if (problems.size() > 20)
-        problems = problems.mid(0, 20) << QStringLiteral("...");
-    return problems.join(QLatin1Char('\n'));
+        problems = problems.mid(0, 20) << u"..."_s;
+    return problems.join(u'\n');
 }
 
 inline QString checkEntries(tests::TempStore &db, const QList<Entry> &entries, const QStringList &cedulas)

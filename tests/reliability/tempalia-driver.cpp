@@ -64,6 +64,7 @@
 #include <string>
 #include <vector>
 
+using namespace Qt::StringLiterals;
 using tests::child;
 using tests::choose;
 using tests::type;
@@ -84,17 +85,31 @@ std::string waitForGo()
     return line;
 }
 
+// "READY", a line awaited on stdin, "PRESSING": the test decides when the user presses.
+void readyThenPress()
+{
+    say(u"READY"_s);
+    waitForGo();
+    say(u"PRESSING"_s);
+}
+
+QString oneLine(QString text)
+{
+    return text.replace(u'\n', u' ');
+}
+
 QString boxes(const ScriptedDialogs &dialogs)
 {
     QStringList texts = dialogs.texts();
     for (QString &t : texts)
-        t.replace(QLatin1Char('\n'), QLatin1Char(' '));
-    return texts.join(QStringLiteral(" | "));
+        t = oneLine(t);
+    return texts.join(u" | "_s);
 }
 
-void flushDeletes()
+// "SAVED" when no box was shown, else "ERROR" and what the boxes said.
+QString savedOrError(const ScriptedDialogs &dialogs)
 {
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    return dialogs.count() == 0 ? u"SAVED"_s : u"ERROR "_s + boxes(dialogs);
 }
 
 void chooseFixed(QWidget *w, const char *name, const QString &text)
@@ -107,17 +122,17 @@ void chooseFixed(QWidget *w, const char *name, const QString &text)
 // that the history of each process's changes can be told apart.
 void login(const QString &cedula, const QString &area, qint16 perId)
 {
-    tests::signIn(QStringLiteral("d") + cedula, cedula, area, perId);
+    tests::signIn(u"d"_s + cedula, cedula, area, perId);
     store::history::announceLogin(modPrincipal::session().login);
 }
 
-int entries(const QStringList &args)
+QString entries(const QStringList &args)
 {
     const QString cedula = args.value(0);
     const int count = args.value(1).toInt();
     const QDate first = QDate::fromString(args.value(2), Qt::ISODate);
     const QString stopFile = args.value(3);
-    login(cedula, QStringLiteral("DOC"), 5);
+    login(cedula, u"DOC"_s, 5);
     int failed = 0;
     int done = 0;
     for (int i = 0; i < count && (stopFile.isEmpty() || !QFile::exists(stopFile)); ++i, ++done) {
@@ -125,9 +140,10 @@ int entries(const QStringList &args)
         const bool teaching = i % 2 == 0;
         const QDate date = first.addDays(i / 4);
         const double hours = 1 + (i % 4) * 0.25;
-        const QString rub = QStringLiteral("CIE");
-        const QString mat = (i / 2) % 2 == 0 ? QStringLiteral("FIS") : QStringLiteral("MAT");
-        const QString turno = (i / 2) % 3 == 0 ? QStringLiteral("Mañana") : QStringLiteral("Noche");
+        const QString rub = u"CIE"_s;
+        const bool physics = (i / 2) % 2 == 0;
+        const QString mat = physics ? u"FIS"_s : u"MAT"_s;
+        const QString turno = (i / 2) % 3 == 0 ? u"Mañana"_s : u"Noche"_s;
         QPointer<frmRegistroHoras> w;
         QElapsedTimer saving;
         // A failure of the store in any step is shown as the program's error boundary shows
@@ -138,28 +154,15 @@ int entries(const QStringList &args)
             // rest of the entry is not typed and Guardar is not pressed.
             const std::vector<std::function<void()>> steps{
                 [&] { child<ui::DatePicker>(w, "dtpFechas_0")->chooseDate(date); },
-                [&] { choose(w, "dtcAreas", QStringLiteral("Docencia")); },
-                [&] { choose(w, "dtcActividades", teaching ? QStringLiteral("Clases") : QStringLiteral("Reuniones")); },
-                [&] { choose(w, "dtcDestinos", QStringLiteral("Cursos regulares")); },
-                [&] { choose(w, "dtcTipoHoras", QStringLiteral("Horas comunes")); },
-                [&] {
-                    type(child<QLineEdit>(w, "txtHoras"),
-                         QLocale(QLocale::Spanish, QLocale::Uruguay).toString(hours, 'f', 2));
-                },
-                [&] { chooseFixed(w, "cboMoneda", QStringLiteral("Pesos Uruguayos")); },
-                [&] {
-                    if (teaching)
-                        choose(w, "dtcRubros", QStringLiteral("Ciencias"));
-                },
-                [&] {
-                    if (teaching)
-                        choose(w, "dtcMaterias", mat == QLatin1String("FIS") ? QStringLiteral("Física")
-                                                                             : QStringLiteral("Matemática"));
-                },
-                [&] {
-                    if (teaching)
-                        chooseFixed(w, "cboTurno", turno);
-                },
+                [&] { choose(w, "dtcAreas", u"Docencia"_s); },
+                [&] { choose(w, "dtcActividades", teaching ? u"Clases"_s : u"Reuniones"_s); },
+                [&] { choose(w, "dtcDestinos", u"Cursos regulares"_s); },
+                [&] { choose(w, "dtcTipoHoras", u"Horas comunes"_s); },
+                [&] { type(child<QLineEdit>(w, "txtHoras"), QLocale(QLocale::Spanish, QLocale::Uruguay).toString(hours, 'f', 2)); },
+                [&] { chooseFixed(w, "cboMoneda", u"Pesos Uruguayos"_s); },
+                [&] { teaching ? choose(w, "dtcRubros", u"Ciencias"_s) : void(); },
+                [&] { teaching ? choose(w, "dtcMaterias", physics ? u"Física"_s : u"Matemática"_s) : void(); },
+                [&] { teaching ? chooseFixed(w, "cboTurno", turno) : void(); },
                 [&] {
                     saving.start();
                     QTest::mouseClick(child<QPushButton>(w, "cmdGuardar"), Qt::LeftButton);
@@ -175,31 +178,27 @@ int entries(const QStringList &args)
         }
         const double savedIn = saving.isValid() ? saving.nsecsElapsed() / 1e6 : -1;
         const QVariant horId = w ? w->storedHorId() : QVariant();
-        const bool stillOpen = w && w->isVisible();
-        if (dialogs.count() == 0 && !stillOpen && !horId.isNull()) {
-            say(QStringLiteral("OK %1 %2 %3 %4 %5 %6 %7 %8 %9 %10")
-                    .arg(i)
+        if (dialogs.count() == 0 && !(w && w->isVisible()) && !horId.isNull()) {
+            say(u"OK %1 %2 %3 %4 %5 %6 %7 %8 %9 %10"_s.arg(i)
                     .arg(horId.toLongLong())
                     .arg(date.toString(Qt::ISODate))
                     .arg(hours, 0, 'f', 2)
                     .arg(teaching ? 1 : 0)
-                    .arg(teaching ? rub : QStringLiteral("-"), teaching ? mat : QStringLiteral("-"),
-                         teaching ? turno : QStringLiteral("-"))
+                    .arg(teaching ? rub : u"-"_s, teaching ? mat : u"-"_s, teaching ? turno : u"-"_s)
                     .arg(QDateTime::currentMSecsSinceEpoch())
                     .arg(savedIn, 0, 'f', 2));
         } else {
             ++failed;
-            say(QStringLiteral("ERROR %1 %2 stored=%3").arg(i).arg(boxes(dialogs), horId.toString()));
+            say(u"ERROR %1 %2 stored=%3"_s.arg(i).arg(boxes(dialogs), horId.toString()));
         }
         if (w)
             w->close();
-        flushDeletes();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
-    say(QStringLiteral("DONE ok=%1 errors=%2").arg(done - failed).arg(failed));
-    return 0;
+    return u" ok=%1 errors=%2"_s.arg(done - failed).arg(failed);
 }
 
-int closeMonth(const QStringList &args)
+QString closeMonth(const QStringList &args)
 {
     const qlonglong id = args.value(0).toLongLong();
     login(args.value(2), args.value(1), 6);
@@ -207,91 +206,79 @@ int closeMonth(const QStringList &args)
     CierreMesJefeArea tab;
     tab.show();
     store::DataControl *adc = tab.adcCierreMeses();
-    auto *grid = child<ui::DataGrid>(&tab, "dtgCierreMeses");
     bool found = false;
     for (int r = 0; r < adc->recordCount() && !found; ++r) {
-        if (adc->valueAt(r, QStringLiteral("CieMesId")).toLongLong() == id) {
-            grid->clickRow(r);
-            found = adc->value(QStringLiteral("CieMesId")).toLongLong() == id;
+        if (adc->valueAt(r, u"CieMesId"_s).toLongLong() == id) {
+            child<ui::DataGrid>(&tab, "dtgCierreMeses")->clickRow(r);
+            found = adc->value(u"CieMesId"_s).toLongLong() == id;
         }
     }
     if (!found) {
-        say(QStringLiteral("ERROR row %1 not in the list").arg(id));
-    } else {
-        const bool again = args.value(3) == QLatin1String("again");
-        for (;;) {
-            dialogs.clearShown();
-            dialogs.answerNext(ui::Answer::Yes);
-            QElapsedTimer pressed;
-            pressed.start();
-            child<QPushButton>(&tab, "cmdCerrar")->click();
-            say(QStringLiteral("MS %1").arg(pressed.nsecsElapsed() / 1e6, 0, 'f', 2));
-            // The confirmation is the one box a good close shows.
-            if (dialogs.count() == 1 && dialogs.last().buttons == ui::Buttons::YesNo) {
-                say(QStringLiteral("CLOSED"));
-                break;
-            }
-            say(QStringLiteral("ERROR ") + boxes(dialogs));
-            if (!again)
-                break;
-            say(QStringLiteral("AGAIN"));
-            if (waitForGo() != "go")
-                break;
-        }
+        say(u"ERROR row %1 not in the list"_s.arg(id));
+        return {};
     }
-    say(QStringLiteral("DONE"));
-    return 0;
+    for (;;) {
+        dialogs.clearShown();
+        dialogs.answerNext(ui::Answer::Yes);
+        QElapsedTimer pressed;
+        pressed.start();
+        child<QPushButton>(&tab, "cmdCerrar")->click();
+        say(u"MS %1"_s.arg(pressed.nsecsElapsed() / 1e6, 0, 'f', 2));
+        // The confirmation is the one box a good close shows.
+        if (dialogs.count() == 1 && dialogs.last().buttons == ui::Buttons::YesNo) {
+            say(u"CLOSED"_s);
+            return {};
+        }
+        say(u"ERROR "_s + boxes(dialogs));
+        if (args.value(3) != u"again"_s)
+            return {};
+        say(u"AGAIN"_s);
+        if (waitForGo() != "go")
+            return {};
+    }
 }
 
-int editEntry(const QStringList &args)
+QString editEntry(const QStringList &args)
 {
-    login(QStringLiteral("11111111"), QStringLiteral("DOC"), 5);
+    login(u"11111111"_s, u"DOC"_s, 5);
     InstalledDialogs dialogs;
     QPointer<frmModificoHoras> w = frmModificoHoras::open(args.value(0).toInt());
     if (!w) {
-        say(QStringLiteral("ERROR ") + boxes(dialogs));
-        say(QStringLiteral("DONE"));
-        return 0;
+        say(u"ERROR "_s + boxes(dialogs));
+        return {};
     }
     type(child<QLineEdit>(w, "txtHoras"), args.value(1));
     if (args.size() > 2)
         child<ui::DatePicker>(w, "dtpFechas_0")->chooseDate(QDate::fromString(args.value(2), Qt::ISODate));
-    say(QStringLiteral("READY"));
-    waitForGo();
-    say(QStringLiteral("PRESSING"));
+    readyThenPress();
     QTest::mouseClick(child<QPushButton>(w, "cmdGuardar"), Qt::LeftButton);
-    say(dialogs.count() == 0 ? QStringLiteral("SAVED") : QStringLiteral("ERROR ") + boxes(dialogs));
-    say(w && w->isVisible() ? QStringLiteral("WINDOW open ") + child<QLineEdit>(w, "txtHoras")->text()
-                            : QStringLiteral("WINDOW closed"));
+    say(savedOrError(dialogs));
+    say(w && w->isVisible() ? u"WINDOW open "_s + child<QLineEdit>(w, "txtHoras")->text() : u"WINDOW closed"_s);
     if (w)
         w->close();
-    flushDeletes();
-    say(QStringLiteral("DONE"));
-    return 0;
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    return {};
 }
 
-int deleteEntry(const QStringList &args)
+QString deleteEntry(const QStringList &args)
 {
-    login(QStringLiteral("11111111"), QStringLiteral("DOC"), 5);
-    store::DataControl adc(QStringLiteral("adcMesActual"));
-    adc.setRecordSource(QStringLiteral("SELECT * FROM HORAS WHERE HORID=") + args.value(0));
+    login(u"11111111"_s, u"DOC"_s, 5);
+    store::DataControl adc(u"adcMesActual"_s);
+    adc.setRecordSource(u"SELECT * FROM HORAS WHERE HORID="_s + args.value(0));
     adc.refresh();
-    say(QStringLiteral("READY"));
-    waitForGo();
-    say(QStringLiteral("PRESSING"));
+    readyThenPress();
     try {
         adc.deleteCurrent();
-        say(QStringLiteral("DELETED"));
+        say(u"DELETED"_s);
     } catch (const store::StoreError &e) {
-        say(QStringLiteral("ERROR ") + QString(e.description()).replace(QLatin1Char('\n'), QLatin1Char(' ')));
+        say(u"ERROR "_s + oneLine(e.description()));
     }
-    say(QStringLiteral("DONE"));
-    return 0;
+    return {};
 }
 
-int newArea(const QStringList &args)
+QString newArea(const QStringList &args)
 {
-    login(QStringLiteral("33333333"), QStringLiteral("ADM"), 7);
+    login(u"33333333"_s, u"ADM"_s, 7);
     InstalledDialogs dialogs;
     auto *w = new frmMantAreas;
     QPointer<frmMantAreas> guard(w);
@@ -299,21 +286,16 @@ int newArea(const QStringList &args)
     child<QPushButton>(w, "cmdNuevo")->click();
     type(child<QLineEdit>(w, "txtCodigo"), args.value(0));
     type(child<QLineEdit>(w, "txtDescripcion"), args.value(1));
-    say(QStringLiteral("READY"));
-    waitForGo();
-    say(QStringLiteral("PRESSING"));
+    readyThenPress();
     child<QPushButton>(w, "cmdGuardar")->click();
-    say(dialogs.count() == 0 ? QStringLiteral("SAVED") : QStringLiteral("ERROR ") + boxes(dialogs));
-    if (guard && guard->isVisible() && !child<QPushButton>(w, "cmdNuevo")->isEnabled())
-        say(QStringLiteral("WINDOW open ") + child<QLineEdit>(w, "txtCodigo")->text());
-    else
-        say(QStringLiteral("WINDOW browsing"));
+    say(savedOrError(dialogs));
+    const bool holdsRow = guard && guard->isVisible() && !child<QPushButton>(w, "cmdNuevo")->isEnabled();
+    say(holdsRow ? u"WINDOW open "_s + child<QLineEdit>(w, "txtCodigo")->text() : u"WINDOW browsing"_s);
     delete guard.data();
-    say(QStringLiteral("DONE"));
-    return 0;
+    return {};
 }
 
-int logIn(const QStringList &args)
+QString logIn(const QStringList &args)
 {
     InstalledDialogs dialogs;
     std::unique_ptr<frmLogin> w;
@@ -329,11 +311,10 @@ int logIn(const QStringList &args)
         child<QPushButton>(w.get(), "cmdOK")->click();
     }
     if (w && w->LoginSucceeded)
-        say(QStringLiteral("LOGGED %1 %2").arg(modPrincipal::session().person).arg(modPrincipal::session().role));
+        say(u"LOGGED %1 %2"_s.arg(modPrincipal::session().person).arg(modPrincipal::session().role));
     else
-        say(QStringLiteral("ERROR ") + boxes(dialogs));
-    say(QStringLiteral("DONE"));
-    return 0;
+        say(u"ERROR "_s + boxes(dialogs));
+    return {};
 }
 
 }  // namespace
@@ -343,23 +324,19 @@ int main(int argc, char *argv[])
     ui::Application app(argc, argv);
     QStringList args = app.arguments().mid(1);
     const QString action = args.isEmpty() ? QString() : args.takeFirst();
+    // Each action's lines, then "DONE" and what the action adds to it.
+    const QHash<QString, QString (*)(const QStringList &)> actions{
+        {u"entry"_s, entries}, {u"close"_s, closeMonth}, {u"edit"_s, editEntry},
+        {u"delete"_s, deleteEntry}, {u"area"_s, newArea}, {u"login"_s, logIn}};
+    if (!actions.contains(action)) {
+        say(u"FATAL unknown action "_s + action);
+        return 2;
+    }
     try {
-        if (action == QLatin1String("entry"))
-            return entries(args);
-        if (action == QLatin1String("close"))
-            return closeMonth(args);
-        if (action == QLatin1String("edit"))
-            return editEntry(args);
-        if (action == QLatin1String("delete"))
-            return deleteEntry(args);
-        if (action == QLatin1String("area"))
-            return newArea(args);
-        if (action == QLatin1String("login"))
-            return logIn(args);
+        say(u"DONE"_s + actions.value(action)(args));
     } catch (const std::exception &e) {
-        say(QStringLiteral("FATAL ") + QString::fromStdString(e.what()).replace(QLatin1Char('\n'), QLatin1Char(' ')));
+        say(u"FATAL "_s + oneLine(QString::fromStdString(e.what())));
         return 3;
     }
-    say(QStringLiteral("FATAL unknown action ") + action);
-    return 2;
+    return 0;
 }

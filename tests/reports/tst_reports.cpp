@@ -32,6 +32,7 @@
 #include <QTest>
 #include <QToolButton>
 
+#include <functional>
 #include <map>
 
 using output::DisplayItem;
@@ -167,13 +168,14 @@ void checkPages(const ReportDocument &doc, const QString &pageHeaderText)
     QVERIFY(n >= 1);
     for (int i = 0; i < n; ++i) {
         const output::DisplayPage &page = doc.pages[std::size_t(i)];
+        const auto footer = [&](const char *source) {
+            return doc.texts(i, QStringLiteral("PageFooter"), source ? QString::fromLatin1(source) : QString());
+        };
         QVERIFY2(doc.texts(i, QStringLiteral("PageHeader")).contains(pageHeaderText), qPrintable(QString::number(i)));
-        QCOMPARE(doc.texts(i, QStringLiteral("PageFooter"), QStringLiteral("%p")), QStringList{QString::number(i + 1)});
-        QCOMPARE(doc.texts(i, QStringLiteral("PageFooter"), QStringLiteral("%P")), QStringList{QString::number(n)});
-        QVERIFY(doc.texts(i, QStringLiteral("PageFooter")).contains(QStringLiteral("de")));
-        QVERIFY(doc.texts(i, QStringLiteral("PageFooter")).contains(QStringLiteral("Número de página:")));
-        QCOMPARE(doc.texts(i, QStringLiteral("PageFooter"), QStringLiteral("%D")),
-                 QStringList{output::longDate(QDate::currentDate())});
+        QCOMPARE(footer("%p"), QStringList{QString::number(i + 1)});
+        QCOMPARE(footer("%P"), QStringList{QString::number(n)});
+        QCOMPARE(footer("%D"), QStringList{output::longDate(QDate::currentDate())});
+        QVERIFY(footer(nullptr).contains(QStringLiteral("de")) && footer(nullptr).contains(QStringLiteral("Número de página:")));
         int bottom = 0;
         for (const output::PlacedSection &s : page.sections) {
             QVERIFY2(s.top >= bottom, qPrintable(QStringLiteral("%1 overlaps on page %2").arg(s.name).arg(i + 1)));
@@ -523,28 +525,21 @@ void TestReports::longReportIsLaidOutInBatches()
     // Thousands of hour rows for one person, made by hand: the window opens on its first
     // page and lays out the rest from the event loop.
     auto hours = std::make_shared<store::ShapeRecordset>(
-        QStringLiteral("MesActual"),
-        QStringList{"HORFECHA", "HORSEMANA", "HORVALORHORA", "HORHORAS", "TIPDESCRIPCION", "DESDESCRIPCION",
-                    "ACTDESCRIPCION"});
+        QStringLiteral("MesActual"), QStringList{"HORFECHA", "HORSEMANA", "HORVALORHORA", "HORHORAS", "TIPDESCRIPCION",
+                                                 "DESDESCRIPCION", "ACTDESCRIPCION"});
     const int rows = 6000;
     for (int i = 0; i < rows; ++i)
-        hours->append({store::Row{QDate(2024, 1, 1).addDays(i / 20), qlonglong(1 + i / 140), 300.0, 1.0,
-                                  QStringLiteral("Horas comunes"),
-                                  i % 50 ? QStringLiteral("Gestión")
-                                         : QStringLiteral("Destino con un nombre que no cabe en su columna"),
-                                  QStringLiteral("Clases")},
-                       {}});
+        hours->append({store::Row{QDate(2024, 1, 1).addDays(i / 20), qlonglong(1 + i / 140), 300.0, 1.0, QStringLiteral("Horas comunes"),
+                                  i % 50 ? QStringLiteral("Gestión") : QStringLiteral("Destino con un nombre que no cabe en su columna"),
+                                  QStringLiteral("Clases")}, {}});
     auto groups = std::make_shared<store::ShapeRecordset>(
         QStringLiteral("MesActual_Grouping"), QStringList{"AREDESCRIPCION", "FUNCEDULA", "SumaHoras", "MesActual"},
         QStringList{"MesActual"});
-    groups->append({store::Row{QStringLiteral("Docencia"), QStringLiteral("11111111"), double(rows), QVariant()},
-                    {hours}});
+    groups->append({store::Row{QStringLiteral("Docencia"), QStringLiteral("11111111"), double(rows), QVariant()}, {hours}});
     auto staff = std::make_shared<store::ShapeRecordset>(
-        QStringLiteral("Funcionarios"),
-        QStringList{"FunCedula", "FunNombres", "FunApellidos", "MesActual_Grouping"},
+        QStringLiteral("Funcionarios"), QStringList{"FunCedula", "FunNombres", "FunApellidos", "MesActual_Grouping"},
         QStringList{"MesActual_Grouping"});
-    staff->append({store::Row{QStringLiteral("11111111"), QStringLiteral("Ana"), QStringLiteral("Pérez"), QVariant()},
-                   {groups}});
+    staff->append({store::Row{QStringLiteral("11111111"), QStringLiteral("Ana"), QStringLiteral("Pérez"), QVariant()}, {groups}});
 
     output::ReportPreview preview(output::monthReportLayout(), staff);
     preview.show();
@@ -619,23 +614,23 @@ void TestReports::textIsDrawnAndMeasuredAsLaidOut()
 
     const double scale = 0.1;  // pixels per twip
     const QSize size(int(doc.pageSize.width() * scale), int(doc.pageSize.height() * scale));
-    QImage painted(size, QImage::Format_RGB32);
-    painted.fill(Qt::white);
-    {
-        QPainter p(&painted);
-        output::paintPage(p, doc, 0, scale);
-    }
-    QImage expected(size, QImage::Format_RGB32);
-    expected.fill(Qt::white);
-    {
-        QPainter p(&expected);
+    // Where the ink of a white page lands once `paint` has drawn on it.
+    const auto inkOf = [&](const std::function<void(QPainter &)> &paint) {
+        QImage image(size, QImage::Format_RGB32);
+        image.fill(Qt::white);
+        QPainter p(&image);
+        paint(p);
+        p.end();
+        return inkBox(image);
+    };
+    const QRect got = inkOf([&](QPainter &p) { output::paintPage(p, doc, 0, scale); });
+    const QRect want = inkOf([&](QPainter &p) {
         p.scale(scale, scale);
         p.setRenderHint(QPainter::TextAntialiasing, true);
         p.setFont(qfont);
         p.setClipRect(rect);
         p.drawText(rect, (alignment ? alignment : int(Qt::AlignLeft | Qt::AlignVCenter)) | Qt::TextSingleLine, text);
-    }
-    const QRect got = inkBox(painted), want = inkBox(expected);
+    });
     QCOMPARE(got.isEmpty(), want.isEmpty());
     const auto near = [](int a, int b) { return std::abs(a - b) <= 2; };
     QVERIFY2(near(got.left(), want.left()) && near(got.right(), want.right()) && near(got.top(), want.top())

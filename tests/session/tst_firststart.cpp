@@ -120,10 +120,8 @@ private slots:
 
     void personalStore_data();
     void personalStore();
-    void refusedInput_data();
-    void refusedInput();
-    void existingStoreKept();
-    void failedFillTakenBack();
+    void refused_data();
+    void refused();
     void sharedServer();
     void mainStartUp_data();
     void mainStartUp();
@@ -173,85 +171,45 @@ void TestFirstStart::personalStore()
     QVERIFY(logsIn(QStringLiteral("directora"), QStringLiteral("s3creta")));
 }
 
-// Input the window refuses before it writes anything: the window stays open with what was
-// typed and the field at fault has the focus.
-void TestFirstStart::refusedInput_data()
+// A refused first start writes nothing and keeps the window open with what was typed:
+// input refused before anything is written (the field at fault gets the focus), a file
+// already where the personal store would go (never replaced), and a failure once the
+// tables are in (everything taken back; the same window then succeeds).
+void TestFirstStart::refused_data()
 {
     QTest::addColumn<QString>("login");
     QTest::addColumn<QString>("password");
     QTest::addColumn<QString>("again");
+    QTest::addColumn<QString>("case_");  // "", "existing store" or "failing fill"
     QTest::addColumn<QString>("message");
     QTest::addColumn<QString>("focus");
-    QTest::newRow("no login") << "   " << "clave" << "clave" << "Escriba el login del administrador." << "txtLogin";
-    QTest::newRow("no password") << "admin" << "" << "" << "Escriba una contraseña para el administrador."
-                                 << "txtPassword";
-    QTest::newRow("passwords differ") << "admin" << "clave" << "Clave"
-                                      << "Las dos contraseñas no coinciden: escríbala de nuevo en \"Repita la "
-                                         "contraseña\"."
-                                      << "txtConfirmar";
+    QTest::newRow("no login") << "   " << "clave" << "clave" << "" << "Escriba el login del administrador." << "txtLogin";
+    QTest::newRow("no password") << "admin" << "" << "" << "" << "Escriba una contraseña para el administrador." << "txtPassword";
+    QTest::newRow("passwords differ") << "admin" << "clave" << "Clave" << ""
+        << "Las dos contraseñas no coinciden: escríbala de nuevo en \"Repita la contraseña\"." << "txtConfirmar";
+    QTest::newRow("existing store") << "admin" << "clave" << "clave" << "existing store"
+        << "No se creó la base de datos personal: Ya existe el archivo %1: no se reemplaza." << "";
+    QTest::newRow("failing fill") << "admin" << "clave" << "clave" << "failing fill"
+        << "No se creó la base de datos personal: disco lleno" << "";
 }
 
-void TestFirstStart::refusedInput()
+void TestFirstStart::refused()
 {
     QFETCH(QString, login);
     QFETCH(QString, password);
     QFETCH(QString, again);
+    QFETCH(QString, case_);
     QFETCH(QString, message);
     QFETCH(QString, focus);
     NewUser user;
     user.writeIni(kOtherSources);
-    InstalledDialogs dialogs;
-
-    FirstStartWindow w(storetool::createWithAdministrator);
-    w.show();
-    QApplication::setActiveWindow(&w);
-    fillPersonal(&w, login, password, again);
-    click(&w, "cmdContinuar");
-
-    QCOMPARE(dialogs.texts(), QStringList{message});
-    QVERIFY(w.isVisible());
-    QCOMPARE(QApplication::focusWidget()->objectName(), focus);
-    QCOMPARE(child<QLineEdit>(&w, "txtLogin")->text(), login);
-    QCOMPARE(user.ini(), kOtherSources);
-    QVERIFY(!QFileInfo::exists(QFileInfo(user.storeFile()).path()));
-}
-
-// A file already where the personal store would go is never replaced, nor is the data
-// source registered; the window stays open.
-void TestFirstStart::existingStoreKept()
-{
-    NewUser user;
-    user.writeIni(kOtherSources);
     const QByteArray old = "SQLite format 3\0 someone's earlier store";
-    NewUser::write(user.storeFile(), old);
+    const bool existing = case_ == QLatin1String("existing store");
+    if (existing)
+        NewUser::write(user.storeFile(), old);
     InstalledDialogs dialogs;
-
-    FirstStartWindow w(storetool::createWithAdministrator);
-    w.show();
-    fillPersonal(&w, QStringLiteral("admin"), QStringLiteral("clave"), QStringLiteral("clave"));
-    click(&w, "cmdContinuar");
-
-    QCOMPARE(dialogs.count(), 1);
-    QCOMPARE(dialogs.last().text, QStringLiteral("No se creó la base de datos personal: Ya existe el archivo %1: no se "
-                                                 "reemplaza.")
-                                      .arg(user.storeFile()));
-    QCOMPARE(dialogs.last().icon, ui::Icon::Exclamation);
-    QVERIFY(w.isVisible());
-    QCOMPARE(NewUser::read(user.storeFile()), old);
-    QCOMPARE(user.ini(), kOtherSources);
-    QVERIFY(!store::datasources::defined(QStringLiteral("RRHHODBC")));
-}
-
-// A failure once the tables are in takes everything back: no store file, no folder of
-// ours, the data source file as it was. The same window then succeeds.
-void TestFirstStart::failedFillTakenBack()
-{
-    NewUser user;
-    user.writeIni(kOtherSources);
-    InstalledDialogs dialogs;
-    bool fail = true;
+    bool fail = case_ == QLatin1String("failing fill");
     bool tablesWereIn = false;
-
     FirstStartWindow w([&](store::Connection &conn, const QString &login, const QString &password) {
         storetool::create(conn);
         tablesWereIn = !store::setup::existingTables(conn).isEmpty();
@@ -260,16 +218,26 @@ void TestFirstStart::failedFillTakenBack()
         storetool::admin(conn, login, password);
     });
     w.show();
-    fillPersonal(&w, QStringLiteral("admin"), QStringLiteral("clave"), QStringLiteral("clave"));
+    QApplication::setActiveWindow(&w);
+    fillPersonal(&w, login, password, again);
     click(&w, "cmdContinuar");
 
-    QVERIFY(tablesWereIn);
-    QCOMPARE(dialogs.texts(), QStringList{QStringLiteral("No se creó la base de datos personal: disco lleno")});
+    QCOMPARE(dialogs.texts(), QStringList{message.arg(user.storeFile())});
     QVERIFY(w.isVisible());
+    if (!focus.isEmpty())
+        QCOMPARE(QApplication::focusWidget()->objectName(), focus);
+    QCOMPARE(child<QLineEdit>(&w, "txtLogin")->text(), login);
     QCOMPARE(user.ini(), kOtherSources);
-    QVERIFY(!QFileInfo::exists(QFileInfo(user.storeFile()).path()));
     QVERIFY(!store::datasources::defined(QStringLiteral("RRHHODBC")));
-
+    if (existing) {
+        QCOMPARE(dialogs.last().icon, ui::Icon::Exclamation);
+        QCOMPARE(NewUser::read(user.storeFile()), old);
+        return;
+    }
+    QVERIFY(!QFileInfo::exists(QFileInfo(user.storeFile()).path()));
+    if (!fail)
+        return;
+    QVERIFY(tablesWereIn);
     fail = false;
     click(&w, "cmdContinuar");
     QCOMPARE(w.result(), int(QDialog::Accepted));
@@ -319,15 +287,10 @@ void TestFirstStart::mainStartUp_data()
     QTest::addColumn<QStringList>("windows");
     QTest::addColumn<bool>("ended");
     QTest::addColumn<int>("role");
-    QTest::newRow("defined: straight to the login")
-        << true << "" << QStringList{QStringLiteral("frmLogin")} << true << 0;
-    QTest::newRow("not defined, Cancel") << false << "cancel" << QStringList{QStringLiteral("FirstStartWindow")}
-                                         << true << 0;
-    QTest::newRow("not defined, Esc") << false << "esc" << QStringList{QStringLiteral("FirstStartWindow")} << true
-                                      << 0;
-    QTest::newRow("not defined, personal store")
-        << false << "personal" << QStringList{QStringLiteral("FirstStartWindow"), QStringLiteral("frmLogin")} << false
-        << 7;
+    QTest::newRow("defined: straight to the login") << true << "" << QStringList{"frmLogin"} << true << 0;
+    QTest::newRow("not defined, Cancel") << false << "cancel" << QStringList{"FirstStartWindow"} << true << 0;
+    QTest::newRow("not defined, Esc") << false << "esc" << QStringList{"FirstStartWindow"} << true << 0;
+    QTest::newRow("not defined, personal store") << false << "personal" << QStringList{"FirstStartWindow", "frmLogin"} << false << 7;
 }
 
 void TestFirstStart::mainStartUp()

@@ -8,7 +8,10 @@
 #include "store/SqlTokenizer.h"
 #include "ui/Application.h"
 
+#include <QRegularExpression>
 #include <QTest>
+
+using namespace Qt::StringLiterals;
 
 using store::Backend;
 using store::ColumnKind;
@@ -17,46 +20,33 @@ namespace {
 
 QString kindName(ColumnKind kind)
 {
-    switch (kind) {
-    case ColumnKind::Text: return QStringLiteral("text");
-    case ColumnKind::Integer: return QStringLiteral("integer");
-    case ColumnKind::Decimal: return QStringLiteral("decimal");
-    case ColumnKind::Date: return QStringLiteral("date");
-    case ColumnKind::Time: return QStringLiteral("time");
-    case ColumnKind::YesNo: return QStringLiteral("yes/no");
-    }
-    return {};
+    static const char *const names[] = {"text", "integer", "decimal", "date", "time", "yes/no"};
+    static_assert(int(ColumnKind::Text) == 0 && int(ColumnKind::YesNo) == 5);
+    return QString::fromLatin1(names[int(kind)]);
 }
 
 // A column as "name kind[(limit)] [required]", names in lower case (PostgreSQL folds them).
 QString describe(const QString &name, const QString &kind, int limit, bool required)
 {
-    QString text = name.toLower() + QLatin1Char(' ') + kind;
-    if (limit > 0)
-        text += QStringLiteral("(%1)").arg(limit);
-    if (required)
-        text += QStringLiteral(" required");
-    return text;
+    return name.toLower() + u' ' + kind + (limit > 0 ? u"(%1)"_s.arg(limit) : QString()) +
+           (required ? u" required"_s : QString());
 }
 
 // The declared type of a column as the backend reports it, in the catalogue's terms.
 QString kindOfType(QString type)
 {
     type = type.toLower();
-    if (type.startsWith(QLatin1String("varchar")) || type.startsWith(QLatin1String("character varying")) ||
-        type == QLatin1String("text"))
-        return kindName(ColumnKind::Text);
-    if (type == QLatin1String("integer"))
-        return kindName(ColumnKind::Integer);
-    if (type == QLatin1String("double") || type == QLatin1String("double precision") || type == QLatin1String("real"))
-        return kindName(ColumnKind::Decimal);
-    if (type == QLatin1String("date"))
-        return kindName(ColumnKind::Date);
-    if (type.startsWith(QLatin1String("time")))
-        return kindName(ColumnKind::Time);
-    if (type == QLatin1String("boolean"))
-        return kindName(ColumnKind::YesNo);
-    return QStringLiteral("unknown type ") + type;
+    const QList<std::pair<QRegularExpression, ColumnKind>> kinds{
+        {QRegularExpression(u"^(varchar|character varying|text$)"_s), ColumnKind::Text},
+        {QRegularExpression(u"^integer$"_s), ColumnKind::Integer},
+        {QRegularExpression(u"^(double|double precision|real)$"_s), ColumnKind::Decimal},
+        {QRegularExpression(u"^date$"_s), ColumnKind::Date},
+        {QRegularExpression(u"^time"_s), ColumnKind::Time},
+        {QRegularExpression(u"^boolean$"_s), ColumnKind::YesNo}};
+    for (const auto &[pattern, kind] : kinds)
+        if (pattern.match(type).hasMatch())
+            return kindName(kind);
+    return u"unknown type "_s + type;
 }
 
 // "VARCHAR(12)" -> 12, read through the statement lexer.
@@ -114,17 +104,15 @@ private slots:
     void storeHasNoTableTheCatalogueLacks()
     {
         const QString sql = m_store->backend() == Backend::SQLite
-                                ? QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT "
-                                                 "LIKE 'sqlite\\_%' ESCAPE '\\'")
-                                : QStringLiteral("SELECT table_name FROM information_schema.tables WHERE table_schema = "
-                                                 "current_schema() AND table_type = 'BASE TABLE'");
+                                ? u"SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'"_s
+                                : u"SELECT table_name FROM information_schema.tables WHERE table_schema = current_schema() "
+                                  "AND table_type = 'BASE TABLE'"_s;
         QStringList unknown;
         for (const store::Row &row : m_store->selectNative(sql).rows)
             if (!store::tableInfo(row.value(0).toString()) &&
                 !store::storeOwnedTables().contains(row.value(0).toString(), Qt::CaseInsensitive))
                 unknown << row.value(0).toString();
-        QVERIFY2(unknown.isEmpty(), qPrintable(QStringLiteral("tables missing from the catalogue: ") +
-                                               unknown.join(QStringLiteral(", "))));
+        QVERIFY2(unknown.isEmpty(), qPrintable(u"tables missing from the catalogue: "_s + unknown.join(u", "_s)));
     }
 
     // A result column has the kind of the column it comes from: a count named after a
@@ -134,25 +122,21 @@ private slots:
         QTest::addColumn<QString>("statement");
         QTest::addColumn<QString>("column");
         QTest::addColumn<int>("type");
-
+        const int count = QMetaType::LongLong, yesNo = QMetaType::Bool;
         QTest::newRow("count named as a yes/no column")
-            << "SELECT COUNT(*) AS FunFacturador FROM FUNCIONARIOS" << "FunFacturador" << int(QMetaType::LongLong);
+            << "SELECT COUNT(*) AS FunFacturador FROM FUNCIONARIOS" << "FunFacturador" << count;
         QTest::newRow("count named as a date column")
-            << "SELECT COUNT(*) AS FunInsInicio FROM FUNCIONARIOS_INSTITUTOS" << "FunInsInicio"
-            << int(QMetaType::LongLong);
+            << "SELECT COUNT(*) AS FunInsInicio FROM FUNCIONARIOS_INSTITUTOS" << "FunInsInicio" << count;
         QTest::newRow("yes/no column given another name")
-            << "SELECT F.FunFacturador AS [Factura] FROM FUNCIONARIOS F" << "Factura" << int(QMetaType::Bool);
-        QTest::newRow("yes/no column through a star") << "SELECT * FROM FUNCIONARIOS" << "FunFacturador"
-                                                      << int(QMetaType::Bool);
+            << "SELECT F.FunFacturador AS [Factura] FROM FUNCIONARIOS F" << "Factura" << yesNo;
+        QTest::newRow("yes/no column through a star") << "SELECT * FROM FUNCIONARIOS" << "FunFacturador" << yesNo;
         QTest::newRow("date column through an alias's star")
             << "SELECT H.*, F.FUNNOMBRES FROM HORAS H, FUNCIONARIOS F WHERE H.FUNCEDULA = F.FUNCEDULA" << "HorFecha"
             << int(QMetaType::QDate);
         QTest::newRow("yes/no column through a subquery")
-            << "SELECT G.FunFacturador AS Factura FROM (SELECT F.* FROM FUNCIONARIOS F) G" << "Factura"
-            << int(QMetaType::Bool);
+            << "SELECT G.FunFacturador AS Factura FROM (SELECT F.* FROM FUNCIONARIOS F) G" << "Factura" << yesNo;
         QTest::newRow("count through a subquery, named as a yes/no column")
-            << "SELECT N.FunFacturador FROM (SELECT COUNT(*) AS FunFacturador FROM FUNCIONARIOS) N" << "FunFacturador"
-            << int(QMetaType::LongLong);
+            << "SELECT N.FunFacturador FROM (SELECT COUNT(*) AS FunFacturador FROM FUNCIONARIOS) N" << "FunFacturador" << count;
         QTest::newRow("text column named as a number column")
             << "SELECT FUNCEDULA AS HorHoras FROM FUNCIONARIOS" << "HorHoras" << int(QMetaType::QString);
     }
@@ -165,7 +149,7 @@ private slots:
         const store::ResultSet rs = m_store->select(statement);
         QVERIFY(!rs.rows.empty());
         const QVariant v = rs.value(0, column);
-        QVERIFY2(!v.isNull(), qPrintable(column + QStringLiteral(" is Null")));
+        QVERIFY2(!v.isNull(), qPrintable(column + u" is Null"_s));
         QCOMPARE(v.typeId(), type);
     }
 
@@ -174,47 +158,38 @@ private:
     {
         Reported r;
         if (m_store->backend() == Backend::SQLite) {
-            const auto columns = m_store->selectNative(
-                QStringLiteral("SELECT name, type, \"notnull\", pk FROM pragma_table_info(?) ORDER BY cid"), {table});
-            QList<QPair<int, QString>> key;
-            for (const store::Row &c : columns.rows) {
+            QMap<int, QString> key;
+            for (const store::Row &c : m_store->selectNative(u"SELECT name, type, \"notnull\", pk FROM "
+                                                             "pragma_table_info(?) ORDER BY cid"_s, {table}).rows) {
                 const QString type = c.value(1).toString();
-                const bool inKey = c.value(3).toInt() > 0;
+                const int inKey = c.value(3).toInt();
                 // An INTEGER PRIMARY KEY is the row id, which is never Null whatever it says.
-                const bool required = c.value(2).toInt() != 0 || inKey;
-                r.columns << describe(c.value(0).toString(), kindOfType(type.section(QLatin1Char('('), 0, 0).trimmed()),
-                                      limitOfSqliteType(type), required);
-                if (inKey)
-                    key << qMakePair(c.value(3).toInt(), c.value(0).toString().toLower());
+                r.columns << describe(c.value(0).toString(), kindOfType(type.section(u'(', 0, 0).trimmed()),
+                                      limitOfSqliteType(type), c.value(2).toInt() != 0 || inKey > 0);
+                if (inKey > 0)
+                    key.insert(inKey, c.value(0).toString().toLower());
             }
-            std::sort(key.begin(), key.end());
-            for (const auto &k : key)
-                r.key << k.second;
-            const auto ddl = m_store->selectNative(
-                QStringLiteral("SELECT sql FROM sqlite_master WHERE type = 'table' AND name = ?"), {table});
-            if (!ddl.rows.empty())
-                for (const store::SqlToken &t : store::SqlTokenizer::significant(ddl.rows.front().value(0).toString()))
-                    r.storeAssignsKey = r.storeAssignsKey || t.isWord(u"AUTOINCREMENT");
+            r.key = key.values();
+            const QString ddl = m_store->scalar(u"SELECT sql FROM sqlite_master WHERE type = 'table' AND name = ?"_s, {table})
+                                    .toString();
+            for (const store::SqlToken &t : store::SqlTokenizer::significant(ddl))
+                r.storeAssignsKey = r.storeAssignsKey || t.isWord(u"AUTOINCREMENT");
             return r;
         }
-        const auto columns = m_store->selectNative(
-            QStringLiteral("SELECT column_name, data_type, is_nullable, character_maximum_length, column_default "
-                           "FROM information_schema.columns WHERE table_schema = current_schema() AND table_name = ? "
-                           "ORDER BY ordinal_position"),
-            {table.toLower()});
-        for (const store::Row &c : columns.rows) {
+        for (const store::Row &c : m_store->selectNative(u"SELECT column_name, data_type, is_nullable, "
+                                                         "character_maximum_length, column_default FROM "
+                                                         "information_schema.columns WHERE table_schema = current_schema() "
+                                                         "AND table_name = ? ORDER BY ordinal_position"_s,
+                                                         {table.toLower()}).rows) {
             r.columns << describe(c.value(0).toString(), kindOfType(c.value(1).toString()), c.value(3).toInt(),
-                                  c.value(2).toString() == QLatin1String("NO"));
-            r.storeAssignsKey = r.storeAssignsKey || c.value(4).toString().startsWith(QLatin1String("nextval("));
+                                  c.value(2).toString() == u"NO"_s);
+            r.storeAssignsKey = r.storeAssignsKey || c.value(4).toString().startsWith(u"nextval("_s);
         }
-        const auto key = m_store->selectNative(
-            QStringLiteral("SELECT k.column_name FROM information_schema.table_constraints c JOIN "
-                           "information_schema.key_column_usage k ON k.constraint_name = c.constraint_name AND "
-                           "k.table_schema = c.table_schema AND k.table_name = c.table_name WHERE c.table_schema = "
-                           "current_schema() AND c.table_name = ? AND c.constraint_type = 'PRIMARY KEY' ORDER BY "
-                           "k.ordinal_position"),
-            {table.toLower()});
-        for (const store::Row &k : key.rows)
+        for (const store::Row &k : m_store->selectNative(
+                 u"SELECT k.column_name FROM information_schema.table_constraints c JOIN information_schema.key_column_usage "
+                 "k ON k.constraint_name = c.constraint_name AND k.table_schema = c.table_schema AND k.table_name = "
+                 "c.table_name WHERE c.table_schema = current_schema() AND c.table_name = ? AND c.constraint_type = "
+                 "'PRIMARY KEY' ORDER BY k.ordinal_position"_s, {table.toLower()}).rows)
             r.key << k.value(0).toString().toLower();
         return r;
     }

@@ -12,6 +12,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using store::StoreError;
 using Fault = store::StoreError::Fault;
 Q_DECLARE_METATYPE(store::StoreError::Fault)
@@ -23,7 +25,7 @@ class ExtraDataSources {
 public:
     explicit ExtraDataSources(const QString &sections)
     {
-        m_path = tests::testOdbcDir() + QStringLiteral("/odbc.ini");
+        m_path = tests::testOdbcDir() + u"/odbc.ini"_s;
         QFile f(m_path);
         if (f.open(QIODevice::ReadOnly))
             m_saved = f.readAll();
@@ -43,13 +45,13 @@ private:
     QByteArray m_saved;
 };
 
-QString pgSection(const QString &name, const QString &user, int port = 0)
+QString pgSection(const QString &name, const QString &user, int port = 0, const QString &database = {})
 {
-    return QStringLiteral("\n[%1]\nDriver=PostgreSQL Unicode\nServername=%2\nPort=%3\nDatabase=%4\nUsername=%5\n"
-                          "Password=\nBoolsAsChar=0\nUseDeclareFetch=1\n\n")
+    return u"\n[%1]\nDriver=PostgreSQL Unicode\nServername=%2\nPort=%3\nDatabase=%4\nUsername=%5\nPassword=\n"
+           "BoolsAsChar=0\nUseDeclareFetch=1\n\n"_s
         .arg(name, qEnvironmentVariable("TEMPALIA_PG_HOST"),
              port ? QString::number(port) : qEnvironmentVariable("TEMPALIA_PG_PORT"),
-             qEnvironmentVariable("TEMPALIA_PG_DB", QStringLiteral("postgres")), user);
+             database.isEmpty() ? qEnvironmentVariable("TEMPALIA_PG_DB", u"postgres"_s) : database, user);
 }
 
 }  // namespace
@@ -113,80 +115,70 @@ void TestStoreFaults::faultIsSaidInSpanish()
     QFETCH(QString, serverWords);
     tests::TempStore db;
     QTemporaryDir dir;
-    const QString file = dir.path() + QStringLiteral("/otra.sqlite");
-    ExtraDataSources sources(
-        QStringLiteral("\n[BROKEN]\nDriver=SQLite3\nDatabase=%1\n\n").arg(file) +
-        (tests::testBackend() == store::Backend::PostgreSQL
-             ? pgSection(QStringLiteral("NOSERVER"), qEnvironmentVariable("TEMPALIA_PG_USER"), tests::freePort()) +
-                   pgSection(QStringLiteral("NOLOGIN"), QStringLiteral("nadie")) +
-                   pgSection(QStringLiteral("LIMITED"), QStringLiteral("tempalia_limitado"))
-             : QString()));
+    const QString file = dir.path() + u"/otra.sqlite"_s;
+    ExtraDataSources sources(u"\n[BROKEN]\nDriver=SQLite3\nDatabase=%1\n\n"_s.arg(file) +
+                             (tests::testBackend() == store::Backend::PostgreSQL
+                                  ? pgSection(u"NOSERVER"_s, qEnvironmentVariable("TEMPALIA_PG_USER"), tests::freePort()) +
+                                        pgSection(u"NOLOGIN"_s, u"nadie"_s)
+                                  : QString()));
     auto insertArea = [&](store::Connection &c, const QVariant &key, const QString &description) {
-        c.executeNative(QStringLiteral("INSERT INTO AREAS (AreId, AreDescripcion) VALUES (?, ?)"), {key, description});
+        c.executeNative(u"INSERT INTO AREAS (AreId, AreDescripcion) VALUES (?, ?)"_s, {key, description});
     };
 
     std::optional<StoreError> caught;
     try {
-        if (fault == QLatin1String("nodsn")) {
-            store::Connection::open(QStringLiteral("DSN=NOPE"));
-        } else if (fault == QLatin1String("readonly")) {
-            db.conn().executeNative(QStringLiteral("PRAGMA query_only=ON"));
-            auto restore = qScopeGuard([&] { db.conn().executeNative(QStringLiteral("PRAGMA query_only=OFF")); });
-            QCOMPARE(db.scalar(QStringLiteral("PRAGMA query_only")).toInt(), 1);
-            insertArea(db.conn(), QStringLiteral("RO"), QStringLiteral("Solo lectura"));
-        } else if (fault == QLatin1String("full")) {
-            db.conn().executeNative(QStringLiteral("CREATE TABLE FILL (t TEXT)"));
-            const int pages = db.scalar(QStringLiteral("PRAGMA page_count")).toInt();
-            db.scalar(QStringLiteral("PRAGMA max_page_count=%1").arg(pages + 2));
+        if (fault == u"nodsn"_s) {
+            store::Connection::open(u"DSN=NOPE"_s);
+        } else if (fault == u"readonly"_s) {
+            db.conn().executeNative(u"PRAGMA query_only=ON"_s);
+            auto restore = qScopeGuard([&] { db.conn().executeNative(u"PRAGMA query_only=OFF"_s); });
+            QCOMPARE(db.scalar(u"PRAGMA query_only"_s).toInt(), 1);
+            insertArea(db.conn(), u"RO"_s, u"Solo lectura"_s);
+        } else if (fault == u"full"_s) {
+            db.conn().executeNative(u"CREATE TABLE FILL (t TEXT)"_s);
+            const int pages = db.scalar(u"PRAGMA page_count"_s).toInt();
+            db.scalar(u"PRAGMA max_page_count=%1"_s.arg(pages + 2));
             for (int i = 0; i < 50; ++i)
-                db.conn().executeNative(QStringLiteral("INSERT INTO FILL VALUES (?)"), {QString(20000, QLatin1Char('x'))});
-        } else if (fault == QLatin1String("notadb")) {
+                db.conn().executeNative(u"INSERT INTO FILL VALUES (?)"_s, {QString(20000, u'x')});
+        } else if (fault == u"notadb"_s) {
             QFile garbage(file);
             QVERIFY(garbage.open(QIODevice::WriteOnly));
             garbage.write(QByteArray(8192, 'z'));
             garbage.close();
-            auto conn = store::Connection::open(QStringLiteral("DSN=BROKEN"));
-            conn->selectNative(QStringLiteral("SELECT * FROM sqlite_master"));
-        } else if (fault == QLatin1String("unreachable")) {
-            store::Connection::open(QStringLiteral("DSN=NOSERVER"));
-        } else if (fault == QLatin1String("login")) {
-            store::Connection::open(QStringLiteral("DSN=NOLOGIN"));
-        } else if (fault == QLatin1String("permission")) {
-            db.execNative(QStringLiteral("DROP ROLE IF EXISTS tempalia_limitado"));
-            db.execNative(QStringLiteral("CREATE ROLE tempalia_limitado LOGIN"));
-            auto dropRole = qScopeGuard([&] {
-                db.execNative(QStringLiteral("DROP ROLE IF EXISTS tempalia_limitado"));
-            });
+            store::Connection::open(u"DSN=BROKEN"_s)->selectNative(u"SELECT * FROM sqlite_master"_s);
+        } else if (fault == u"unreachable"_s) {
+            store::Connection::open(u"DSN=NOSERVER"_s);
+        } else if (fault == u"login"_s) {
+            store::Connection::open(u"DSN=NOLOGIN"_s);
+        } else if (fault == u"permission"_s) {
+            db.execNative(u"DROP ROLE IF EXISTS tempalia_limitado"_s);
+            db.execNative(u"CREATE ROLE tempalia_limitado LOGIN"_s);
+            auto dropRole = qScopeGuard([&] { db.execNative(u"DROP ROLE IF EXISTS tempalia_limitado"_s); });
             // The limited account reaches the test's database through its own data source.
-            ExtraDataSources limited(pgSection(QStringLiteral("LIMITED2"), QStringLiteral("tempalia_limitado"))
-                                         .replace(QStringLiteral("Database=") + qEnvironmentVariable("TEMPALIA_PG_DB",
-                                                                                                    QStringLiteral("postgres")),
-                                                  QStringLiteral("Database=") +
-                                                      db.scalar(QStringLiteral("SELECT current_database()")).toString()));
-            auto conn = store::Connection::open(QStringLiteral("DSN=LIMITED2"));
-            conn->selectNative(QStringLiteral("SELECT * FROM AREAS"));
-        } else if (fault == QLatin1String("serialization")) {
+            ExtraDataSources limited(pgSection(u"LIMITED"_s, u"tempalia_limitado"_s, 0,
+                                               db.scalar(u"SELECT current_database()"_s).toString()));
+            store::Connection::open(u"DSN=LIMITED"_s)->selectNative(u"SELECT * FROM AREAS"_s);
+        } else if (fault == u"serialization"_s) {
             auto other = store::Connection::open();
             db.conn().beginTransaction();
             auto end = qScopeGuard([&] { db.conn().rollback(); });
-            db.execNative(QStringLiteral("SET TRANSACTION ISOLATION LEVEL REPEATABLE READ"));
-            db.scalar(QStringLiteral("SELECT AreDescripcion FROM AREAS WHERE AreId = 'DOC'"));
-            other->executeNative(QStringLiteral("UPDATE AREAS SET AreDescripcion = 'Otra' WHERE AreId = 'DOC'"));
-            db.execNative(QStringLiteral("UPDATE AREAS SET AreDescripcion = 'Mía' WHERE AreId = 'DOC'"));
-        } else if (fault == QLatin1String("lost")) {
+            db.execNative(u"SET TRANSACTION ISOLATION LEVEL REPEATABLE READ"_s);
+            db.scalar(u"SELECT AreDescripcion FROM AREAS WHERE AreId = 'DOC'"_s);
+            other->executeNative(u"UPDATE AREAS SET AreDescripcion = 'Otra' WHERE AreId = 'DOC'"_s);
+            db.execNative(u"UPDATE AREAS SET AreDescripcion = 'Mía' WHERE AreId = 'DOC'"_s);
+        } else if (fault == u"lost"_s) {
             auto other = store::Connection::open();
             other->beginTransaction();
-            other->selectNative(QStringLiteral("SELECT pg_terminate_backend(pg_backend_pid())"));
-        } else if (fault == QLatin1String("lostwrite")) {
-            auto other = store::Connection::open();
-            other->executeNative(QStringLiteral("UPDATE AREAS SET AreDescripcion = 'Otra' WHERE "
-                                                "pg_terminate_backend(pg_backend_pid())"));
-        } else if (fault == QLatin1String("duplicate")) {
-            insertArea(db.conn(), QStringLiteral("DOC"), QStringLiteral("Otra vez"));
-        } else if (fault == QLatin1String("missing")) {
-            insertArea(db.conn(), QVariant(QMetaType::fromType<QString>()), QStringLiteral("Sin clave"));
-        } else if (fault == QLatin1String("toolong")) {
-            insertArea(db.conn(), QStringLiteral("LARGO"), QStringLiteral("Clave de cinco"));
+            other->selectNative(u"SELECT pg_terminate_backend(pg_backend_pid())"_s);
+        } else if (fault == u"lostwrite"_s) {
+            store::Connection::open()->executeNative(
+                u"UPDATE AREAS SET AreDescripcion = 'Otra' WHERE pg_terminate_backend(pg_backend_pid())"_s);
+        } else if (fault == u"duplicate"_s) {
+            insertArea(db.conn(), u"DOC"_s, u"Otra vez"_s);
+        } else if (fault == u"missing"_s) {
+            insertArea(db.conn(), QVariant(QMetaType::fromType<QString>()), u"Sin clave"_s);
+        } else if (fault == u"toolong"_s) {
+            insertArea(db.conn(), u"LARGO"_s, u"Clave de cinco"_s);
         }
     } catch (const StoreError &e) {
         caught = e;
@@ -196,10 +188,10 @@ void TestStoreFaults::faultIsSaidInSpanish()
     QVERIFY2(caught->fault() == expected, qPrintable(text));
     QVERIFY2(text.startsWith(sentence), qPrintable(text));
     // The first line is ours: the sentence and the store's code; the driver's words follow.
-    const QString first = text.section(QLatin1Char('\n'), 0, 0);
-    QVERIFY2(first.contains(QStringLiteral("(código ")) || fault == QLatin1String("nodsn"), qPrintable(text));
-    QVERIFY2(!first.contains(QStringLiteral("constraint")) && !first.contains(QStringLiteral("ERROR")), qPrintable(text));
-    QVERIFY2(text.section(QLatin1Char('\n'), 1).contains(serverWords), qPrintable(text));
+    const QString first = text.section(u'\n', 0, 0);
+    QVERIFY2(first.contains(u"(código "_s) || fault == u"nodsn"_s, qPrintable(text));
+    QVERIFY2(!first.contains(u"constraint"_s) && !first.contains(u"ERROR"_s), qPrintable(text));
+    QVERIFY2(text.section(u'\n', 1).contains(serverWords), qPrintable(text));
 }
 
 // "create" leaves the SQLite file in WAL mode even through a data source that does not ask
@@ -209,17 +201,11 @@ void TestStoreFaults::walIsSetByCreate()
     if (tests::testBackend() != store::Backend::SQLite)
         QSKIP("a setting of the SQLite file");
     QTemporaryDir dir;
-    const QString file = dir.path() + QStringLiteral("/nueva.sqlite");
-    ExtraDataSources sources(QStringLiteral("\n[PLAIN]\nDriver=SQLite3\nDatabase=%1\n\n").arg(file));
-    {
-        QProcess tool;
-        tool.start(qEnvironmentVariable("TEMPALIA_STORE_TOOL"), {QStringLiteral("--dsn"), QStringLiteral("PLAIN"),
-                                                                  QStringLiteral("create")});
-        QVERIFY(tool.waitForFinished(60000));
-        QCOMPARE(tool.exitCode(), 0);
-    }
+    const QString file = dir.path() + u"/nueva.sqlite"_s;
+    ExtraDataSources sources(u"\n[PLAIN]\nDriver=SQLite3\nDatabase=%1\n\n"_s.arg(file));
+    QCOMPARE(QProcess::execute(qEnvironmentVariable("TEMPALIA_STORE_TOOL"), {u"--dsn"_s, u"PLAIN"_s, u"create"_s}), 0);
     QProcess check;
-    check.start(QStringLiteral("sqlite3"), {file, QStringLiteral("PRAGMA journal_mode;")});
+    check.start(u"sqlite3"_s, {file, u"PRAGMA journal_mode;"_s});
     QVERIFY(check.waitForFinished(10000));
     QCOMPARE(check.readAllStandardOutput().trimmed(), QByteArray("wal"));
     QCOMPARE(QFile::permissions(file) & (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther),

@@ -9,96 +9,77 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 class TestStoreTool : public QObject {
     Q_OBJECT
 private slots:
-    void createOnEmptyStore();
-    void createRefusesExistingTables();
-    void demoFillsEveryWindow();
-    void firstAdministrator();
+    void createOnEmptyStore()
+    {
+        tests::TempStore store(tests::TempStore::Content::Empty);
+        QVERIFY(store::setup::existingTables(store.conn()).isEmpty());
+        storetool::create(store.conn());
+        QCOMPARE(store::setup::existingTables(store.conn()).size(), 18);
+        const auto roles = store.selectNative(u"SELECT PerId, PerDescripcion FROM PERMISOS ORDER BY PerId"_s);
+        QCOMPARE(int(roles.rows.size()), 4);
+        QCOMPARE(roles.rows[0].value(1).toString(), u"Usuario común"_s);
+        QCOMPARE(roles.rows[3].value(1).toString(), u"Súper usuario"_s);
+        // HORAS keeps the fifteen columns in their order (the archive copies by position).
+        const auto horas = store.selectNative(u"SELECT * FROM HORAS"_s);
+        QCOMPARE(horas.columns.size(), 15);
+        QCOMPARE(horas.columns.first().toLower(), u"horid"_s);
+        QCOMPARE(horas.columns.last().toLower(), u"horhorariofinal"_s);
+        QCOMPARE(store.selectNative(u"SELECT * FROM HHORAS"_s).columns, horas.columns);
+    }
+
+    // The demo rows give every window something to show; create then refuses the store that
+    // has its tables, changing nothing.
+    void demoFillsEveryWindow()
+    {
+        tests::TempStore store(tests::TempStore::Content::Demo);
+        const auto count = [&](const char *table, const char *where = "") {
+            return store.count(QString::fromLatin1(table), QString::fromLatin1(where));
+        };
+        QCOMPARE(count("AREAS"), 3);
+        QCOMPARE(count("INSTITUTOS"), 2);
+        QVERIFY(count("FUNCIONARIOS") >= 10);
+        QVERIFY(count("HORAS") > 0 && count("HHORAS") > 0 && count("HORAS_RUBROS_MATERIAS") > 0);
+        QCOMPARE(count("TIPOHORAS", "TipPorcentaje = 1.5"), 1);
+        QCOMPARE(count("FUNCIONARIOS_INSTITUTOS", "FunInsMoneda = 'Dolares'"), 1);
+        QCOMPARE(int(store.select(u"SELECT FUNCEDULA FROM FUNCIONARIOS WHERE FUNFACTURADOR"_s).rows.size()), 1);
+        QCOMPARE(count("HORAS", "HorId IN (SELECT HorId FROM HHORAS)"), 0);  // no hour row in both tables
+        // Close requests in every state: requested, denied, approved, closed.
+        for (const char *state : {"NOT CIEMESAPROBADO AND NOT CIEMESDESAPROBADO AND NOT CIEMESCERRADO", "CIEMESDESAPROBADO",
+                                  "CIEMESAPROBADO AND NOT CIEMESCERRADO", "CIEMESCERRADO"})
+            QVERIFY2(!store.select(u"SELECT * FROM CIERREMESES WHERE "_s + QLatin1String(state)).rows.empty(), state);
+        // Each demo login's password is the login itself, stored as a hash.
+        for (const QString &login : {u"usuario"_s, u"jefe"_s, u"admin"_s, u"super"_s}) {
+            const QVariant stored = store.scalar(u"SELECT UsuPassword FROM USUARIOS WHERE UsuLogin = ?"_s, {login});
+            QVERIFY(Usuario::isPasswordHash(stored.toString()));
+            QCOMPARE(Usuario::checkPassword(login, stored), Usuario::PasswordCheck::Right);
+        }
+
+        const int hours = count("HORAS");
+        QVERIFY_THROWS_EXCEPTION(store::StoreError, storetool::create(store.conn()));
+        QCOMPARE(count("HORAS"), hours);
+        QCOMPARE(count("PERMISOS"), 4);
+    }
+
+    void firstAdministrator()
+    {
+        tests::TempStore store(tests::TempStore::Content::Schema);
+        storetool::admin(store.conn(), u"root"_s, u"s3creto"_s);
+        const auto login = store.select(
+            u"SELECT * FROM USUARIOS U, FUNCIONARIOS_INSTITUTOS FI WHERE U.FUNCEDULA=FI.FUNCEDULA AND U.USULOGIN='root'"_s);
+        QCOMPARE(int(login.rows.size()), 1);
+        QCOMPARE(login.value(0, u"PerId"_s).toInt(), 7);
+        QCOMPARE(Usuario::checkPassword(u"s3creto"_s, login.value(0, u"UsuPassword"_s)), Usuario::PasswordCheck::Right);
+        // A second administrator with the same login is refused, nothing half-made stays.
+        const int staff = store.count(u"FUNCIONARIOS"_s);
+        QVERIFY_THROWS_EXCEPTION(store::StoreError, storetool::admin(store.conn(), u"root"_s, u"x"_s));
+        QCOMPARE(store.count(u"FUNCIONARIOS"_s), staff);
+    }
 };
-
-void TestStoreTool::createOnEmptyStore()
-{
-    tests::TempStore store(tests::TempStore::Content::Empty);
-    QVERIFY(store::setup::existingTables(store.conn()).isEmpty());
-    storetool::create(store.conn());
-    QCOMPARE(store::setup::existingTables(store.conn()).size(), 18);
-    const auto roles = store.selectNative(QStringLiteral("SELECT PerId, PerDescripcion FROM PERMISOS ORDER BY PerId"));
-    QCOMPARE(int(roles.rows.size()), 4);
-    QCOMPARE(roles.rows[0].value(1).toString(), QStringLiteral("Usuario común"));
-    QCOMPARE(roles.rows[3].value(1).toString(), QStringLiteral("Súper usuario"));
-    // HORAS keeps the fifteen columns in their order (the archive copies by position).
-    const auto horas = store.selectNative(QStringLiteral("SELECT * FROM HORAS"));
-    QCOMPARE(horas.columns.size(), 15);
-    QCOMPARE(horas.columns.first().toLower(), QStringLiteral("horid"));
-    QCOMPARE(horas.columns.last().toLower(), QStringLiteral("horhorariofinal"));
-    const auto hhoras = store.selectNative(QStringLiteral("SELECT * FROM HHORAS"));
-    QCOMPARE(hhoras.columns, horas.columns);
-}
-
-void TestStoreTool::createRefusesExistingTables()
-{
-    tests::TempStore store(tests::TempStore::Content::Demo);
-    const int hours = store.count(QStringLiteral("HORAS"));
-    QVERIFY_THROWS_EXCEPTION(store::StoreError, storetool::create(store.conn()));
-    QCOMPARE(store.count(QStringLiteral("HORAS")), hours);
-    QCOMPARE(store.count(QStringLiteral("PERMISOS")), 4);
-}
-
-void TestStoreTool::demoFillsEveryWindow()
-{
-    tests::TempStore store(tests::TempStore::Content::Demo);
-    QCOMPARE(store.count(QStringLiteral("AREAS")), 3);
-    QCOMPARE(store.count(QStringLiteral("INSTITUTOS")), 2);
-    QVERIFY(store.count(QStringLiteral("FUNCIONARIOS")) >= 10);
-    QVERIFY(store.count(QStringLiteral("HORAS")) > 0);
-    QVERIFY(store.count(QStringLiteral("HHORAS")) > 0);
-    QVERIFY(store.count(QStringLiteral("HORAS_RUBROS_MATERIAS")) > 0);
-    QCOMPARE(store.count(QStringLiteral("TIPOHORAS"), QStringLiteral("TipPorcentaje = 1.5")), 1);
-    QCOMPARE(store.count(QStringLiteral("FUNCIONARIOS_INSTITUTOS"), QStringLiteral("FunInsMoneda = 'Dolares'")), 1);
-    QVERIFY(store.count(QStringLiteral("FUNCIONARIOS"), QStringLiteral("FunFacturador")) == 1 ||
-            store.count(QStringLiteral("FUNCIONARIOS"), QStringLiteral("FunFacturador = 1")) == 1);
-    // No hour row stands in both tables.
-    QCOMPARE(store.count(QStringLiteral("HORAS"), QStringLiteral("HorId IN (SELECT HorId FROM HHORAS)")), 0);
-    // Close requests in every state.
-    const auto closes = store.select(QStringLiteral(
-        "SELECT CIEMESAPROBADO, CIEMESDESAPROBADO, CIEMESCERRADO FROM CIERREMESES"));
-    bool requested = false, denied = false, approved = false, closed = false;
-    for (const auto &r : closes.rows) {
-        const bool a = r.value(0).toBool(), d = r.value(1).toBool(), c = r.value(2).toBool();
-        requested |= !a && !d && !c;
-        denied |= d;
-        approved |= a && !c;
-        closed |= c;
-    }
-    QVERIFY(requested && denied && approved && closed);
-    // Each demo login's password is the login itself, stored as a hash.
-    for (const QString &login : {QStringLiteral("usuario"), QStringLiteral("jefe"), QStringLiteral("admin"),
-                                QStringLiteral("super")}) {
-        const QVariant stored =
-            store.scalar(QStringLiteral("SELECT UsuPassword FROM USUARIOS WHERE UsuLogin = ?"), {login});
-        QVERIFY(Usuario::isPasswordHash(stored.toString()));
-        QCOMPARE(Usuario::checkPassword(login, stored), Usuario::PasswordCheck::Right);
-    }
-}
-
-void TestStoreTool::firstAdministrator()
-{
-    tests::TempStore store(tests::TempStore::Content::Schema);
-    storetool::admin(store.conn(), QStringLiteral("root"), QStringLiteral("s3creto"));
-    const auto login = store.select(QStringLiteral(
-        "SELECT * FROM USUARIOS U, FUNCIONARIOS_INSTITUTOS FI WHERE U.FUNCEDULA=FI.FUNCEDULA AND U.USULOGIN='root'"));
-    QCOMPARE(int(login.rows.size()), 1);
-    QCOMPARE(login.value(0, QStringLiteral("PerId")).toInt(), 7);
-    QCOMPARE(Usuario::checkPassword(QStringLiteral("s3creto"), login.value(0, QStringLiteral("UsuPassword"))),
-             Usuario::PasswordCheck::Right);
-    // A second administrator with the same login is refused, nothing half-made stays.
-    const int staff = store.count(QStringLiteral("FUNCIONARIOS"));
-    QVERIFY_THROWS_EXCEPTION(store::StoreError,
-                             storetool::admin(store.conn(), QStringLiteral("root"), QStringLiteral("x")));
-    QCOMPARE(store.count(QStringLiteral("FUNCIONARIOS")), staff);
-}
 
 TEMPALIA_TEST_MAIN(TestStoreTool)
 #include "tst_storetool.moc"

@@ -162,6 +162,30 @@ int TempStore::count(const QString &table, const QString &where, const QVariantL
         .toInt();
 }
 
+QString TempStore::rowDifferences(const QString &sql, const QVariantMap &expected, const QVariantList &values)
+{
+    const store::ResultSet rs = m_conn->selectNative(sql, values);
+    if (rs.rows.size() != 1)
+        return QStringLiteral("%1 rows instead of one").arg(rs.rows.size());
+    QStringList out;
+    for (auto it = expected.begin(); it != expected.end(); ++it) {
+        const QVariant stored = rs.value(0, it.key());
+        const QVariant &want = it.value();
+        bool same;
+        if (!want.isValid()) {
+            same = stored.isNull();
+        } else if (want.typeId() == QMetaType::Double) {
+            same = !stored.isNull() && qAbs(stored.toDouble() - want.toDouble()) <= 1e-9 * qMax(1.0, qAbs(want.toDouble()));
+        } else {
+            QVariant converted = stored;  // a null converts to the type's empty value, reporting false
+            same = (converted.convert(want.metaType()) || stored.isNull()) && converted == want;
+        }
+        if (!same)
+            out << QStringLiteral("%1: %2 != %3").arg(it.key(), stored.toString(), want.toString());
+    }
+    return out.join(QStringLiteral("; "));
+}
+
 qlonglong approvedClose(TempStore &db, const QDate &cutOff)
 {
     db.execNative(QStringLiteral("INSERT INTO CIERREMESES (FunCedula, AreId, CieMesMesCierre, CieMesAnioCierre, "

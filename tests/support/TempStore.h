@@ -7,6 +7,7 @@
 #include <QDate>
 #include <QString>
 #include <QVariantList>
+#include <QVariantMap>
 #include <memory>
 
 namespace tests {
@@ -39,6 +40,12 @@ public:
     int execNative(const QString &sql, const QVariantList &values = {});
     QVariant scalar(const QString &sql, const QVariantList &values = {});
     int count(const QString &table, const QString &where = {}, const QVariantList &values = {});
+    // Where the one row `sql` gives differs from `expected` (column -> value):
+    // "Column: stored != expected" for each, joined by "; ", or what is wrong when there is
+    // not exactly one row; empty when all match. The stored value is read in the expected
+    // value's type; an invalid expected value wants a null. Compared with QString() in a
+    // test, a failure names every column at fault.
+    QString rowDifferences(const QString &sql, const QVariantMap &expected, const QVariantList &values = {});
 
 private:
     std::shared_ptr<store::Connection> m_conn;

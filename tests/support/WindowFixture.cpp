@@ -1,5 +1,7 @@
 #include "WindowFixture.h"
 
+#include "Controls.h"
+
 #include <QApplication>
 #include <QWidget>
 
@@ -10,6 +12,16 @@ void closeAllWindows()
     for (QWidget *w : QApplication::topLevelWidgets())
         w->close();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+QString clickForBox(QWidget *w, const char *button, std::optional<ui::Answer> answer)
+{
+    ScriptedDialogs *dialogs = ScriptedDialogs::current();
+    const int before = dialogs->count();
+    if (answer)
+        dialogs->answerNext(*answer);
+    click(w, button);
+    return dialogs->count() > before ? dialogs->last().text : QString();
 }
 
 void WindowFixture::begin(TempStore::Content content)

@@ -4,11 +4,18 @@
 #include "TempStore.h"
 
 #include <memory>
+#include <optional>
+
+class QWidget;
 
 namespace tests {
 
 // Every top-level window closed and deleted.
 void closeAllWindows();
+
+// Clicks the button `button` of `w` as the user does and returns the text of the last box
+// that came up meanwhile, empty when none did; `answer` is queued for the first question.
+QString clickForBox(QWidget *w, const char *button, std::optional<ui::Answer> answer = std::nullopt);
 
 // What a test of the windows holds for one test function: a fresh store, the scripted
 // dialogs installed, and at the end every window closed before the store goes. Called

@@ -16,6 +16,19 @@
 
 using store::DataControl;
 
+namespace {
+
+// A data control opened on `statement`.
+struct OpenedControl : DataControl {
+    OpenedControl(const char *name, const QString &statement) : DataControl(QString::fromLatin1(name))
+    {
+        setRecordSource(statement);
+        refresh();
+    }
+};
+
+}  // namespace
+
 class TestBoundControls : public QObject {
     Q_OBJECT
 private slots:
@@ -33,9 +46,7 @@ private slots:
 void TestBoundControls::textBoxShowsAndHandsOver()
 {
     tests::TempStore store;
-    DataControl adc(QStringLiteral("adcTipoHoras"));
-    adc.setRecordSource(QStringLiteral("SELECT * FROM TIPOHORAS ORDER BY TIPID"));
-    adc.refresh();
+    OpenedControl adc("adcTipoHoras", QStringLiteral("SELECT * FROM TIPOHORAS ORDER BY TIPID"));
     QLineEdit txtCodigo, txtPorcentaje;
     ui::FieldBinding::bind(&txtCodigo, &adc, QStringLiteral("TipId"));
     ui::FieldBinding::bind(&txtPorcentaje, &adc, QStringLiteral("TipPorcentaje"), QStringLiteral("0,0000"));
@@ -59,9 +70,7 @@ void TestBoundControls::textBoxShowsAndHandsOver()
 void TestBoundControls::untouchedBoxesWriteNothing()
 {
     tests::TempStore store;
-    DataControl adc(QStringLiteral("adcHoras"));
-    adc.setRecordSource(QStringLiteral("SELECT * FROM HORAS WHERE FUNCEDULA='11111111' ORDER BY HORID"));
-    adc.refresh();
+    OpenedControl adc("adcHoras", QStringLiteral("SELECT * FROM HORAS WHERE FUNCEDULA='11111111' ORDER BY HORID"));
     QLineEdit horas;
     ui::FieldBinding::bind(&horas, &adc, QStringLiteral("HorHoras"), QStringLiteral("0,00"));
     QVERIFY(!horas.text().isEmpty());
@@ -72,9 +81,7 @@ void TestBoundControls::untouchedBoxesWriteNothing()
 void TestBoundControls::checkBoxFollowsYesNoColumn()
 {
     tests::TempStore store;
-    DataControl adc(QStringLiteral("adcActividades"));
-    adc.setRecordSource(QStringLiteral("SELECT * FROM ACTIVIDADES ORDER BY ACTID"));
-    adc.refresh();
+    OpenedControl adc("adcActividades", QStringLiteral("SELECT * FROM ACTIVIDADES ORDER BY ACTID"));
     QCheckBox chkDocente;
     chkDocente.show();
     ui::FieldBinding::bind(&chkDocente, &adc, QStringLiteral("ActEsDocente"));
@@ -90,9 +97,7 @@ void TestBoundControls::checkBoxFollowsYesNoColumn()
 void TestBoundControls::comboChoosesRowOfItsSource()
 {
     tests::TempStore store;
-    DataControl adcAreas(QStringLiteral("adcAreas"));
-    adcAreas.setRecordSource(QStringLiteral("SELECT * FROM AREAS ORDER BY AREDESCRIPCION"));
-    adcAreas.refresh();
+    OpenedControl adcAreas("adcAreas", QStringLiteral("SELECT * FROM AREAS ORDER BY AREDESCRIPCION"));
     ui::DataCombo dtcAreas;
     dtcAreas.setRowSource(&adcAreas, QStringLiteral("AreDescripcion"), QStringLiteral("AreId"));
     QCOMPARE(dtcAreas.count(), 3);
@@ -113,12 +118,8 @@ void TestBoundControls::comboChoosesRowOfItsSource()
 void TestBoundControls::comboWithDataFieldWritesBoundText()
 {
     tests::TempStore store;
-    DataControl adcTipos(QStringLiteral("adcTipoHoras"));
-    adcTipos.setRecordSource(QStringLiteral("SELECT * FROM TIPOHORAS"));
-    adcTipos.refresh();
-    DataControl adcHoras(QStringLiteral("adcHoras"));
-    adcHoras.setRecordSource(QStringLiteral("SELECT * FROM HORAS WHERE FUNCEDULA='11111111' ORDER BY HORID"));
-    adcHoras.refresh();
+    OpenedControl adcTipos("adcTipoHoras", QStringLiteral("SELECT * FROM TIPOHORAS"));
+    OpenedControl adcHoras("adcHoras", QStringLiteral("SELECT * FROM HORAS WHERE FUNCEDULA='11111111' ORDER BY HORID"));
     const qlonglong id = adcHoras.value(QStringLiteral("HorId")).toLongLong();
     ui::DataCombo dtcTipo;
     dtcTipo.setRowSource(&adcTipos, QStringLiteral("TipDescripcion"), QStringLiteral("TipId"));
@@ -139,8 +140,7 @@ void TestBoundControls::gridShowsColumnsAsConfigured_data()
     QTest::newRow("decimal mask") << "SELECT * FROM TIPOHORAS WHERE TIPID='EXT'" << "0,0000" << 2 << "1,5000";
     QTest::newRow("yes/no column") << "SELECT * FROM ACTIVIDADES WHERE ACTID='CLA'" << "" << 2 << "Si";
     QTest::newRow("yes/no false") << "SELECT * FROM ACTIVIDADES WHERE ACTID='REU'" << "" << 2 << "No";
-    QTest::newRow("time mask") << "SELECT * FROM FUNCIONARIOS_INSTITUTOS WHERE FUNCEDULA='11111111'" << "H:mm" << 8
-                               << "8:00";
+    QTest::newRow("time mask") << "SELECT * FROM FUNCIONARIOS_INSTITUTOS WHERE FUNCEDULA='11111111'" << "H:mm" << 8 << "8:00";
     QTest::newRow("computed column") << "SELECT FUNCEDULA,FUNNOMBRES+' '+FUNAPELLIDOS FROM FUNCIONARIOS WHERE FUNCEDULA='11111111'"
                                      << "" << 1 << "Ana Pérez";
 }
@@ -152,9 +152,7 @@ void TestBoundControls::gridShowsColumnsAsConfigured()
     QFETCH(int, column);
     QFETCH(QString, expected);
     tests::TempStore store;
-    DataControl adc(QStringLiteral("adc"));
-    adc.setRecordSource(statement);
-    adc.refresh();
+    OpenedControl adc("adc", statement);
     ui::DataGrid grid;
     grid.setCaption(QStringLiteral("LISTA"));
     grid.setColumns({ui::GridColumn{QStringLiteral("Primera"), QString(), 0, QString(), false},
@@ -170,9 +168,7 @@ void TestBoundControls::gridShowsColumnsAsConfigured()
 void TestBoundControls::gridAndControlShareCurrentRow()
 {
     tests::TempStore store;
-    DataControl adc(QStringLiteral("adcMaterias"));
-    adc.setRecordSource(QStringLiteral("SELECT * FROM MATERIAS ORDER BY MATID"));
-    adc.refresh();
+    OpenedControl adc("adcMaterias", QStringLiteral("SELECT * FROM MATERIAS ORDER BY MATID"));
     ui::DataGrid grid;
     grid.setColumns({ui::GridColumn{QStringLiteral("Código"), QStringLiteral("MatId"), -1, {}},
                      ui::GridColumn{QStringLiteral("Descripción"), QStringLiteral("MatDescripcion"), -1, {}}});
@@ -189,9 +185,7 @@ void TestBoundControls::gridEditInPlaceWritesOnRowChange()
 {
     tests::TempStore store;
     InstalledDialogs dialogs;
-    DataControl adc(QStringLiteral("adcDestinos"));
-    adc.setRecordSource(QStringLiteral("SELECT * FROM DESTINOS ORDER BY DESID"));
-    adc.refresh();
+    OpenedControl adc("adcDestinos", QStringLiteral("SELECT * FROM DESTINOS ORDER BY DESID"));
     ui::DataGrid grid;
     grid.setEditable(true);
     grid.setColumns({ui::GridColumn{QStringLiteral("Código"), QStringLiteral("DesId"), -1, {}},

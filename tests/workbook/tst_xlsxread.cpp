@@ -30,6 +30,9 @@ const QByteArray kSheet =
     "<?xml version=\"1.0\"?><worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\">"
     "<sheetData><row r=\"1\"><c r=\"A1\"><v>42</v></c></row></sheetData></worksheet>";
 
+// Writes a test workbook at the path given.
+using Maker = std::function<void(const QString &)>;
+
 // A zip of the given parts, deflated, written by libzip.
 void writeZip(const QString &path, const QList<QPair<QString, QByteArray>> &parts)
 {
@@ -96,54 +99,46 @@ private slots:
 
     void refused_data()
     {
-        QTest::addColumn<std::function<void(const QString &)>>("make");
+        QTest::addColumn<Maker>("make");
         QTest::addColumn<QString>("says");
 
         const auto fromGood = [](std::function<QByteArray(QByteArray)> damage) {
-            return [damage](const QString &path) {
+            return Maker([damage](const QString &path) {
                 writeZip(path, goodParts());
                 writeFile(path, damage(readFile(path)));
-            };
+            });
         };
         const QString notABook = QStringLiteral("no es un libro de Excel que se pueda leer");
 
-        QTest::newRow("empty file") << std::function<void(const QString &)>([](const QString &p) { writeFile(p, {}); })
-                                    << notABook;
-        QTest::newRow("cut in half")
-            << std::function<void(const QString &)>(fromGood([](QByteArray d) { return d.left(d.size() / 2); }))
-            << notABook;
-        QTest::newRow("directory cut off")
-            << std::function<void(const QString &)>(fromGood([](QByteArray d) { return d.left(d.size() - 30); }))
-            << notABook;
+        QTest::newRow("empty file") << Maker([](const QString &p) { writeFile(p, {}); }) << notABook;
+        QTest::newRow("cut in half") << fromGood([](QByteArray d) { return d.left(d.size() / 2); }) << notABook;
+        QTest::newRow("directory cut off") << fromGood([](QByteArray d) { return d.left(d.size() - 30); }) << notABook;
         // Bytes of the deflated parts overwritten: the inflater or the checksum catches it.
         QTest::newRow("data scrambled")
-            << std::function<void(const QString &)>(fromGood([](QByteArray d) {
+            << fromGood([](QByteArray d) {
                    for (qsizetype i = 60; i < d.size() / 2; i += 7)
                        d[i] = char(d[i] ^ 0x5a);
                    return d;
-               }))
+               })
             << notABook;
         // Every size field of the central directory claims 4 GB: nothing may be allocated
         // from them.
         QTest::newRow("sizes that lie")
-            << std::function<void(const QString &)>(fromGood([](QByteArray d) {
+            << fromGood([](QByteArray d) {
                    for (qsizetype at = d.indexOf("PK\x01\x02"); at >= 0; at = d.indexOf("PK\x01\x02", at + 4)) {
                        for (int field : {20, 24})
                            for (int b = 0; b < 4; ++b)
                                d[at + field + b] = char(0xfe);
                    }
                    return d;
-               }))
+               })
             << notABook;
-        QTest::newRow("no workbook part") << std::function<void(const QString &)>([](const QString &p) {
-            writeZip(p, {{"hola.txt", "hola"}});
-        }) << notABook;
+        QTest::newRow("no workbook part") << Maker([](const QString &p) { writeZip(p, {{"hola.txt", "hola"}}); }) << notABook;
         // A sheet that inflates to 80 MB from a few hundred kilobytes.
-        QTest::newRow("inflates too far") << std::function<void(const QString &)>([](const QString &p) {
-            writeZip(p, goodParts(QByteArray(80 * 1024 * 1024, ' ')));
-        }) << QStringLiteral("tiene partes de más de 64 MB");
+        QTest::newRow("inflates too far") << Maker([](const QString &p) { writeZip(p, goodParts(QByteArray(80 * 1024 * 1024, ' '))); })
+                                          << QStringLiteral("tiene partes de más de 64 MB");
         // Entities that would expand to gigabytes; the XML reader must not expand them.
-        QTest::newRow("entity bomb") << std::function<void(const QString &)>([](const QString &p) {
+        QTest::newRow("entity bomb") << Maker([](const QString &p) {
             QByteArray bomb = "<?xml version=\"1.0\"?><!DOCTYPE w [<!ENTITY a \"aaaaaaaaaa\">";
             for (char e = 'b'; e <= 'j'; ++e)
                 bomb += QByteArray("<!ENTITY ") + e + " \"" + QByteArray("&").append(char(e - 1)).append(';').repeated(10) + "\">";
@@ -152,23 +147,21 @@ private slots:
         }) << notABook;
         // Sheets whose XML is cut short or whose cells stand outside any sheet.
         const auto sheetOf = [](const QByteArray &data) {
-            return std::function<void(const QString &)>([data](const QString &p) {
+            return Maker([data](const QString &p) {
                 writeZip(p, goodParts("<?xml version=\"1.0\"?><worksheet xmlns=\"http://schemas.openxmlformats.org/"
                                       "spreadsheetml/2006/main\"><sheetData>" + data));
             });
         };
         QTest::newRow("sheet cut short") << sheetOf("<row r=\"1\"><c r=\"A1\"><v>4") << notABook;
-        QTest::newRow("cell off the sheet") << sheetOf("<row r=\"1\"><c r=\"XFE1\"><v>1</v></c></row></sheetData></worksheet>")
-                                            << notABook;
-        QTest::newRow("row below the sheet")
-            << sheetOf("<row r=\"99999999\"><c><v>1</v></c></row></sheetData></worksheet>") << notABook;
-        QTest::newRow("row above the sheet")
-            << sheetOf("<row r=\"-5\"><c><v>1</v></c></row></sheetData></worksheet>") << notABook;
+        const QByteArray end = "</row></sheetData></worksheet>";
+        QTest::newRow("cell off the sheet") << sheetOf("<row r=\"1\"><c r=\"XFE1\"><v>1</v></c>" + end) << notABook;
+        QTest::newRow("row below the sheet") << sheetOf("<row r=\"99999999\"><c><v>1</v></c>" + end) << notABook;
+        QTest::newRow("row above the sheet") << sheetOf("<row r=\"-5\"><c><v>1</v></c>" + end) << notABook;
     }
 
     void refused()
     {
-        QFETCH(std::function<void(const QString &)>, make);
+        QFETCH(Maker, make);
         QFETCH(QString, says);
         QTemporaryDir dir;
         const QString path = dir.filePath("malo.xlsx");

@@ -3,9 +3,8 @@
 // the current list; the delete with its boxes; the staff list and cambio of the chief and
 // the super user; the skeleton of each role's window.
 
-#include "ScriptedDialogs.h"
 #include "Session.h"
-#include "TempStore.h"
+#include "WindowFixture.h"
 #include "hours/frmModificoHoras.h"
 #include "hours/frmRegistroHoras.h"
 #include "session/modPrincipal.h"
@@ -41,23 +40,7 @@ namespace {
 
 const QString kUsuario = QStringLiteral("11111111");
 const QString kJefe = QStringLiteral("22222222");
-const QString kSuper = QStringLiteral("44444444");
 const QString kTwoContracts = QStringLiteral("55555555");
-
-void setSession(int perId)
-{
-    switch (perId) {
-    case 5:
-        tests::signIn(QStringLiteral("usuario"), kUsuario, QStringLiteral("DOC"), qint16(perId));
-        break;
-    case 6:
-        tests::signIn(QStringLiteral("jefe"), kJefe, QStringLiteral("DOC"), qint16(perId));
-        break;
-    default:
-        tests::signIn(QStringLiteral("super"), kSuper, QStringLiteral("ADM"), qint16(perId));
-        break;
-    }
-}
 
 // One role's window, shown as Main shows it, with its controls found by name.
 struct Screen {
@@ -74,7 +57,7 @@ struct Screen {
 
     explicit Screen(int perId)
     {
-        setSession(perId);
+        tests::signInAs(perId);
         if (perId == 5)
             w = std::make_unique<frmUsuarioComun>();
         else if (perId == 6)
@@ -94,6 +77,13 @@ struct Screen {
         w->show();
         QVERIFY(QTest::qWaitForWindowActive(w.get()));
     }
+
+    bool trigger(const char *key) { return bar->trigger(QString::fromLatin1(key)); }
+    bool sort(const char *button, const char *entry)
+    {
+        return bar->triggerMenuEntry(QString::fromLatin1(button), QString::fromLatin1(entry));
+    }
+    QString caption(const char *button) const { return bar->buttonCaption(QString::fromLatin1(button)); }
 
     // Both modificar and eliminar are `on`.
     bool writeKeys(bool on) const
@@ -137,6 +127,16 @@ struct Screen {
         return out;
     }
 };
+
+// The statements a list holds when nothing was sorted or filtered.
+QString currentList(const QString &person)
+{
+    return Workspace::defaultStatement(Workspace::List::Current, person);
+}
+QString archiveList(const QString &person)
+{
+    return Workspace::defaultStatement(Workspace::List::Archive, person);
+}
 
 QStringList idsOf(tests::TempStore &store, const QString &statement)
 {
@@ -183,10 +183,9 @@ private slots:
     void stateTable();
     void sortCaptions();
     void buttonsFollowTheCurrentList();
-    void deleteAsksAndTakesTheLink();
-    void deleteFailureKeepsBoth();
+    void deleteRow_data();
+    void deleteRow();
     void deleteOutsideTabZero();
-    void deleteRowAlreadyGone();
     void modificarOnArchiveTabOpensCurrentRow();
     void sortThenNuevoPutsDateOrderBack();
     void messageBoxDoesNotReactivate();
@@ -204,24 +203,14 @@ private slots:
     void activationShowsOtherUsersChanges();
 
 private:
-    ScriptedDialogs m_dialogs;
-    std::unique_ptr<ScriptedDialogs::Install> m_install;
+    tests::WindowFixture m_fixture;
+    tests::TempStore &store() { return m_fixture.store(); }
+    ScriptedDialogs &dialogs() { return m_fixture.dialogs(); }
 
 private slots:
-    void init()
-    {
-        m_dialogs.clearShown();
-        m_install = std::make_unique<ScriptedDialogs::Install>(m_dialogs);
-    }
-    void cleanup()
-    {
-        if (auto *f = frmRegistroHoras::instance())
-            delete f;
-        if (auto *f = frmModificoHoras::instance())
-            delete f;
-        m_dialogs.setOnShown({});
-        m_install.reset();
-    }
+    // Each function on a fresh demo store, with the dialogs scripted.
+    void init() { m_fixture.begin(); }
+    void cleanup() { m_fixture.end(); }
 };
 
 // The statements as the lists hold them, word for word.
@@ -260,23 +249,15 @@ void TestWorkspaces::skeleton_data()
     QTest::addColumn<QStringList>("printMenu");
     QTest::addColumn<QString>("hoursText");  // the hours column of the current grid, 2 hours
     QTest::addColumn<QStringList>("roleTabs");  // a control of each tab past the third
-    const QStringList three = {QStringLiteral("Mes en curso"), QStringLiteral("Mi archivo"), QStringLiteral("Búsqueda")};
-    const QStringList seven = three + QStringList{QStringLiteral("Funcionarios"), QStringLiteral("Cierre de mes"),
-                                                  QStringLiteral("Presupuesto"), QStringLiteral("Estadísticas")};
-    QTest::newRow("usuario") << 5
-                             << QStringList{"nuevo", "modificar", "eliminar", "imprimir", "ordenar_asc", "ordenar_des",
-                                            "ayuda", "salir"}
-                             << three << QStringList{} << QStringLiteral("2") << QStringList{};
-    QTest::newRow("jefe") << 6
-                          << QStringList{"nuevo", "modificar", "eliminar", "imprimir", "ordenar_asc", "ordenar_des",
-                                         "cambio", "ayuda", "salir"}
-                          << seven << QStringList{"funcionario", "area"} << QStringLiteral("2,00")
-                          << QStringList{"dtgFuncionarios", "cmdSolicitarCierre", "cmdComenzar", "cmdGraficar"};
-    QTest::newRow("super") << 8
-                           << QStringList{"imprimir", "estadisticas", "ordenar_asc", "ordenar_des", "cambio",
-                                          "historial", "ayuda", "salir"}
-                           << seven << QStringList{"funcionario", "area", "todo"} << QStringLiteral("2,00")
-                           << QStringList{"dtgFuncionarios", "chkCierreAutorizado", "cmdComenzar", "cmdGraficar"};
+    const auto list = [](const char *items) { return QString::fromUtf8(items).split(QLatin1Char('|'), Qt::SkipEmptyParts); };
+    const QStringList three = list("Mes en curso|Mi archivo|Búsqueda");
+    const QStringList seven = three + list("Funcionarios|Cierre de mes|Presupuesto|Estadísticas");
+    QTest::newRow("usuario") << 5 << list("nuevo|modificar|eliminar|imprimir|ordenar_asc|ordenar_des|ayuda|salir") << three
+                             << QStringList{} << "2" << QStringList{};
+    QTest::newRow("jefe") << 6 << list("nuevo|modificar|eliminar|imprimir|ordenar_asc|ordenar_des|cambio|ayuda|salir") << seven
+                          << list("funcionario|area") << "2,00" << list("dtgFuncionarios|cmdSolicitarCierre|cmdComenzar|cmdGraficar");
+    QTest::newRow("super") << 8 << list("imprimir|estadisticas|ordenar_asc|ordenar_des|cambio|historial|ayuda|salir") << seven
+                           << list("funcionario|area|todo") << "2,00" << list("dtgFuncionarios|chkCierreAutorizado|cmdComenzar|cmdGraficar");
 }
 
 void TestWorkspaces::skeleton()
@@ -287,13 +268,12 @@ void TestWorkspaces::skeleton()
     QFETCH(QStringList, printMenu);
     QFETCH(QString, hoursText);
     QFETCH(QStringList, roleTabs);
-    tests::TempStore store;
     Screen s(perId);
     QCOMPARE(s.w->windowTitle(), QStringLiteral("Menú Principal"));
     QCOMPARE(s.bar->keys(), keys);
     for (const QString &k : keys)
         QVERIFY2(s.bar->isButtonEnabled(k), qPrintable(k));
-    QCOMPARE(s.bar->buttonCaption(QStringLiteral("ordenar_des")), QStringLiteral("Descendete"));
+    QCOMPARE(s.caption("ordenar_des"), QStringLiteral("Descendete"));
     QCOMPARE(s.bar->buttonToolTip(QStringLiteral("ordenar_asc")), QStringLiteral("Orden ascendente por fecha"));
     QCOMPARE(s.bar->menuKeys(QStringLiteral("ordenar_asc")),
              (QStringList{"actividad", "destino", "fecha", "semana", "tipohora"}));
@@ -311,8 +291,8 @@ void TestWorkspaces::skeleton()
     QCOMPARE(stb->panelText(QStringLiteral("Usuario")), QStringLiteral("Usuario: ") + modPrincipal::session().login);
     QCOMPARE(stb->panelText(QStringLiteral("Area")), QStringLiteral("Area: ") + modPrincipal::session().area);
     QCOMPARE(stb->panelText(QStringLiteral("Acceso")), QStringLiteral("Tipo: %1").arg(perId));
-    QCOMPARE(s.adcMes->recordSource(), Workspace::defaultStatement(Workspace::List::Current, modPrincipal::session().person));
-    QCOMPARE(Screen::ids(s.mes), idsOf(store, s.adcMes->recordSource()));
+    QCOMPARE(s.adcMes->recordSource(), currentList(modPrincipal::session().person));
+    QCOMPARE(Screen::ids(s.mes), idsOf(store(), s.adcMes->recordSource()));
     QVERIFY(s.mes->rowCount() > 0);
     QCOMPARE(s.mes->caption(), QStringLiteral("HORAS TRABAJADAS DURANTE EL MES EN CURSO"));
     QCOMPARE(s.archivo->caption(), QStringLiteral("HORAS TRABAJADAS DURANTE MESES ANTERIORES"));
@@ -320,14 +300,14 @@ void TestWorkspaces::skeleton()
     QCOMPARE(s.mes->heading(7), QStringLiteral("Área"));
     QVERIFY(s.mes->view()->isColumnHidden(8));
     // Masks: date and value in the current grid; hours as the role has it.
-    const store::ResultSet first = store.select(s.adcMes->recordSource());
+    const store::ResultSet first = store().select(s.adcMes->recordSource());
     const QDate d = first.rows.front().value(0).toDate();
     QCOMPARE(s.mes->cellText(0, 0), d.toString(QStringLiteral("dd-")) + QStringLiteral("%1-%2")
                                         .arg(QStringList{"ene", "feb", "mar", "abr", "may", "jun", "jul", "ago", "sep",
                                                          "oct", "nov", "dic"}[d.month() - 1])
                                         .arg(d.year()));
     QVERIFY(s.mes->cellText(0, 2).endsWith(QStringLiteral(",00")));
-    store.execNative(QStringLiteral("UPDATE HORAS SET HorHoras = 2 WHERE HorId = ?"), {first.rows.front().value(8)});
+    store().execNative(QStringLiteral("UPDATE HORAS SET HorHoras = 2 WHERE HorId = ?"), {first.rows.front().value(8)});
     s.w->windowActivated();
     QCOMPARE(s.mes->cellText(0, 3), hoursText);
     // The archive waits for its tab.
@@ -348,22 +328,16 @@ void TestWorkspaces::stateTable_data()
     QTest::addColumn<bool>("archiveRan");  // the archive list ran in the last event
     QTest::newRow("activated") << 5 << QStringList{"act"} << "def" << "def" << false;
     QTest::newRow("sort sets both") << 5 << QStringList{"asc:actividad"} << "asc:actividad" << "asc:actividad" << true;
-    QTest::newRow("filter current after sort") << 5 << QStringList{"asc:actividad", "fcur>="} << "f>="
-                                               << "asc:actividad" << false;
+    QTest::newRow("filter current after sort") << 5 << QStringList{"asc:actividad", "fcur>="} << "f>=" << "asc:actividad" << false;
     QTest::newRow("filter archive") << 5 << QStringList{"farc="} << "def" << "f=" << true;
-    QTest::newRow("sort replaces filter") << 5 << QStringList{"farc>=", "fcur=", "des:semana"} << "des:semana"
-                                          << "des:semana" << true;
+    QTest::newRow("sort replaces filter") << 5 << QStringList{"farc>=", "fcur=", "des:semana"} << "des:semana" << "des:semana" << true;
     QTest::newRow("delete after sort") << 5 << QStringList{"asc:destino", "del"} << "def" << "asc:destino" << false;
-    QTest::newRow("tab 1 runs archive") << 5 << QStringList{"des:tipohora", "tab1"} << "des:tipohora"
-                                        << "des:tipohora" << true;
-    QTest::newRow("tab 2 and back reads nothing") << 5 << QStringList{"farc=", "tab2", "tab0"} << "def" << "f="
-                                                  << false;
-    QTest::newRow("activation keeps archive stored") << 5 << QStringList{"asc:fecha", "tab1", "act"} << "def"
-                                                     << "def" << false;
-    QTest::newRow("chief cambio after filter") << 6 << QStringList{"farc=", "cambio", "tab1"} << "def" << "def"
-                                               << true;
-    QTest::newRow("chief tab 3 reads nothing") << 6 << QStringList{"des:actividad", "tab3", "tab6"}
-                                               << "des:actividad" << "des:actividad" << false;
+    QTest::newRow("tab 1 runs archive") << 5 << QStringList{"des:tipohora", "tab1"} << "des:tipohora" << "des:tipohora" << true;
+    QTest::newRow("tab 2 and back reads nothing") << 5 << QStringList{"farc=", "tab2", "tab0"} << "def" << "f=" << false;
+    QTest::newRow("activation keeps archive stored") << 5 << QStringList{"asc:fecha", "tab1", "act"} << "def" << "def" << false;
+    QTest::newRow("chief cambio after filter") << 6 << QStringList{"farc=", "cambio", "tab1"} << "def" << "def" << true;
+    QTest::newRow("chief tab 3 reads nothing") << 6 << QStringList{"des:actividad", "tab3", "tab6"} << "des:actividad"
+                                               << "des:actividad" << false;
     QTest::newRow("super filter") << 8 << QStringList{"cambio", "fcur="} << "f=" << "def" << false;
 }
 
@@ -374,7 +348,6 @@ void TestWorkspaces::stateTable()
     QFETCH(QString, current);
     QFETCH(QString, archive);
     QFETCH(bool, archiveRan);
-    tests::TempStore store;
     Screen s(perId);
     QDate filterDay[2];
     bool filterFrom[2] = {true, true};
@@ -385,12 +358,10 @@ void TestWorkspaces::stateTable()
         if (e == QLatin1String("act")) {
             s.w->windowActivated();
         } else if (e.startsWith(QLatin1String("asc:")) || e.startsWith(QLatin1String("des:"))) {
-            const QString button = e.startsWith(QLatin1String("asc")) ? QStringLiteral("ordenar_asc")
-                                                                      : QStringLiteral("ordenar_des");
-            QVERIFY(s.bar->triggerMenuEntry(button, e.mid(4)));
+            QVERIFY(s.sort(e.startsWith(QLatin1String("asc")) ? "ordenar_asc" : "ordenar_des", qPrintable(e.mid(4))));
         } else if (e.startsWith(QLatin1String("f"))) {
             const bool cur = e.startsWith(QLatin1String("fcur"));
-            const QDate day = someDay(store, cur ? QStringLiteral("HORAS") : QStringLiteral("HHORAS"), person);
+            const QDate day = someDay(store(), cur ? QStringLiteral("HORAS") : QStringLiteral("HHORAS"), person);
             filterDay[cur ? 0 : 1] = day;
             filterFrom[cur ? 0 : 1] = e.endsWith(QLatin1String(">="));
             s.filter(cur, e.endsWith(QLatin1String(">=")), day);
@@ -398,9 +369,9 @@ void TestWorkspaces::stateTable()
         } else if (e == QLatin1String("del")) {
             s.tabs->setCurrentIndex(0);
             const QString id = s.adcMes->value(QStringLiteral("HorId")).toString();
-            m_dialogs.answerNext(ui::Answer::Yes);
-            QVERIFY(s.bar->trigger(QStringLiteral("eliminar")));
-            QCOMPARE(store.count(QStringLiteral("HORAS"), QStringLiteral("HorId = ?"), {id.toLongLong()}), 0);
+            dialogs().answerNext(ui::Answer::Yes);
+            QVERIFY(s.trigger("eliminar"));
+            QCOMPARE(store().count(QStringLiteral("HORAS"), QStringLiteral("HorId = ?"), {id.toLongLong()}), 0);
         } else if (e.startsWith(QLatin1String("tab"))) {
             s.tabs->setCurrentIndex(e.mid(3).toInt());
         } else if (e == QLatin1String("cambio")) {
@@ -418,10 +389,8 @@ void TestWorkspaces::stateTable()
             return Workspace::defaultStatement(list, person);
         if (token.startsWith(QLatin1String("f")))
             return Workspace::filteredStatement(list, person, filterDay[i], filterFrom[i]);
-        return Workspace::sortedStatement(list, person,
-                                          token.startsWith(QLatin1String("asc")) ? QStringLiteral("ordenar_asc")
-                                                                                 : QStringLiteral("ordenar_des"),
-                                          token.mid(4));
+        const bool asc = token.startsWith(QLatin1String("asc"));
+        return Workspace::sortedStatement(list, person, asc ? QStringLiteral("ordenar_asc") : QStringLiteral("ordenar_des"), token.mid(4));
     };
     QCOMPARE(s.adcMes->recordSource(), expected(Workspace::List::Current, current));
     QCOMPARE(s.adcArchivo->recordSource(), expected(Workspace::List::Archive, archive));
@@ -429,7 +398,7 @@ void TestWorkspaces::stateTable()
 
     // The current grid shows what its statement gives; a filter gives rows in no order.
     QStringList shown = Screen::ids(s.mes);
-    QStringList wanted = idsOf(store, s.adcMes->recordSource());
+    QStringList wanted = idsOf(store(), s.adcMes->recordSource());
     QVERIFY(!wanted.isEmpty());
     if (current.startsWith(QLatin1String("f"))) {
         shown.sort();
@@ -437,32 +406,30 @@ void TestWorkspaces::stateTable()
     }
     QCOMPARE(shown, wanted);
     if (archiveRan && s.archivo->dataSource()) {  // the grid is bound at the first visit of tab 1
-        QCOMPARE(Screen::ids(s.archivo), idsOf(store, s.adcArchivo->recordSource()));
+        QCOMPARE(Screen::ids(s.archivo), idsOf(store(), s.adcArchivo->recordSource()));
         QVERIFY(s.archivo->rowCount() > 0);
     }
 }
 
 void TestWorkspaces::sortCaptions()
 {
-    tests::TempStore store;
     Screen s(5);
-    const QStringList entries = {"actividad", "destino", "fecha", "semana", "tipohora"};
-    const QStringList captions = {"Actividad", "Destino", "Fecha", "Semana", "Tipo Hora"};
-    for (int i = 0; i < entries.size(); ++i) {
-        QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("ordenar_des"), entries[i]));
-        QCOMPARE(s.bar->buttonCaption(QStringLiteral("ordenar_des")), captions[i]);
-        QCOMPARE(s.bar->buttonCaption(QStringLiteral("ordenar_asc")), QStringLiteral("Ascendente"));
+    for (auto [entry, caption] : {std::pair{"actividad", "Actividad"}, {"destino", "Destino"}, {"fecha", "Fecha"},
+                                  {"semana", "Semana"}, {"tipohora", "Tipo Hora"}}) {
+        QVERIFY(s.sort("ordenar_des", entry));
+        QCOMPARE(s.caption("ordenar_des"), QString::fromLatin1(caption));
+        QCOMPARE(s.caption("ordenar_asc"), QStringLiteral("Ascendente"));
     }
-    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("ordenar_asc"), QStringLiteral("semana")));
-    QCOMPARE(s.bar->buttonCaption(QStringLiteral("ordenar_asc")), QStringLiteral("Semana"));
-    QCOMPARE(s.bar->buttonCaption(QStringLiteral("ordenar_des")), QStringLiteral("Tipo Hora"));
+    QVERIFY(s.sort("ordenar_asc", "semana"));
+    QCOMPARE(s.caption("ordenar_asc"), QStringLiteral("Semana"));
+    QCOMPARE(s.caption("ordenar_des"), QStringLiteral("Tipo Hora"));
     // The descending sort by week really comes out that way.
-    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("ordenar_des"), QStringLiteral("semana")));
+    QVERIFY(s.sort("ordenar_des", "semana"));
     for (int r = 1; r < s.mes->rowCount(); ++r)
         QVERIFY(s.mes->cellText(r - 1, 1).toInt() >= s.mes->cellText(r, 1).toInt());
     // The button faces do nothing by themselves.
     const QString before = s.adcMes->recordSource();
-    QVERIFY(s.bar->trigger(QStringLiteral("ordenar_asc")));
+    QVERIFY(s.trigger("ordenar_asc"));
     QCOMPARE(s.adcMes->recordSource(), before);
 }
 
@@ -470,23 +437,22 @@ void TestWorkspaces::sortCaptions()
 // back on, a click in the grid does.
 void TestWorkspaces::buttonsFollowTheCurrentList()
 {
-    tests::TempStore store;
-    const store::ResultSet mine = store.select(
+    const store::ResultSet mine = store().select(
         QStringLiteral("SELECT HorId FROM HORAS WHERE FunCedula='11111111' ORDER BY HorFecha"));
     const qlonglong keep = mine.rows.front().value(0).toLongLong();
-    store.execNative(QStringLiteral("DELETE FROM HORAS WHERE FunCedula = ? AND HorId <> ?"), {kUsuario, keep});
+    store().execNative(QStringLiteral("DELETE FROM HORAS WHERE FunCedula = ? AND HorId <> ?"), {kUsuario, keep});
     Screen s(5);
     QCOMPARE(s.mes->rowCount(), 1);
     QVERIFY(s.writeKeys(true));  // the first row is current with no click
 
-    m_dialogs.answerNext(ui::Answer::Yes);
-    QVERIFY(s.bar->trigger(QStringLiteral("eliminar")));
+    dialogs().answerNext(ui::Answer::Yes);
+    QVERIFY(s.trigger("eliminar"));
     QCOMPARE(s.mes->rowCount(), 0);
     QVERIFY(s.writeKeys(false));
     QVERIFY(s.bar->isButtonEnabled(QStringLiteral("nuevo")));
 
     // An hour entered elsewhere fills the list at the next activation; the buttons stay off.
-    store.execNative(QStringLiteral("INSERT INTO HORAS (FunCedula, AreId, ActId, DesId, TipId, FunInsId, HorFecha, "
+    store().execNative(QStringLiteral("INSERT INTO HORAS (FunCedula, AreId, ActId, DesId, TipId, FunInsId, HorFecha, "
                                     "HorSemana, HorValorhora, HorHoras, HorMoneda) SELECT FunCedula, 'DOC', 'REU', "
                                     "'CUR', 'COM', FunInsId, ?, 1, 100, 3, 'Pesos Uruguayos' FROM "
                                     "FUNCIONARIOS_INSTITUTOS WHERE FunCedula = ?"),
@@ -500,117 +466,111 @@ void TestWorkspaces::buttonsFollowTheCurrentList()
     QVERIFY(s.writeKeys(true));
 }
 
-void TestWorkspaces::deleteAsksAndTakesTheLink()
+// eliminar asks first, then takes the row and its teaching link in one transaction: No, or
+// a store that refuses halfway, keeps both; a row gone meanwhile is said so and leaves the
+// list. The list is back on its statement and the pointer is not left as the hourglass.
+void TestWorkspaces::deleteRow_data()
 {
-    tests::TempStore store;
-    Screen s(5);
-    const qlonglong id = clickTeachingRow(store, s);
-    QVERIFY(id > 0);
-    const int before = store.count(QStringLiteral("HORAS"));
-
-    const int busyBefore = int(m_dialogs.busyHistory().size());
-    bool busyWhileAsking = true;
-    m_dialogs.setOnShown([&](const ScriptedDialogs::Box &) { busyWhileAsking = ui::isBusy(); });
-    m_dialogs.answerNext(ui::Answer::No);
-    QVERIFY(s.bar->trigger(QStringLiteral("eliminar")));
-    QCOMPARE(m_dialogs.count(), 1);
-    const auto box = m_dialogs.last();
-    QCOMPARE(box.text, QStringLiteral("Confirma que desea eliminar las horas seleccionadas ?"));
-    QCOMPARE(box.title, QStringLiteral("Atención"));
-    QCOMPARE(box.buttons, ui::Buttons::YesNo);
-    QCOMPARE(box.icon, ui::Icon::None);
-    QVERIFY(!busyWhileAsking);
-    QCOMPARE(store.count(QStringLiteral("HORAS")), before);
-    QCOMPARE(m_dialogs.busyHistory().size(), busyBefore);
-
-    m_dialogs.answerNext(ui::Answer::Yes);
-    QVERIFY(s.bar->trigger(QStringLiteral("eliminar")));
-    QCOMPARE(store.count(QStringLiteral("HORAS")), before - 1);
-    QCOMPARE(store.count(QStringLiteral("HORAS"), QStringLiteral("HorId = ?"), {id}), 0);
-    QCOMPARE(store.count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"), {id}), 0);
-    QCOMPARE(m_dialogs.busyHistory().mid(busyBefore), (QList<bool>{true, false}));
-    QVERIFY(!ui::isBusy());
-    QVERIFY(!Screen::ids(s.mes).contains(QString::number(id)));
-    QVERIFY(s.writeKeys(true));  // rows remain: the delete's own moves leave the buttons be
-    QCOMPARE(Screen::ids(s.mes), idsOf(store, Workspace::defaultStatement(Workspace::List::Current, kUsuario)));
-    QCOMPARE(m_dialogs.count(), 2);
+    QTest::addColumn<QString>("case_");
+    QTest::addColumn<bool>("yes");
+    QTest::addColumn<bool>("kept");  // the row and its link are still stored
+    QTest::newRow("answer no") << "" << false << true;
+    QTest::newRow("answer yes") << "" << true << false;
+    QTest::newRow("store refuses halfway") << "refuse" << true << true;
+    QTest::newRow("row gone meanwhile, sorted list") << "gone" << true << false;
 }
 
-// A delete the store refuses halfway (the HORAS row cannot go) takes nothing: the link row
-// deleted first comes back with the rest of the transaction.
-void TestWorkspaces::deleteFailureKeepsBoth()
+void TestWorkspaces::deleteRow()
 {
-    tests::TempStore store;
-    if (store.backend() != store::Backend::SQLite)
+    QFETCH(QString, case_);
+    QFETCH(bool, yes);
+    QFETCH(bool, kept);
+    if (case_ == QLatin1String("refuse") && store().backend() != store::Backend::SQLite)
         QSKIP("the refusal is an SQLite trigger");
     Screen s(5);
-    const qlonglong id = clickTeachingRow(store, s);
+    if (case_ == QLatin1String("gone"))
+        QVERIFY(s.sort("ordenar_des", "fecha"));
+    const qlonglong id = clickTeachingRow(store(), s);
     QVERIFY(id > 0);
-    store.execNative(QStringLiteral("CREATE TRIGGER horas_fijas BEFORE DELETE ON HORAS "
-                                    "BEGIN SELECT RAISE(ABORT, 'borrado rechazado'); END"));
-    m_dialogs.answerNext(ui::Answer::Yes);
+    const int rows = s.mes->rowCount(), before = store().count(QStringLiteral("HORAS"));
+    if (case_ == QLatin1String("refuse"))
+        store().execNative(QStringLiteral("CREATE TRIGGER horas_fijas BEFORE DELETE ON HORAS "
+                                          "BEGIN SELECT RAISE(ABORT, 'borrado rechazado'); END"));
+    for (const char *table : {"HORAS_RUBROS_MATERIAS", "HORAS"})
+        if (case_ == QLatin1String("gone"))
+            store().execNative(QStringLiteral("DELETE FROM %1 WHERE HorId = ?").arg(QLatin1String(table)), {id});
+
+    const int busyBefore = int(dialogs().busyHistory().size());
+    bool busyWhileAsking = true;
+    dialogs().setOnShown([&](const ScriptedDialogs::Box &box) {
+        if (box.buttons == ui::Buttons::YesNo)
+            busyWhileAsking = ui::isBusy();
+    });
+    dialogs().answerNext(yes ? ui::Answer::Yes : ui::Answer::No);
     bool refused = false;
     try {
-        s.bar->trigger(QStringLiteral("eliminar"));
+        QVERIFY(s.trigger("eliminar"));
     } catch (const std::exception &) {
         refused = true;
     }
-    QVERIFY(refused || m_dialogs.count() == 2);
-    QCOMPARE(store.count(QStringLiteral("HORAS"), QStringLiteral("HorId = ?"), {id}), 1);
-    QCOMPARE(store.count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"), {id}), 1);
+    const ScriptedDialogs::Box ask = dialogs().shown().value(0);
+    QCOMPARE(ask.text, QStringLiteral("Confirma que desea eliminar las horas seleccionadas ?"));
+    QCOMPARE(ask.title, QStringLiteral("Atención"));
+    QCOMPARE(ask.buttons, ui::Buttons::YesNo);
+    QCOMPARE(ask.icon, ui::Icon::None);
+    QVERIFY(!busyWhileAsking);
     QVERIFY(!ui::isBusy());
-    QCOMPARE(s.adcMes->recordSource(), Workspace::defaultStatement(Workspace::List::Current, kUsuario));
-    store.execNative(QStringLiteral("DROP TRIGGER horas_fijas"));
+    QCOMPARE(store().count(QStringLiteral("HORAS"), QStringLiteral("HorId = ?"), {id}), kept ? 1 : 0);
+    QCOMPARE(store().count(QStringLiteral("HORAS_RUBROS_MATERIAS"), QStringLiteral("HorId = ?"), {id}), kept ? 1 : 0);
+    QCOMPARE(s.adcMes->recordSource(), currentList(kUsuario));
+    if (case_ == QLatin1String("refuse")) {
+        QVERIFY(refused || dialogs().count() == 2);
+        store().execNative(QStringLiteral("DROP TRIGGER horas_fijas"));
+        return;
+    }
+    QCOMPARE(store().count(QStringLiteral("HORAS")), kept ? before : before - 1);
+    if (case_ == QLatin1String("gone")) {
+        QCOMPARE(dialogs().last().text, QStringLiteral("El registro de horas ya no existe."));
+        QCOMPARE(s.mes->rowCount(), rows - 1);
+        return;
+    }
+    QCOMPARE(dialogs().count(), 1);
+    if (kept) {
+        QCOMPARE(dialogs().busyHistory().size(), busyBefore);
+        return;
+    }
+    QCOMPARE(dialogs().busyHistory().mid(busyBefore), (QList<bool>{true, false}));
+    QVERIFY(!Screen::ids(s.mes).contains(QString::number(id)));
+    QVERIFY(s.writeKeys(true));  // rows remain: the delete's own moves leave the buttons be
+    QCOMPARE(Screen::ids(s.mes), idsOf(store(), currentList(kUsuario)));
 }
 
 void TestWorkspaces::deleteOutsideTabZero()
 {
-    tests::TempStore store;
     Screen s(6);
-    const int before = store.count(QStringLiteral("HORAS"));
+    const int before = store().count(QStringLiteral("HORAS"));
     for (int tab : {1, 2, 3, 5}) {
         s.tabs->setCurrentIndex(tab);
-        m_dialogs.clearShown();
-        QVERIFY(s.bar->trigger(QStringLiteral("eliminar")));
-        QCOMPARE(m_dialogs.count(), 1);
-        QCOMPARE(m_dialogs.last().text, QStringLiteral("Solo es posible eliminar horas del mes en curso"));
-        QCOMPARE(m_dialogs.last().title, ui::programTitle());
-        QCOMPARE(m_dialogs.last().buttons, ui::Buttons::Ok);
-        QCOMPARE(m_dialogs.last().icon, ui::Icon::None);
+        dialogs().clearShown();
+        QVERIFY(s.trigger("eliminar"));
+        QCOMPARE(dialogs().count(), 1);
+        QCOMPARE(dialogs().last().text, QStringLiteral("Solo es posible eliminar horas del mes en curso"));
+        QCOMPARE(dialogs().last().title, ui::programTitle());
+        QCOMPARE(dialogs().last().buttons, ui::Buttons::Ok);
+        QCOMPARE(dialogs().last().icon, ui::Icon::None);
         QCOMPARE(s.tabs->currentIndex(), tab);
     }
-    QCOMPARE(store.count(QStringLiteral("HORAS")), before);
-}
-
-void TestWorkspaces::deleteRowAlreadyGone()
-{
-    tests::TempStore store;
-    Screen s(5);
-    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("ordenar_des"), QStringLiteral("fecha")));
-    s.mes->clickRow(1);
-    const qlonglong id = s.mes->cellText(1, 8).toLongLong();
-    const int rows = s.mes->rowCount();
-    store.execNative(QStringLiteral("DELETE FROM HORAS WHERE HorId = ?"), {id});
-    const int before = store.count(QStringLiteral("HORAS"));
-
-    m_dialogs.answerNext(ui::Answer::Yes);
-    QVERIFY(s.bar->trigger(QStringLiteral("eliminar")));
-    QCOMPARE(m_dialogs.last().text, QStringLiteral("El registro de horas ya no existe."));
-    QCOMPARE(store.count(QStringLiteral("HORAS")), before);
-    QCOMPARE(s.mes->rowCount(), rows - 1);
-    QCOMPARE(s.adcMes->recordSource(), Workspace::defaultStatement(Workspace::List::Current, kUsuario));
-    QVERIFY(!ui::isBusy());
+    QCOMPARE(store().count(QStringLiteral("HORAS")), before);
 }
 
 void TestWorkspaces::modificarOnArchiveTabOpensCurrentRow()
 {
-    tests::TempStore store;
     Screen s(5);
     s.mes->clickRow(2);
     const int id = s.mes->cellText(2, 8).toInt();
     s.tabs->setCurrentIndex(1);
     QVERIFY(s.archivo->rowCount() > 0);
-    QVERIFY(s.bar->trigger(QStringLiteral("modificar")));
+    QVERIFY(s.trigger("modificar"));
     frmModificoHoras *f = frmModificoHoras::instance();
     QVERIFY(f);
     QCOMPARE(f->horid, id);
@@ -620,10 +580,9 @@ void TestWorkspaces::modificarOnArchiveTabOpensCurrentRow()
 // keeps the caption of its last entry.
 void TestWorkspaces::sortThenNuevoPutsDateOrderBack()
 {
-    tests::TempStore store;
     Screen s(5);
-    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("ordenar_des"), QStringLiteral("actividad")));
-    QVERIFY(s.bar->trigger(QStringLiteral("nuevo")));
+    QVERIFY(s.sort("ordenar_des", "actividad"));
+    QVERIFY(s.trigger("nuevo"));
     frmRegistroHoras *f = frmRegistroHoras::instance();
     QVERIFY(f);
     QVERIFY(f->isVisible());
@@ -634,17 +593,16 @@ void TestWorkspaces::sortThenNuevoPutsDateOrderBack()
     // The user comes back to the workspace.
     s.w->activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(s.w.get()));
-    QTRY_COMPARE(s.adcMes->recordSource(), Workspace::defaultStatement(Workspace::List::Current, kUsuario));
-    QCOMPARE(s.adcArchivo->recordSource(), Workspace::defaultStatement(Workspace::List::Archive, kUsuario));
-    QCOMPARE(s.bar->buttonCaption(QStringLiteral("ordenar_des")), QStringLiteral("Actividad"));
+    QTRY_COMPARE(s.adcMes->recordSource(), currentList(kUsuario));
+    QCOMPARE(s.adcArchivo->recordSource(), archiveList(kUsuario));
+    QCOMPARE(s.caption("ordenar_des"), QStringLiteral("Actividad"));
 }
 
 // Coming back from a box of the program's own is no activation: the sort stays.
 void TestWorkspaces::messageBoxDoesNotReactivate()
 {
-    tests::TempStore store;
     Screen s(5);
-    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("ordenar_asc"), QStringLiteral("destino")));
+    QVERIFY(s.sort("ordenar_asc", "destino"));
     const QString sorted = s.adcMes->recordSource();
     {
         QMessageBox box(QMessageBox::NoIcon, QStringLiteral("t"), QStringLiteral("x"));
@@ -656,18 +614,17 @@ void TestWorkspaces::messageBoxDoesNotReactivate()
     QVERIFY(QTest::qWaitForWindowActive(s.w.get()));
     QCOMPARE(s.adcMes->recordSource(), sorted);
     // ayuda does not end the program; salir does.
-    const int ends = m_dialogs.endProgramCount();
-    QVERIFY(s.bar->trigger(QStringLiteral("ayuda")));
-    QCOMPARE(m_dialogs.endProgramCount(), ends);
-    QVERIFY(s.bar->trigger(QStringLiteral("salir")));
-    QCOMPARE(m_dialogs.endProgramCount(), ends + 1);
+    const int ends = dialogs().endProgramCount();
+    QVERIFY(s.trigger("ayuda"));
+    QCOMPARE(dialogs().endProgramCount(), ends);
+    QVERIFY(s.trigger("salir"));
+    QCOMPARE(dialogs().endProgramCount(), ends + 1);
 }
 
 void TestWorkspaces::filterEmptyDayAndDoubleClick()
 {
-    tests::TempStore store;
     Screen s(5);
-    const QDate day = someDay(store, QStringLiteral("HHORAS"), kUsuario);
+    const QDate day = someDay(store(), QStringLiteral("HHORAS"), kUsuario);
     s.tabs->setCurrentIndex(2);
     auto *cal = s.w->findChild<QCalendarWidget *>(QStringLiteral("calendario"));
     cal->setSelectedDate(day);
@@ -681,12 +638,11 @@ void TestWorkspaces::filterEmptyDayAndDoubleClick()
     QVERIFY(s.archivo->rowCount() > 0);
     for (int r = 0; r < s.archivo->rowCount(); ++r)
         QVERIFY(s.archivo->cellText(r, 0).contains(QString::number(day.day())));
-    QCOMPARE(s.adcMes->recordSource(), Workspace::defaultStatement(Workspace::List::Current, kUsuario));
+    QCOMPARE(s.adcMes->recordSource(), currentList(kUsuario));
 }
 
 void TestWorkspaces::chiefStaffList()
 {
-    tests::TempStore store;
     Screen s(6);
     QVERIFY(s.staff);
     QCOMPARE(s.staff->caption(), QStringLiteral("LISTA DE FUNCIONARIOS"));
@@ -698,11 +654,11 @@ void TestWorkspaces::chiefStaffList()
     QCOMPARE(cedulas.count(kTwoContracts), 2);
     QCOMPARE(cedulas.count(kJefe), 1);
     QVERIFY(!cedulas.contains(QStringLiteral("99999999")));
-    QCOMPARE(cedulas.size(), store.count(QStringLiteral("FUNCIONARIOS_INSTITUTOS"),
+    QCOMPARE(cedulas.size(), store().count(QStringLiteral("FUNCIONARIOS_INSTITUTOS"),
                                          QStringLiteral("FunCedula IN (SELECT FunCedula FROM FUNCIONARIOS_INSTITUTOS "
                                                         "WHERE AreId = 'DOC')")));
     // cambio with no click takes the first row.
-    QVERIFY(s.bar->trigger(QStringLiteral("cambio")));
+    QVERIFY(s.trigger("cambio"));
     QCOMPARE(modPrincipal::session().person, cedulas.first());
     // Either row of the two-contract person gives the same person; the tab stays.
     s.tabs->setCurrentIndex(3);
@@ -711,11 +667,10 @@ void TestWorkspaces::chiefStaffList()
             continue;
         tests::amendSession([&](core::Session &s) { s.person = kJefe; });
         s.staff->clickRow(r);
-        QVERIFY(s.bar->trigger(QStringLiteral("cambio")));
+        QVERIFY(s.trigger("cambio"));
         QCOMPARE(modPrincipal::session().person, kTwoContracts);
         QCOMPARE(s.tabs->currentIndex(), 3);
-        QCOMPARE(Screen::ids(s.mes),
-                 idsOf(store, Workspace::defaultStatement(Workspace::List::Current, kTwoContracts)));
+        QCOMPARE(Screen::ids(s.mes), idsOf(store(), currentList(kTwoContracts)));
     }
     // The status bar still names the chief.
     QCOMPARE(s.w->findChild<ui::StatusPanels *>()->panelText(QStringLiteral("Usuario")), QStringLiteral("Usuario: jefe"));
@@ -733,7 +688,6 @@ void TestWorkspaces::chiefStaffList()
 
 void TestWorkspaces::cambioWithArchiveTabShowing()
 {
-    tests::TempStore store;
     Screen s(6);
     s.tabs->setCurrentIndex(1);
     const QStringList chiefArchive = Screen::ids(s.archivo);
@@ -741,30 +695,29 @@ void TestWorkspaces::cambioWithArchiveTabShowing()
     s.cambioTo(kTwoContracts);
     QCOMPARE(s.tabs->currentIndex(), 1);
     QCOMPARE(Screen::ids(s.archivo), chiefArchive);
-    QCOMPARE(s.adcArchivo->recordSource(), Workspace::defaultStatement(Workspace::List::Archive, kTwoContracts));
+    QCOMPARE(s.adcArchivo->recordSource(), archiveList(kTwoContracts));
     // modificar already acts on the new person's current list.
-    QVERIFY(s.bar->trigger(QStringLiteral("modificar")));
+    QVERIFY(s.trigger("modificar"));
     QVERIFY(frmModificoHoras::instance());
-    QCOMPARE(store.scalar(QStringLiteral("SELECT FunCedula FROM HORAS WHERE HorId = ?"),
+    QCOMPARE(store().scalar(QStringLiteral("SELECT FunCedula FROM HORAS WHERE HorId = ?"),
                           {frmModificoHoras::instance()->horid}).toString(), kTwoContracts);
     s.tabs->setCurrentIndex(0);
     s.tabs->setCurrentIndex(1);
-    QCOMPARE(Screen::ids(s.archivo), idsOf(store, s.adcArchivo->recordSource()));
+    QCOMPARE(Screen::ids(s.archivo), idsOf(store(), s.adcArchivo->recordSource()));
     QVERIFY(Screen::ids(s.archivo) != chiefArchive);
 }
 
 void TestWorkspaces::cambioOnEmptyStaffList()
 {
-    tests::TempStore store;
-    store.execNative(QStringLiteral("DELETE FROM FUNCIONARIOS_INSTITUTOS WHERE AreId = 'DOC'"));
+    store().execNative(QStringLiteral("DELETE FROM FUNCIONARIOS_INSTITUTOS WHERE AreId = 'DOC'"));
     Screen s(6);
     QCOMPARE(s.staff->rowCount(), 0);
     QVERIFY(s.bar->isButtonEnabled(QStringLiteral("cambio")));
     const QString before = s.adcMes->recordSource();
-    QVERIFY(s.bar->trigger(QStringLiteral("cambio")));
+    QVERIFY(s.trigger("cambio"));
     QCOMPARE(modPrincipal::session().person, kJefe);
     QCOMPARE(s.adcMes->recordSource(), before);
-    QCOMPARE(m_dialogs.count(), 0);
+    QCOMPARE(dialogs().count(), 0);
     s.tabs->setCurrentIndex(3);
     s.clickEmptyPartOf(s.staff);
     QVERIFY(!s.bar->isButtonEnabled(QStringLiteral("cambio")));
@@ -781,41 +734,36 @@ static QWidget *findTopLevel(const QString &name)
 
 void TestWorkspaces::chiefPrintMenuRerunsLists()
 {
-    tests::TempStore store;
     Screen s(6);
-    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("ordenar_asc"), QStringLiteral("semana")));
+    QVERIFY(s.sort("ordenar_asc", "semana"));
     const QString sorted = s.adcMes->recordSource();
     const int runs = s.archiveRuns;
     // A row written elsewhere shows after printing, in the order the list holds.
-    store.execNative(QStringLiteral("DELETE FROM HORAS WHERE HorId = ?"), {s.mes->cellText(0, 8).toLongLong()});
-    QVERIFY(s.bar->trigger(QStringLiteral("imprimir")));
-    QCOMPARE(m_dialogs.count(), 0);
-    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("imprimir"), QStringLiteral("area")));
+    store().execNative(QStringLiteral("DELETE FROM HORAS WHERE HorId = ?"), {s.mes->cellText(0, 8).toLongLong()});
+    QVERIFY(s.trigger("imprimir"));
+    QCOMPARE(dialogs().count(), 0);
+    QVERIFY(s.sort("imprimir", "area"));
     QVERIFY(findTopLevel(QStringLiteral("dtrReporteMesActualArea")));
     QCOMPARE(s.adcMes->recordSource(), sorted);
-    QCOMPARE(Screen::ids(s.mes), idsOf(store, sorted));
+    QCOMPARE(Screen::ids(s.mes), idsOf(store(), sorted));
     QVERIFY(s.archiveRuns > runs);
 }
 
 void TestWorkspaces::superUserReadsOnly()
 {
-    tests::TempStore store;
     Screen s(8);
     for (const char *k : {"nuevo", "modificar", "eliminar"})
         QVERIFY(!s.bar->button(QString::fromLatin1(k)));
-    QCOMPARE(s.staff->rowCount(), store.count(QStringLiteral("FUNCIONARIOS_INSTITUTOS")));
+    QCOMPARE(s.staff->rowCount(), store().count(QStringLiteral("FUNCIONARIOS_INSTITUTOS")));
     // A click in the current list changes no button; there is none to change.
     s.mes->clickRow(1);
     QCOMPARE(s.bar->keys().size(), 8);
     QCOMPARE(s.bar->menuKeys(QStringLiteral("estadisticas")),
              (QStringList{"actividades", "areas", "destinos", "tipos"}));
-    auto *su = static_cast<frmSuperUsuario *>(s.w.get());
-    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("estadisticas"), QStringLiteral("destinos")));
+    QVERIFY(s.sort("estadisticas", "destinos"));
+    QCOMPARE(static_cast<frmSuperUsuario *>(s.w.get())->agrupar, QStringLiteral("DesDescripcion"));
     QVERIFY(findTopLevel(QStringLiteral("frmEstadisticasSuperUsuario")));
-    QCOMPARE(su->agrupar, QStringLiteral("DesDescripcion"));
-    QVERIFY(su->consulta.startsWith(QLatin1String("SHAPE {select HorId,AreDescripcion")));
-    QVERIFY(su->consulta.contains(QLatin1String("H.TIPID=T.TIPID } AS ChildCommand")));
-    QVERIFY(s.bar->triggerMenuEntry(QStringLiteral("imprimir"), QStringLiteral("todo")));
+    QVERIFY(s.sort("imprimir", "todo"));
     QVERIFY(findTopLevel(QStringLiteral("dtrReporteMesActualGeneral")));
 }
 
@@ -823,7 +771,6 @@ void TestWorkspaces::superUserReadsOnly()
 // and what, as the store recorded it; with no row, a message.
 void TestWorkspaces::superUserOpensHistory()
 {
-    tests::TempStore store;
     Screen s(8);
     const qlonglong current = s.adcMes->value(QStringLiteral("HorId")).toLongLong();
     QVERIFY(current > 0);
@@ -831,7 +778,7 @@ void TestWorkspaces::superUserOpensHistory()
     store::Connection::shared()->executeNative(QStringLiteral("UPDATE HORAS SET HorHoras = 9 WHERE HorId = ?"), {current});
     store::history::announceLogin(QString());
 
-    QVERIFY(s.bar->trigger(QStringLiteral("historial")));
+    QVERIFY(s.trigger("historial"));
     auto *window = qobject_cast<QWidget *>(
         findTopLevel(QStringLiteral("frmHistorialHoras_%1").arg(current)));
     QVERIFY(window && window->isVisible());
@@ -850,15 +797,15 @@ void TestWorkspaces::superUserOpensHistory()
     s.tabs->setCurrentIndex(1);
     const qlonglong archived = s.adcArchivo->value(QStringLiteral("HorId")).toLongLong();
     QVERIFY(archived > 0 && archived != current);
-    QVERIFY(s.bar->trigger(QStringLiteral("historial")));
+    QVERIFY(s.trigger("historial"));
     QVERIFY(findTopLevel(QStringLiteral("frmHistorialHoras_%1").arg(archived)));
 
     // A current list without rows: the message, no window.
     s.filter(true, false, QDate(1999, 1, 1));
-    const int before = m_dialogs.count();
-    QVERIFY(s.bar->trigger(QStringLiteral("historial")));
-    QCOMPARE(m_dialogs.count(), before + 1);
-    QCOMPARE(m_dialogs.last().text, QStringLiteral("Seleccione primero un registro de horas."));
+    const int before = dialogs().count();
+    QVERIFY(s.trigger("historial"));
+    QCOMPARE(dialogs().count(), before + 1);
+    QCOMPARE(dialogs().last().text, QStringLiteral("Seleccione primero un registro de horas."));
     for (QWidget *w : QApplication::topLevelWidgets())
         if (w->objectName().startsWith(QLatin1String("frmHistorialHoras")))
             delete w;
@@ -868,11 +815,10 @@ void TestWorkspaces::superUserOpensHistory()
 // the current list back to the person the window works on.
 void TestWorkspaces::chiefExportsFromTheCloseTab()
 {
-    tests::TempStore store;
     Screen s(6);
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("area.xlsx"));
-    m_dialogs.typeNext(path);
+    dialogs().typeNext(path);
     s.tabs->setCurrentIndex(4);
     auto *cmdExportar = s.tabs->widget(4)->findChild<QPushButton *>(QStringLiteral("cmdExportar"));
     QVERIFY(cmdExportar);
@@ -883,14 +829,13 @@ void TestWorkspaces::chiefExportsFromTheCloseTab()
     QVERIFY(cmdExportar->isEnabled());
     cmdExportar->click();
     QVERIFY(QFile::exists(path));
-    QCOMPARE(m_dialogs.last().text, QStringLiteral("Se ha exportado a Excel con exito"));
+    QCOMPARE(dialogs().last().text, QStringLiteral("Se ha exportado a Excel con exito"));
     QVERIFY(s.adcMes->recordSource().contains(QLatin1String("H.FUNCEDULA='22222222'")));
 }
 
 // cmdImprimir of the budget tab runs the query and opens the window's budget report.
 void TestWorkspaces::budgetPrintOpensItsReport()
 {
-    tests::TempStore store;
     Screen s(6);
     auto *cmdImprimir = s.tabs->widget(5)->findChild<QPushButton *>(QStringLiteral("cmdImprimir"));
     QVERIFY(cmdImprimir);

@@ -1,4 +1,4 @@
-#include "workbook/XlsxPie3D.h"
+#include "workbook/XlsxChartParts.h"
 
 #include "workbook/Workbook.h"
 
@@ -10,15 +10,16 @@
 
 namespace output {
 
-QByteArray pieChartAsThreeDimensional(const QByteArray &chartXml)
+namespace {
+
+QByteArray asThreeDimensional(const QByteArray &chartXml)
 {
     if (!chartXml.contains("<c:pieChart>"))
         return chartXml;
     QByteArray xml = chartXml;
     xml.replace("<c:pieChart>", "<c:pie3DChart>");
     xml.replace("</c:pieChart>", "</c:pie3DChart>");
-    // A three-dimensional pie has no first-slice angle; its tilt is in the chart's view. The
-    // part holds a copy of every plotted value, so it is edited as bytes.
+    // A three-dimensional pie has no first-slice angle; its tilt is in the chart's view.
     for (qsizetype at = xml.indexOf("<c:firstSliceAng"); at >= 0; at = xml.indexOf("<c:firstSliceAng", at)) {
         const qsizetype end = xml.indexOf('>', at);
         if (end < 0 || xml.at(end - 1) != '/')
@@ -31,6 +32,43 @@ QByteArray pieChartAsThreeDimensional(const QByteArray &chartXml)
     return xml;
 }
 
+// Each reference the writer left without values (<c:numRef><c:f>...</c:f></c:numRef>) gets
+// the next cache: a c:numCache, or for texts a c:strRef with a c:strCache.
+QByteArray withCaches(const QByteArray &xml, const std::vector<ChartCache> &caches)
+{
+    static const QByteArray open = "<c:numRef><c:f>", close = "</c:f></c:numRef>";
+    QByteArray out;
+    qsizetype size = xml.size();
+    for (const ChartCache &c : caches)
+        size += c.points.size() + 64;
+    out.reserve(size);
+    qsizetype from = 0;
+    for (const ChartCache &cache : caches) {
+        const qsizetype at = xml.indexOf(open, from);
+        const qsizetype end = at < 0 ? -1 : xml.indexOf(close, at + open.size());
+        if (end < 0)
+            break;
+        const QByteArrayView formula(xml.constData() + at + open.size(), end - at - open.size());
+        out.append(xml.constData() + from, at - from);
+        if (cache.text)
+            out.append("<c:strRef><c:f>").append(formula).append("</c:f><c:strCache>");
+        else
+            out.append("<c:numRef><c:f>").append(formula).append("</c:f><c:numCache><c:formatCode>General</c:formatCode>");
+        out.append(cache.points);
+        out.append(cache.text ? "</c:strCache></c:strRef>" : "</c:numCache></c:numRef>");
+        from = end + close.size();
+    }
+    out.append(xml.constData() + from, xml.size() - from);
+    return out;
+}
+
+}  // namespace
+
+QByteArray finishedChartPart(const QByteArray &chartXml, const ChartPartEdit &edit)
+{
+    return withCaches(edit.threeDimensional ? asThreeDimensional(chartXml) : chartXml, edit.caches);
+}
+
 namespace {
 
 [[noreturn]] void fail(const QString &what)
@@ -40,9 +78,7 @@ namespace {
 
 }  // namespace
 
-// A new archive with the parts of `from` in their order: the chart parts rewritten, every
-// other part carried over as its compressed bytes, so nothing is compressed twice.
-void makePiesThreeDimensional(const QString &from, const QString &to, const std::set<int> &charts)
+void finishChartParts(const QString &from, const QString &to, const std::map<int, ChartPartEdit> &charts)
 {
     int error = 0;
     zip_t *source = zip_open(QFile::encodeName(from).constData(), ZIP_RDONLY, &error);
@@ -60,9 +96,9 @@ void makePiesThreeDimensional(const QString &from, const QString &to, const std:
         QFile::remove(to);
         fail(why);
     };
-    std::set<QByteArray> chartNames;
-    for (const int chart : charts)
-        chartNames.insert(QStringLiteral("xl/charts/chart%1.xml").arg(chart).toUtf8());
+    std::map<QByteArray, const ChartPartEdit *> chartNames;
+    for (const auto &[chart, edit] : charts)
+        chartNames.emplace(QStringLiteral("xl/charts/chart%1.xml").arg(chart).toUtf8(), &edit);
     std::vector<QByteArray> rewritten;  // held until zip_close, which reads the buffers
     rewritten.reserve(charts.size());
     const zip_int64_t parts = zip_get_num_entries(source, 0);
@@ -70,7 +106,8 @@ void makePiesThreeDimensional(const QString &from, const QString &to, const std:
         const char *name = zip_get_name(source, zip_uint64_t(i), 0);
         if (!name)
             give_up(QStringLiteral("el libro escrito está dañado."));
-        const bool chartPart = chartNames.count(QByteArray(name)) > 0;
+        const auto edit = chartNames.find(QByteArray(name));
+        const bool chartPart = edit != chartNames.end();
         zip_source_t *part = nullptr;
         if (chartPart) {
             zip_stat_t st;
@@ -79,14 +116,14 @@ void makePiesThreeDimensional(const QString &from, const QString &to, const std:
                                    : zip_fopen_index(source, zip_uint64_t(i), 0);
             if (!file)
                 give_up(QStringLiteral("el libro escrito está dañado."));
-            // The part was written a moment ago by the chart writer: its size is known (it
-            // holds a copy of the plotted values, a few megabytes at most).
+            // The part was written a moment ago by the chart writer, without the values: its
+            // size is known and small.
             QByteArray xml(qsizetype(st.size), Qt::Uninitialized);
             const zip_int64_t got = zip_fread(file, xml.data(), zip_uint64_t(xml.size()));
             zip_fclose(file);
             if (got != zip_int64_t(xml.size()))
                 give_up(QStringLiteral("el libro escrito está dañado."));
-            rewritten.push_back(pieChartAsThreeDimensional(xml));
+            rewritten.push_back(finishedChartPart(xml, *edit->second));
             part = zip_source_buffer(target, rewritten.back().constData(), zip_uint64_t(rewritten.back().size()), 0);
         } else {
             part = zip_source_zip(target, source, zip_uint64_t(i), ZIP_FL_COMPRESSED, 0, -1);
@@ -97,7 +134,7 @@ void makePiesThreeDimensional(const QString &from, const QString &to, const std:
                 zip_source_free(part);
             give_up(QStringLiteral("no se pudo escribir el libro."));
         }
-        // A chart part repeats its values: the quickest compression is nearly as small.
+        // A chart part repeats its cached values: the quickest compression is nearly as small.
         if (chartPart)
             zip_set_file_compression(target, zip_uint64_t(added), ZIP_CM_DEFLATE, 1);
     }
