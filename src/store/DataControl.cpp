@@ -216,6 +216,7 @@ void DataControl::open(int firstRows)
     bool more = false;
     m_readMarker.reset();
     closeOpenRead();
+    m_readerFailed = false;  // a reader that could not be opened is tried again on a new read
     try {
         translated();
         // Taken before the read: a change committed meanwhile is seen at the next refresh.
