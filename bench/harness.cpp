@@ -490,12 +490,14 @@ public:
                     tab->comenzar();
                     settle();
                 },
-                onEngine({tr(statement)}), m_opt.runs);
+                onEngine({tr(statement)}), m_opt.runs, [this] { anotherUserCommits(); });
             row.target = ratioTarget(row.program, row.engine, 1.3);
+            row.note = QStringLiteral("each run after another user's commit: the statement read anew");
             rows.push_back(row);
         }
         delete tab;
         settle();
+        dropTouchTable();
         logBoxes("3");
 #else
         for (const char *n : {"(3a) budget: Mes en curso", "(3b) budget: Año en curso", "(3c) budget: período (all)"})
