@@ -509,8 +509,7 @@ OpenQuery::OpenQuery(std::shared_ptr<Connection> connection, const QString &sql)
     m_query = std::make_unique<QSqlQuery>(conn.database());
     m_query->setForwardOnly(true);
     if (!m_query->exec(sql)) {
-        const StoreError e = StoreError::fromDiagnostic(conn.m_backend, diagnosticOf(*m_query), m_query->lastError(),
-                                                        false, connectionDead(conn.database()));
+        const StoreError e = conn.statementError(*m_query);
         m_query.reset();
         throw e;
     }
@@ -529,9 +528,7 @@ std::vector<Row> OpenQuery::next(int count)
     while (int(rows.size()) < count && !m_atEnd) {
         if (!m_query->next()) {
             if (failed(*m_query))
-                throw StoreError::fromDiagnostic(m_connection->m_backend, diagnosticOf(*m_query),
-                                                 m_query->lastError(), false,
-                                                 connectionDead(m_connection->database()));
+                throw m_connection->statementError(*m_query);
             m_atEnd = true;
             m_query->finish();  // the read ends with the result, whoever holds this
             break;
@@ -604,12 +601,10 @@ auto Connection::run(const QString &sql, const QVariantList &values, Use use) ->
             } catch (const StoreError &e) {
                 if (!q.lastError().isValid() || q.lastError().type() == QSqlError::NoError)
                     throw;
-                failure = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false,
-                                                     connectionDead(database()));
+                failure = statementError(q);
             }
         } else {
-            failure = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false,
-                                                 connectionDead(database()));
+            failure = statementError(q);
         }
         if (failure->fault() == StoreError::Fault::ConnectionLost) {
             m_dead = true;
@@ -636,6 +631,12 @@ auto Connection::run(const QString &sql, const QVariantList &values, Use use) ->
     }
 }
 
+// The store's error for a statement of this connection that failed, told by its diagnostic.
+StoreError Connection::statementError(const QSqlQuery &q)
+{
+    return StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false, connectionDead(database()));
+}
+
 // Opens the connection again. Throws the reason when the store cannot be reached.
 void Connection::reopen()
 {
@@ -659,9 +660,7 @@ void Connection::probe()
         if (q.exec(QStringLiteral("SELECT 1")))
             q.finish();
         else
-            lost = StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false,
-                                              connectionDead(database()))
-                       .fault() == StoreError::Fault::ConnectionLost;
+            lost = statementError(q).fault() == StoreError::Fault::ConnectionLost;
     }
     if (lost)
         reopen();

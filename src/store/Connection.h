@@ -107,6 +107,7 @@ private:
     void reopen();
     void probe();
     StoreError transactionError(const QSqlDatabase &db);
+    StoreError statementError(const QSqlQuery &q);
 
     ConnectSpec m_spec;
     QString m_name;

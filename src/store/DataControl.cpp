@@ -102,6 +102,7 @@ void DataControl::setRecordSource(const QString &statement)
         return;  // the windows set the same statement again on every activation
     m_source = statement;
     m_translated.clear();
+    m_readMarker.reset();  // the rows held were read with another statement
     closeOpenRead();
     m_sourceTables = StatementTables::of(statement);
     m_writeTable = m_sourceTables.writeTable();
@@ -110,17 +111,19 @@ void DataControl::setRecordSource(const QString &statement)
 void DataControl::setConnectString(const QString &connectString)
 {
     m_connectString = connectString;
-    m_conn.reset();
-    closeOpenRead();
-    m_readerConn.reset();
-    m_readerFailed = false;
-    m_readMarker.reset();
+    dropConnections();
     m_translated.clear();  // the new connection may be another backend
 }
 
 void DataControl::setReading(Connection::Reading reading)
 {
     m_reading = reading;
+    dropConnections();
+}
+
+// Connections are made again at the next read; the rows held are no longer known current.
+void DataControl::dropConnections()
+{
     m_conn.reset();
     closeOpenRead();
     m_readerConn.reset();
@@ -182,7 +185,7 @@ bool DataControl::rowsStillCurrent()
     if (!m_open || m_editing || m_state == State::New || m_newRowShown || !m_readMarker)
         return false;
     try {
-        return translated() == m_readStatement && m_conn->changeMarker() == m_readMarker;
+        return m_conn->changeMarker() == m_readMarker;
     } catch (const StoreError &) {
         return false;  // the statement is read again, and says what is wrong
     }
@@ -228,7 +231,6 @@ void DataControl::open(int firstRows)
         // last rows does not run it again.
         rs = m_conn->selectNative(m_translated, {}, m_sourceTables.grouped ? -1 : firstRows, &more);
         m_readMarker = marker;
-        m_readStatement = m_translated;
     } catch (...) {
         if (m_model)
             m_model->beginResetModel();

@@ -115,6 +115,7 @@ private:
     friend class DataControlModel;
 
     void ensureConnection();
+    void dropConnections();
     const QString &translated();
     void open(int firstRows);  // -1: every row
     bool rowsStillCurrent();   // the store holds what was read, as it was read
@@ -144,8 +145,7 @@ private:
     QTimer *m_openReadIdle = nullptr;
     QString m_source;
     QString m_translated;
-    QString m_readStatement;              // what the rows held were read with
-    std::optional<qint64> m_readMarker;   // the store's change marker just before that read
+    std::optional<qint64> m_readMarker;   // the store's change marker just before the rows held were read
     bool m_open = false;
     QStringList m_columns;
     RowCache m_rows;
