@@ -682,9 +682,13 @@ int Connection::executeNative(const QString &sql, const QVariantList &values)
     });
 }
 
-std::optional<qint64> Connection::changeMarker()
+std::optional<QString> Connection::changeMarker()
 {
-    if (m_backend != Backend::SQLite || m_inTransaction || m_dead)
+    if (m_inTransaction || m_dead)
+        return std::nullopt;
+    if (m_backend == Backend::PostgreSQL)
+        return serverSnapshot();
+    if (m_backend != Backend::SQLite)
         return std::nullopt;
     if (!m_changesOpened) {
         m_changesOpened = true;
@@ -698,7 +702,28 @@ std::optional<qint64> Connection::changeMarker()
         }
         m_changes = SqliteChangeWatch::open(file);
     }
-    return m_changes ? m_changes->version() : std::nullopt;
+    if (!m_changes)
+        return std::nullopt;
+    const std::optional<qint64> version = m_changes->version();
+    return version ? std::optional<QString>(QString::number(*version)) : std::nullopt;
+}
+
+// The server's snapshot as text (xmin:xmax:running transactions): two equal ones mean no
+// transaction ended between them. A failure tells nothing and says nothing: the read that
+// follows runs the statement and reports what is wrong, a lost connection included.
+std::optional<QString> Connection::serverSnapshot()
+{
+    QSqlQuery q(database());
+    q.setForwardOnly(true);
+    if (!q.exec(QStringLiteral("SELECT pg_current_snapshot()::text")) || !q.next()) {
+        if (statementError(q).fault() == StoreError::Fault::ConnectionLost)
+            m_dead = true;
+        return std::nullopt;
+    }
+    const QString snapshot = q.value(0).toString();
+    q.finish();
+    m_idle.start();
+    return snapshot;
 }
 
 void Connection::beginTransaction()

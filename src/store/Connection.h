@@ -85,11 +85,13 @@ public:
                            bool *more = nullptr);
     int executeNative(const QString &sql, const QVariantList &values = {});
 
-    // A number that changes whenever a change to the store is committed, by this program or
+    // A mark that changes whenever a change to the store is committed, by this program or
     // by any other, so that a reader that finds it as it was knows its rows are still the
-    // store's. Empty when that can't be told: on a server (PostgreSQL keeps no such number),
-    // inside a transaction of this connection, or while another writer holds the file.
-    std::optional<qint64> changeMarker();
+    // store's. On SQLite it is the file's data version; on PostgreSQL the server's current
+    // snapshot, which names every transaction committed so far (a commit anywhere on the
+    // server changes it, which only costs a read). Empty when that can't be told: inside a
+    // transaction of this connection, or while another writer holds the file.
+    std::optional<QString> changeMarker();
 
     void beginTransaction();
     void commit();
@@ -108,6 +110,7 @@ private:
     void probe();
     StoreError transactionError(const QSqlDatabase &db);
     StoreError statementError(const QSqlQuery &q);
+    std::optional<QString> serverSnapshot();
 
     ConnectSpec m_spec;
     QString m_name;

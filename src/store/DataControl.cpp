@@ -223,7 +223,7 @@ void DataControl::open(int firstRows)
     try {
         translated();
         // Taken before the read: a change committed meanwhile is seen at the next refresh.
-        std::optional<qint64> marker = m_conn->changeMarker();
+        std::optional<QString> marker = m_conn->changeMarker();
         if (marker && readsTheClock(m_translated))
             marker.reset();
         // A grouped statement is worked out whole by the store before its first row comes,

@@ -145,7 +145,7 @@ private:
     QTimer *m_openReadIdle = nullptr;
     QString m_source;
     QString m_translated;
-    std::optional<qint64> m_readMarker;   // the store's change marker just before the rows held were read
+    std::optional<QString> m_readMarker;    // the store's change marker just before the rows held were read
     bool m_open = false;
     QStringList m_columns;
     RowCache m_rows;

@@ -218,6 +218,43 @@ private slots:
         QCOMPARE(stored(), 9.0);
     }
 
+    // A refresh keeps the rows it holds while nobody committed since they were read, and reads
+    // again after any commit, also one of a transaction that was open during the read.
+    void refreshReadsAgainOnlyAfterACommit_data()
+    {
+        QTest::addColumn<QString>("change");
+        QTest::newRow("nothing committed") << QString();
+        QTest::newRow("another user updates") << u"update"_s;
+        QTest::newRow("a transaction open during the read commits") << u"open transaction"_s;
+    }
+
+    void refreshReadsAgainOnlyAfterACommit()
+    {
+        QFETCH(QString, change);
+        tests::TempStore store;
+        const QString statement = u"SELECT * FROM HORAS WHERE FUNCEDULA='11111111' ORDER BY HORID"_s;
+        const qlonglong id = store.scalar(u"SELECT MIN(HorId) FROM HORAS WHERE FunCedula = '11111111'"_s).toLongLong();
+        const QString update = u"UPDATE HORAS SET HorSemana = 77 WHERE HorId = ?"_s;
+        std::shared_ptr<store::Connection> other = store::Connection::open();
+        if (change == u"open transaction"_s) {
+            other->beginTransaction();
+            other->executeNative(update, {id});
+        }
+        Control adc(statement);
+        QVERIFY(adc.text(u"HorSemana"_s) != u"77"_s);
+        if (change == u"open transaction"_s)
+            other->commit();
+        else if (change == u"update"_s)
+            other->executeNative(update, {id});
+
+        QStringList statements;
+        store::Connection::setStatementObserver([&](const QString &sql) { statements << sql; });
+        const auto observed = qScopeGuard([] { store::Connection::setStatementObserver({}); });
+        adc.refresh();
+        QCOMPARE(statements.isEmpty(), change.isEmpty());
+        QCOMPARE(adc.text(u"HorSemana"_s) == u"77"_s, !change.isEmpty());
+    }
+
     void lazyReadOfLargeTable()
     {
         tests::TempStore store;
