@@ -2,6 +2,7 @@
 
 #include "store/Dialect.h"
 #include "store/SchemaInfo.h"
+#include "store/RowBlockReader.h"
 #include "store/SqlTokenizer.h"
 #include "store/StatementTables.h"
 #include "store/StoreError.h"
@@ -113,6 +114,18 @@ SQLHANDLE handleOf(const QVariant &v)
 Diagnostic diagnosticOf(const QSqlQuery &q)
 {
     return q.result() ? diagnosticOf(SQL_HANDLE_STMT, handleOf(q.result()->handle())) : Diagnostic{};
+}
+
+// A fetch of bound rows failed: the driver's diagnostic, taken before the statement is
+// given back (any later call on it clears the diagnostic).
+struct FetchFailure {
+    Diagnostic diagnostic;
+};
+
+// Executes the query's statement again, for a read that starts over.
+bool execAgain(QSqlQuery &q)
+{
+    return q.boundValues().isEmpty() ? q.exec(q.lastQuery()) : q.exec();
 }
 
 // Whether the driver holds the connection for dead (the server closed it, the network
@@ -460,16 +473,24 @@ std::vector<std::optional<ColumnKind>> columnKinds(const QSqlQuery &q, QStringLi
     return kinds;
 }
 
+// A row as the driver gave it, each value turned into its column's kind.
+Row normalized(Row row, const std::vector<std::optional<ColumnKind>> &kinds)
+{
+    for (std::size_t i = 0; i < kinds.size(); ++i) {
+        QVariant &v = row[qsizetype(i)];
+        v = kinds[i] ? normalize(*kinds[i], v) : computedValue(v);
+    }
+    return row;
+}
+
 // The row the query stands on, each value in its column's kind.
 Row currentRow(const QSqlQuery &q, const std::vector<std::optional<ColumnKind>> &kinds)
 {
     const int n = int(kinds.size());
     Row row(n);
-    for (int i = 0; i < n; ++i) {
-        const QVariant v = q.value(i);
-        row[i] = kinds[std::size_t(i)] ? normalize(*kinds[std::size_t(i)], v) : computedValue(v);
-    }
-    return row;
+    for (int i = 0; i < n; ++i)
+        row[i] = q.value(i);
+    return normalized(std::move(row), kinds);
 }
 
 bool failed(const QSqlQuery &q)
@@ -485,6 +506,31 @@ ResultSet readAll(QSqlQuery &q, int maxRows, bool *more)
     const auto kinds = columnKinds(q, &rs.columns);
     if (more)
         *more = false;
+    bool rowsLeft = false;
+    if (auto block = RowBlockReader::attach(q, maxRows)) {
+        try {
+            for (Row row; block->next(row);) {
+                if (maxRows >= 0 && int(rs.rows.size()) >= maxRows) {
+                    rowsLeft = true;
+                    break;
+                }
+                rs.rows.push_back(normalized(std::move(row), kinds));
+            }
+            block.reset();
+            if (more)
+                *more = rowsLeft;
+            q.finish();
+            return rs;
+        } catch (const RowBlockReader::FetchFailed &) {
+            throw FetchFailure{diagnosticOf(q)};
+        } catch (const RowBlockReader::TooLong &) {
+            // A text longer than its column says: the statement is read again, value by value.
+            block.reset();
+            rs.rows.clear();
+            if (!execAgain(q))
+                throw StoreError::fromSql(q.lastError());
+        }
+    }
     while (q.next()) {
         if (maxRows >= 0 && int(rs.rows.size()) >= maxRows) {
             if (more)
@@ -514,10 +560,12 @@ OpenQuery::OpenQuery(std::shared_ptr<Connection> connection, const QString &sql)
         throw e;
     }
     m_kinds = columnKinds(*m_query);
+    m_block = RowBlockReader::attach(*m_query);
 }
 
 OpenQuery::~OpenQuery()
 {
+    m_block.reset();
     if (m_query)
         m_query->finish();
 }
@@ -525,6 +573,35 @@ OpenQuery::~OpenQuery()
 std::vector<Row> OpenQuery::next(int count)
 {
     std::vector<Row> rows;
+    if (m_block) {
+        try {
+            for (Row row; int(rows.size()) < count && !m_atEnd;) {
+                if (!m_block->next(row)) {
+                    m_atEnd = true;
+                    m_block.reset();
+                    m_query->finish();  // the read ends with the result, whoever holds this
+                    break;
+                }
+                rows.push_back(normalized(std::move(row), m_kinds));
+            }
+            m_position += int(rows.size());
+            return rows;
+        } catch (const RowBlockReader::FetchFailed &) {
+            const Diagnostic d = diagnosticOf(*m_query);
+            m_block.reset();
+            throw m_connection->statementError(d, *m_query);
+        } catch (const RowBlockReader::TooLong &) {
+            // A text longer than its column says: the rest is read value by value, from
+            // where this stretch began.
+            m_block.reset();
+            rows.clear();
+            if (!execAgain(*m_query))
+                throw m_connection->statementError(diagnosticOf(*m_query), *m_query);
+            for (int skipped = 0; skipped < m_position; ++skipped)
+                if (!m_query->next())
+                    break;
+        }
+    }
     while (int(rows.size()) < count && !m_atEnd) {
         if (!m_query->next()) {
             if (failed(*m_query))
@@ -602,6 +679,8 @@ auto Connection::run(const QString &sql, const QVariantList &values, Use use) ->
                 if (!q.lastError().isValid() || q.lastError().type() == QSqlError::NoError)
                     throw;
                 failure = statementError(q);
+            } catch (const FetchFailure &f) {
+                failure = statementError(f.diagnostic, q);
             }
         } else {
             failure = statementError(q);
@@ -634,7 +713,12 @@ auto Connection::run(const QString &sql, const QVariantList &values, Use use) ->
 // The store's error for a statement of this connection that failed, told by its diagnostic.
 StoreError Connection::statementError(const QSqlQuery &q)
 {
-    return StoreError::fromDiagnostic(m_backend, diagnosticOf(q), q.lastError(), false, connectionDead(database()));
+    return statementError(diagnosticOf(q), q);
+}
+
+StoreError Connection::statementError(const Diagnostic &diagnostic, const QSqlQuery &q)
+{
+    return StoreError::fromDiagnostic(m_backend, diagnostic, q.lastError(), false, connectionDead(database()));
 }
 
 // Opens the connection again. Throws the reason when the store cannot be reached.

@@ -36,6 +36,8 @@ inline constexpr const char *kDefaultConnectString = "DSN=RRHHODBC";
 // bound values (used by the data control for its own writes).
 class StoreError;
 class SqliteChangeWatch;
+class RowBlockReader;
+struct Diagnostic;
 
 class Connection {
 public:
@@ -110,6 +112,7 @@ private:
     void probe();
     StoreError transactionError(const QSqlDatabase &db);
     StoreError statementError(const QSqlQuery &q);
+    StoreError statementError(const Diagnostic &diagnostic, const QSqlQuery &q);
     std::optional<QString> serverSnapshot();
 
     ConnectSpec m_spec;
@@ -147,6 +150,7 @@ public:
 private:
     std::shared_ptr<Connection> m_connection;
     std::unique_ptr<QSqlQuery> m_query;
+    std::unique_ptr<RowBlockReader> m_block;  // the rows a block at a time, when they can be
     std::vector<std::optional<ColumnKind>> m_kinds;
     int m_position = 0;
     bool m_atEnd = false;

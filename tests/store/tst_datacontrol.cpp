@@ -255,6 +255,51 @@ private slots:
         QCOMPARE(adc.text(u"HorSemana"_s) == u"77"_s, !change.isEmpty());
     }
 
+    // Rows come from the driver a block at a time into buffers of each column's declared
+    // size; a text longer than its column says, deep in a long list, is still read whole,
+    // and the rows around it stay in their places, whether the list is read at once or
+    // scrolled to it.
+    void longTextIsReadWhole_data()
+    {
+        QTest::addColumn<bool>("scrolled");
+        QTest::newRow("read at once") << false;
+        QTest::newRow("scrolled to") << true;
+    }
+
+    void longTextIsReadWhole()
+    {
+        QFETCH(bool, scrolled);
+        tests::TempStore store;
+        addHourRows(store, 600);
+        QList<qlonglong> ids;
+        for (const store::Row &r : store.selectNative(u"SELECT HorId FROM HORAS ORDER BY HorId"_s).rows)
+            ids << r[0].toLongLong();
+        const int longRow = 400;  // past the first rows, the first chunk and the first block
+        QVERIFY(ids.size() > longRow + 100);
+        const QString text = QString(5000, QChar(0xF1)) + u"€ fin"_s;
+        const QString statement = u"SELECT H.HORID, CASE WHEN H.HORID = %1 THEN '%2' ELSE H.HORMONEDA END AS TEXTO, "
+                                  "H.HORFECHA FROM HORAS H ORDER BY H.HORID"_s.arg(ids[longRow]).arg(text);
+        QList<qlonglong> seen;
+        QString read;
+        if (!scrolled) {
+            const store::ResultSet rs = store.conn().select(statement);
+            for (const store::Row &r : rs.rows)
+                seen << r[0].toLongLong();
+            read = rs.rows.at(longRow).at(1).toString();
+        } else {
+            Control adc(statement);
+            QVERIFY(!adc.allFetched());
+            for (; !adc.eof(); adc.moveNext()) {
+                seen << adc.value(u"HorId"_s).toLongLong();
+                if (seen.size() == longRow + 1)
+                    read = adc.text(u"TEXTO"_s);
+            }
+        }
+        QCOMPARE(read.size(), text.size());
+        QCOMPARE(read, text);
+        QCOMPARE(seen, ids);
+    }
+
     void lazyReadOfLargeTable()
     {
         tests::TempStore store;
