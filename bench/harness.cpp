@@ -916,19 +916,22 @@ public:
         const QString statement = tr(Workspace::defaultStatement(Workspace::List::Archive, person));
         // The engine: the list's rows read once as text, then each page the program drew, its
         // visible cells' text drawn into their cells on an image of the grid's size, with the
-        // grid's lines; no style, no header, no scroll bar.
+        // grid's lines, and each row's number at its side as the grid shows it; no style, no
+        // column header, no scroll bar.
         struct Cell {
             int x, width, column;
             Qt::Alignment align;
         };
         auto engine = [&] {
             const std::vector<QStringList> text = m_engine.rows(statement);
-            const QSize size = view->viewport()->size();
+            const int numbers = view->verticalHeader()->width();  // the row numbers' strip
+            const Qt::Alignment numberAlign = view->verticalHeader()->defaultAlignment();
+            const QSize size = view->viewport()->size() + QSize(numbers, 0);
             const int rowHeight = view->verticalHeader()->defaultSectionSize();
             std::vector<Cell> cells;
             for (int c = 0; c < view->model()->columnCount(); ++c)
                 if (!view->isColumnHidden(c))
-                    cells.push_back({view->columnViewportPosition(c), view->columnWidth(c), c,
+                    cells.push_back({numbers + view->columnViewportPosition(c), view->columnWidth(c), c,
                                      Qt::Alignment(view->model()->index(0, c).data(Qt::TextAlignmentRole).toInt())});
             QImage page(size, QImage::Format_ARGB32_Premultiplied);
             for (const int first : pageTops) {
@@ -936,6 +939,8 @@ public:
                 p.setFont(view->font());
                 p.fillRect(page.rect(), Qt::white);
                 for (int r = first, y = 0; r < int(text.size()) && y < size.height(); ++r, y += rowHeight) {
+                    p.setPen(Qt::black);
+                    p.drawText(QRect(3, y, numbers - 6, rowHeight), numberAlign | Qt::AlignVCenter, QString::number(r + 1));
                     for (const Cell &c : cells) {
                         p.setPen(Qt::black);
                         p.drawText(QRect(c.x + 3, y, c.width - 6, rowHeight),
