@@ -793,13 +793,18 @@ std::optional<QString> Connection::changeMarker()
 }
 
 // The server's snapshot as text (xmin:xmax:running transactions): two equal ones mean no
-// transaction ended between them. A failure tells nothing and says nothing: the read that
-// follows runs the statement and reports what is wrong, a lost connection included.
+// transaction ended between them. The server's address goes with it: after a failover the
+// standby that took over numbers its transactions on from what it had received, so a
+// snapshot of the new primary may read like an older one of the old. A failure tells
+// nothing and says nothing: the read that follows runs the statement and reports what is
+// wrong, a lost connection included.
 std::optional<QString> Connection::serverSnapshot()
 {
     QSqlQuery q(database());
     q.setForwardOnly(true);
-    if (!q.exec(QStringLiteral("SELECT pg_current_snapshot()::text")) || !q.next()) {
+    if (!q.exec(QStringLiteral("SELECT pg_current_snapshot()::text || '@' || COALESCE(inet_server_addr()::text, '') "
+                               "|| ':' || COALESCE(inet_server_port(), 0)")) ||
+        !q.next()) {
         if (statementError(q).fault() == StoreError::Fault::ConnectionLost)
             m_dead = true;
         return std::nullopt;
