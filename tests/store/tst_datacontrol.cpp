@@ -7,6 +7,7 @@
 #include "ui/Application.h"
 #include "ui/DataGrid.h"
 
+#include <QDeadlineTimer>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTableView>
@@ -250,9 +251,27 @@ private slots:
         QStringList statements;
         store::Connection::setStatementObserver([&](const QString &sql) { statements << sql; });
         const auto observed = qScopeGuard([] { store::Connection::setStatementObserver({}); });
-        adc.refresh();
-        QCOMPARE(statements.isEmpty(), change.isEmpty());
-        QCOMPARE(adc.text(u"HorSemana"_s) == u"77"_s, !change.isEmpty());
+        if (!change.isEmpty()) {
+            adc.refresh();
+            QVERIFY(!statements.isEmpty());
+            QCOMPARE(adc.text(u"HorSemana"_s), u"77"_s);
+            return;
+        }
+        // A server's marker moves with a commit on any of its databases (the other tests run
+        // beside this one): the case holds where the marker stood still around two refreshes;
+        // the first settles the control on it, the second must then read nothing.
+        bool quiet = false;
+        for (QDeadlineTimer patience(20000); !quiet && !patience.hasExpired();) {
+            const std::optional<QString> before = adc.connection().changeMarker();
+            QVERIFY(before);
+            adc.refresh();
+            statements.clear();
+            adc.refresh();
+            quiet = adc.connection().changeMarker() == before;
+        }
+        QVERIFY2(quiet, "the store never stood still around two refreshes");
+        QVERIFY2(statements.isEmpty(), qPrintable(statements.join(u'\n')));
+        QVERIFY(adc.text(u"HorSemana"_s) != u"77"_s);
     }
 
     // Rows come from the driver a block at a time into buffers of each column's declared
