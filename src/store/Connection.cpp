@@ -16,6 +16,7 @@
 #include <QSqlRecord>
 #include <QSqlResult>
 #include <QUuid>
+#include <limits>
 #include <sql.h>
 #include <sqlext.h>
 #include <sqlite3.h>
@@ -116,8 +117,8 @@ Diagnostic diagnosticOf(const QSqlQuery &q)
     return q.result() ? diagnosticOf(SQL_HANDLE_STMT, handleOf(q.result()->handle())) : Diagnostic{};
 }
 
-// A fetch of bound rows failed: the driver's diagnostic, taken before the statement is
-// given back (any later call on it clears the diagnostic).
+// Reading an executed query's rows failed: the driver's diagnostic, taken at once (any
+// later call on the statement, unbinding its buffers included, clears it).
 struct FetchFailure {
     Diagnostic diagnostic;
 };
@@ -500,47 +501,74 @@ bool failed(const QSqlQuery &q)
 
 }  // namespace
 
+QueryRows::QueryRows(QSqlQuery &query, int rowsWanted, QStringList *names)
+    : m_query(query), m_kinds(columnKinds(query, names)), m_block(RowBlockReader::attach(query, rowsWanted))
+{
+}
+
+QueryRows::~QueryRows() = default;
+
+std::vector<Row> QueryRows::next(int count)
+{
+    std::vector<Row> rows;
+    if (m_atEnd)
+        return rows;
+    if (m_block) {
+        try {
+            for (Row row; int(rows.size()) < count;) {
+                if (!m_block->next(row)) {
+                    end();
+                    break;
+                }
+                rows.push_back(normalized(std::move(row), m_kinds));
+            }
+            m_position += int(rows.size());
+            return rows;
+        } catch (const RowBlockReader::FetchFailed &) {
+            throw FetchFailure{diagnosticOf(m_query)};
+        } catch (const RowBlockReader::TooLong &) {
+            // A text longer than its column says: the statement runs again and is read value
+            // by value from where this stretch began.
+            m_block.reset();
+            rows.clear();
+            if (!execAgain(m_query))
+                throw FetchFailure{diagnosticOf(m_query)};
+            for (int skipped = 0; skipped < m_position && m_query.next(); ++skipped) {
+            }
+        }
+    }
+    while (int(rows.size()) < count) {
+        if (!m_query.next()) {
+            if (failed(m_query))
+                throw FetchFailure{diagnosticOf(m_query)};
+            end();
+            break;
+        }
+        rows.push_back(currentRow(m_query, m_kinds));
+    }
+    m_position += int(rows.size());
+    return rows;
+}
+
+// The read ends with the result, whoever holds the query.
+void QueryRows::end()
+{
+    m_atEnd = true;
+    m_block.reset();
+    m_query.finish();
+}
+
 ResultSet readAll(QSqlQuery &q, int maxRows, bool *more)
 {
     ResultSet rs;
-    const auto kinds = columnKinds(q, &rs.columns);
+    QueryRows rows(q, maxRows, &rs.columns);
+    // One row past the ones wanted tells whether any are left.
+    rs.rows = rows.next(maxRows < 0 ? std::numeric_limits<int>::max() : maxRows + 1);
+    const bool rowsLeft = maxRows >= 0 && int(rs.rows.size()) > maxRows;
+    if (rowsLeft)
+        rs.rows.pop_back();
     if (more)
-        *more = false;
-    bool rowsLeft = false;
-    if (auto block = RowBlockReader::attach(q, maxRows)) {
-        try {
-            for (Row row; block->next(row);) {
-                if (maxRows >= 0 && int(rs.rows.size()) >= maxRows) {
-                    rowsLeft = true;
-                    break;
-                }
-                rs.rows.push_back(normalized(std::move(row), kinds));
-            }
-            block.reset();
-            if (more)
-                *more = rowsLeft;
-            q.finish();
-            return rs;
-        } catch (const RowBlockReader::FetchFailed &) {
-            throw FetchFailure{diagnosticOf(q)};
-        } catch (const RowBlockReader::TooLong &) {
-            // A text longer than its column says: the statement is read again, value by value.
-            block.reset();
-            rs.rows.clear();
-            if (!execAgain(q))
-                throw StoreError::fromSql(q.lastError());
-        }
-    }
-    while (q.next()) {
-        if (maxRows >= 0 && int(rs.rows.size()) >= maxRows) {
-            if (more)
-                *more = true;
-            break;
-        }
-        rs.rows.push_back(currentRow(q, kinds));
-    }
-    if (failed(q))
-        throw StoreError::fromSql(q.lastError());  // turned into the store's own error by the caller
+        *more = rowsLeft;
     q.finish();
     return rs;
 }
@@ -559,61 +587,23 @@ OpenQuery::OpenQuery(std::shared_ptr<Connection> connection, const QString &sql)
         m_query.reset();
         throw e;
     }
-    m_kinds = columnKinds(*m_query);
-    m_block = RowBlockReader::attach(*m_query);
+    m_rows = std::make_unique<QueryRows>(*m_query);
 }
 
 OpenQuery::~OpenQuery()
 {
-    m_block.reset();
+    m_rows.reset();
     if (m_query)
         m_query->finish();
 }
 
 std::vector<Row> OpenQuery::next(int count)
 {
-    std::vector<Row> rows;
-    if (m_block) {
-        try {
-            for (Row row; int(rows.size()) < count && !m_atEnd;) {
-                if (!m_block->next(row)) {
-                    m_atEnd = true;
-                    m_block.reset();
-                    m_query->finish();  // the read ends with the result, whoever holds this
-                    break;
-                }
-                rows.push_back(normalized(std::move(row), m_kinds));
-            }
-            m_position += int(rows.size());
-            return rows;
-        } catch (const RowBlockReader::FetchFailed &) {
-            const Diagnostic d = diagnosticOf(*m_query);
-            m_block.reset();
-            throw m_connection->statementError(d, *m_query);
-        } catch (const RowBlockReader::TooLong &) {
-            // A text longer than its column says: the rest is read value by value, from
-            // where this stretch began.
-            m_block.reset();
-            rows.clear();
-            if (!execAgain(*m_query))
-                throw m_connection->statementError(diagnosticOf(*m_query), *m_query);
-            for (int skipped = 0; skipped < m_position; ++skipped)
-                if (!m_query->next())
-                    break;
-        }
+    try {
+        return m_rows->next(count);
+    } catch (const FetchFailure &f) {
+        throw m_connection->statementError(f.diagnostic, *m_query);
     }
-    while (int(rows.size()) < count && !m_atEnd) {
-        if (!m_query->next()) {
-            if (failed(*m_query))
-                throw m_connection->statementError(*m_query);
-            m_atEnd = true;
-            m_query->finish();  // the read ends with the result, whoever holds this
-            break;
-        }
-        rows.push_back(currentRow(*m_query, m_kinds));
-    }
-    m_position += int(rows.size());
-    return rows;
 }
 
 ResultSet Connection::select(const QString &statement)
@@ -772,8 +762,6 @@ std::optional<QString> Connection::changeMarker()
         return std::nullopt;
     if (m_backend == Backend::PostgreSQL)
         return serverSnapshot();
-    if (m_backend != Backend::SQLite)
-        return std::nullopt;
     if (!m_changesOpened) {
         m_changesOpened = true;
         // The driver names the file it opened for the data source.

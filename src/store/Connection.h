@@ -125,6 +125,34 @@ private:
     bool m_changesOpened = false;
 };
 
+// The rows of an executed query, handed over as they are asked for, each value in its
+// column's kind: a block at a time where the columns allow it (RowBlockReader), else value by
+// value; a text too long for its block's buffer makes the statement run again, read value by
+// value from where it stood. The query is finished at the end of its result. A failed read
+// throws the driver's diagnostic (see Connection::statementError).
+class QueryRows {
+public:
+    // `rowsWanted` bounds the first block (-1: all); `names` receives the column names.
+    explicit QueryRows(QSqlQuery &query, int rowsWanted = -1, QStringList *names = nullptr);
+    ~QueryRows();
+    QueryRows(const QueryRows &) = delete;
+    QueryRows &operator=(const QueryRows &) = delete;
+
+    // The next `count` rows; fewer at the end of the result.
+    std::vector<Row> next(int count);
+    int position() const { return m_position; }  // rows handed over so far
+    bool atEnd() const { return m_atEnd; }
+
+private:
+    void end();
+
+    QSqlQuery &m_query;
+    std::vector<std::optional<ColumnKind>> m_kinds;
+    std::unique_ptr<RowBlockReader> m_block;  // null once the rows are read value by value
+    int m_position = 0;
+    bool m_atEnd = false;
+};
+
 // Reads the rows of an executed query into a result set (at most maxRows, -1 for all),
 // normalising schema columns; *more tells whether rows were left unread.
 ResultSet readAll(QSqlQuery &query, int maxRows = -1, bool *more = nullptr);
@@ -144,16 +172,13 @@ public:
 
     // The next `count` rows; fewer at the end of the result.
     std::vector<Row> next(int count);
-    int position() const { return m_position; }  // rows handed over so far
-    bool atEnd() const { return m_atEnd; }
+    int position() const { return m_rows->position(); }  // rows handed over so far
+    bool atEnd() const { return m_rows->atEnd(); }
 
 private:
     std::shared_ptr<Connection> m_connection;
     std::unique_ptr<QSqlQuery> m_query;
-    std::unique_ptr<RowBlockReader> m_block;  // the rows a block at a time, when they can be
-    std::vector<std::optional<ColumnKind>> m_kinds;
-    int m_position = 0;
-    bool m_atEnd = false;
+    std::unique_ptr<QueryRows> m_rows;
 };
 
 }  // namespace store

@@ -174,21 +174,22 @@ const QString &DataControl::translated()
 
 void DataControl::refresh()
 {
-    if (rowsStillCurrent())
-        reopenHeldRows();
-    else
-        open(kFirstRows);
-}
-
-bool DataControl::rowsStillCurrent()
-{
-    if (!m_open || m_editing || m_state == State::New || m_newRowShown || !m_readMarker)
-        return false;
-    try {
-        return m_conn->changeMarker() == m_readMarker;
-    } catch (const StoreError &) {
-        return false;  // the statement is read again, and says what is wrong
+    // The store's marker is read once: it tells whether the rows held are still current,
+    // and if not, it is the one the read that follows notes.
+    std::optional<QString> marker;
+    const bool heldRowsKnown = m_open && !m_editing && m_state != State::New && !m_newRowShown && m_readMarker;
+    if (heldRowsKnown) {
+        try {
+            marker = m_conn->changeMarker();
+        } catch (const StoreError &) {
+            // the statement is read again, and says what is wrong
+        }
+        if (marker == m_readMarker) {
+            reopenHeldRows();
+            return;
+        }
     }
+    open(kFirstRows, heldRowsKnown ? &marker : nullptr);
 }
 
 // What a refresh does with the rows it already holds: the first row current, the rest as
@@ -208,7 +209,7 @@ void DataControl::refreshAll()
     open(-1);
 }
 
-void DataControl::open(int firstRows)
+void DataControl::open(int firstRows, const std::optional<QString> *markerNow)
 {
     ensureConnection();
     const bool wasEditing = m_editing;  // the grid shows the row as edited
@@ -223,7 +224,7 @@ void DataControl::open(int firstRows)
     try {
         translated();
         // Taken before the read: a change committed meanwhile is seen at the next refresh.
-        std::optional<QString> marker = m_conn->changeMarker();
+        std::optional<QString> marker = markerNow ? *markerNow : m_conn->changeMarker();
         if (marker && readsTheClock(m_translated))
             marker.reset();
         // A grouped statement is worked out whole by the store before its first row comes,

@@ -117,8 +117,8 @@ private:
     void ensureConnection();
     void dropConnections();
     const QString &translated();
-    void open(int firstRows);  // -1: every row
-    bool rowsStillCurrent();   // the store holds what was read, as it was read
+    // -1: every row. `markerNow`: the store's change marker if the caller just read it.
+    void open(int firstRows, const std::optional<QString> *markerNow = nullptr);
     void reopenHeldRows();
     bool shows(const ResultSet &result, bool complete);  // the model shows exactly this result
     bool fetchUpTo(int index);  // true if the row exists afterwards

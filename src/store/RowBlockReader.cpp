@@ -31,57 +31,41 @@ SQLHSTMT statementOf(QSqlQuery &q)
     return *static_cast<const SQLHSTMT *>(h.data());
 }
 
+// The C type the Qt driver reads a column of each fixed-size type in, and its bytes.
+struct FixedBinding {
+    int type;
+    short cType;
+    qsizetype width;
+};
+constexpr FixedBinding kFixedBindings[] = {
+    {QMetaType::Int, SQL_C_SLONG, sizeof(SQLINTEGER)},
+    {QMetaType::UInt, SQL_C_ULONG, sizeof(SQLUINTEGER)},
+    {QMetaType::LongLong, SQL_C_SBIGINT, sizeof(SQLBIGINT)},
+    {QMetaType::ULongLong, SQL_C_UBIGINT, sizeof(SQLUBIGINT)},
+    {QMetaType::Double, SQL_C_DOUBLE, sizeof(SQLDOUBLE)},
+    {QMetaType::Bool, SQL_C_BIT, sizeof(SQLCHAR)},
+    {QMetaType::QDate, SQL_C_TYPE_DATE, sizeof(SQL_DATE_STRUCT)},
+    {QMetaType::QTime, SQL_C_TYPE_TIME, sizeof(SQL_TIME_STRUCT)},
+    {QMetaType::QDateTime, SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT)},
+};
+
 // The C type the Qt driver reads a column of this type in, and the bytes of one value.
 bool bindingFor(QMetaType type, qsizetype declaredChars, short *cType, qsizetype *width)
 {
-    switch (type.id()) {
-    case QMetaType::Int:
-        *cType = SQL_C_SLONG;
-        *width = sizeof(SQLINTEGER);
-        return true;
-    case QMetaType::UInt:
-        *cType = SQL_C_ULONG;
-        *width = sizeof(SQLUINTEGER);
-        return true;
-    case QMetaType::LongLong:
-        *cType = SQL_C_SBIGINT;
-        *width = sizeof(SQLBIGINT);
-        return true;
-    case QMetaType::ULongLong:
-        *cType = SQL_C_UBIGINT;
-        *width = sizeof(SQLUBIGINT);
-        return true;
-    case QMetaType::Double:
-        *cType = SQL_C_DOUBLE;
-        *width = sizeof(SQLDOUBLE);
-        return true;
-    case QMetaType::Bool:
-        *cType = SQL_C_BIT;
-        *width = sizeof(SQLCHAR);
-        return true;
-    case QMetaType::QDate:
-        *cType = SQL_C_TYPE_DATE;
-        *width = sizeof(SQL_DATE_STRUCT);
-        return true;
-    case QMetaType::QTime:
-        *cType = SQL_C_TYPE_TIME;
-        *width = sizeof(SQL_TIME_STRUCT);
-        return true;
-    case QMetaType::QDateTime:
-        *cType = SQL_C_TYPE_TIMESTAMP;
-        *width = sizeof(SQL_TIMESTAMP_STRUCT);
-        return true;
-    case QMetaType::QString:
-        if (declaredChars <= 0 || declaredChars > kMostTextChars)
-            return false;
-        *cType = SQL_C_WCHAR;
-        // A character beyond the 16-bit range takes two units, and the text seldom fills its
-        // column: such a text that does not fit is read again (TooLong).
-        *width = (std::max(declaredChars, kLeastTextChars) + 1) * qsizetype(sizeof(SQLWCHAR));
-        return true;
-    default:
-        return false;
+    for (const FixedBinding &b : kFixedBindings) {
+        if (b.type == type.id()) {
+            *cType = b.cType;
+            *width = b.width;
+            return true;
+        }
     }
+    if (type.id() != QMetaType::QString || declaredChars <= 0 || declaredChars > kMostTextChars)
+        return false;
+    *cType = SQL_C_WCHAR;
+    // A character beyond the 16-bit range takes two units, and the text seldom fills its
+    // column: such a text that does not fit is read again (TooLong).
+    *width = (std::max(declaredChars, kLeastTextChars) + 1) * qsizetype(sizeof(SQLWCHAR));
+    return true;
 }
 
 template <typename T>
